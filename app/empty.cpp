@@ -1,0 +1,1 @@
+// Keeps a library target valid while its layer has no sources yet.

@@ -1,0 +1,97 @@
+// Entry point of vantorell.
+//
+//   vantorell                 opens the workbench window
+//   vantorell [-C DIR] -k KEYS  runs the key commands KEYS in order, with no
+//                             window, writing the same files and output
+//
+// The run log "fe.log" is opened first and closed last, in both modes.
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstring>
+#include <string>
+
+#include "app/batch.h"
+#include "core/logerror.h"
+
+#ifdef VT_HAVE_GUI
+#include "app/gui/window.h"
+#endif
+
+namespace {
+
+const char szUsage[] =
+    "Usage: vantorell [OPTION]...\n"
+    "Plan, simulate and view hops of a rocket-thruster vehicle.\n"
+    "\n"
+    "Without -k, opens the workbench window in the current directory.\n"
+    "\n"
+    "  -C DIR        change to DIR before doing anything else\n"
+    "  -k KEYS       run the key commands KEYS in order without a window:\n"
+    "                  p  plan: read traj1r.txt, print the SUMMARY, write fltplan.txt\n"
+    "                  s  simulate: read fltplan.txt, fly 30 s, write results.txt\n"
+    "                  r  replay (needs a window; reported and skipped)\n"
+    "                  i  show the first stored state\n"
+    "                  l  write the path listing traj1l.txt\n"
+    "                  f  rewrite fltplan.txt from the current plan\n"
+    "                  c  render the scene offscreen to pane.bmp\n"
+    "  --size WxH    pane size for c in batch mode (default 1152x831)\n"
+    "  --help        show this help and exit\n"
+    "  --version     show the version and exit\n"
+    "\n"
+    "Exit status: 0 when every command ran, 1 on a fatal error (see fe.log),\n"
+    "3 when a command ended with a message, 2 on a usage error.\n";
+
+int usageError(const char* szWhat) {
+    std::fprintf(stderr, "vantorell: %s\nTry 'vantorell --help' for more information.\n", szWhat);
+    return 2;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const char* szDir = nullptr;
+    const char* szKeys = nullptr;
+    BatchOptions options;
+    for (int i = 1; i < argc; i++) {
+        const char* szArg = argv[i];
+        if (std::strcmp(szArg, "--help") == 0) {
+            std::fputs(szUsage, stdout);
+            return 0;
+        }
+        if (std::strcmp(szArg, "--version") == 0) {
+            std::printf("vantorell %s\n", VT_VERSION);
+            return 0;
+        }
+        if (std::strcmp(szArg, "-C") == 0 || std::strcmp(szArg, "-k") == 0 ||
+            std::strcmp(szArg, "--size") == 0) {
+            if (i + 1 >= argc) return usageError((std::string("option requires an argument -- ") + szArg).c_str());
+            const char* szVal = argv[++i];
+            if (szArg[1] == 'C') {
+                szDir = szVal;
+            } else if (szArg[1] == 'k') {
+                szKeys = szVal;
+            } else {
+                int iW = 0, iH = 0;
+                char chEnd = 0;
+                if (std::sscanf(szVal, "%dx%d%c", &iW, &iH, &chEnd) != 2 || iW < 1 || iH < 1 ||
+                    iW > 8192 || iH > 8192)
+                    return usageError("--size wants WIDTHxHEIGHT, each 1 to 8192 pixels");
+                options.iPxDX = iW;
+                options.iPxDY = iH;
+            }
+            continue;
+        }
+        return usageError((std::string("unrecognised argument '") + szArg + "'").c_str());
+    }
+    if (szDir != nullptr && chdir(szDir) != 0) {
+        std::fprintf(stderr, "vantorell: cannot change to directory '%s'\n", szDir);
+        return 2;
+    }
+    if (szKeys != nullptr) return runBatch(szKeys, options);
+#ifdef VT_HAVE_GUI
+    return runWindow(argc, argv);
+#else
+    return usageError("this build has no window; use -k KEYS");
+#endif
+}

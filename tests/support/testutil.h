@@ -1,0 +1,41 @@
+// Helpers shared by the test programs.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace vttest {
+
+// Reads a whole file; an empty string when it does not exist.
+std::string readFile(const std::string& szPath);
+void writeFile(const std::string& szPath, const std::string& szText);
+bool fileExists(const std::string& szPath);
+
+// Result of running a command through the shell.
+struct RunResult {
+    int iExit;          // exit status, or 128 + signal number
+    std::string szOut;  // standard output
+    std::string szErr;  // standard error
+};
+// Runs szCmd in directory szDir with a time limit (seconds).
+RunResult runCommand(const std::string& szCmd, const std::string& szDir, int iTimeoutS = 60);
+
+// Path of the vantorell program built beside the tests.
+std::string szProgram();
+// Copies a file from tests/data (relative path) to szDest.
+void copyTestData(const std::string& szRel, const std::string& szDest);
+
+}  // namespace vttest
+
+// A fixture that runs each test in a fresh temporary directory, because the
+// program writes its files ("fe.log", reports) into the current directory.
+class InTempDir : public ::testing::Test {
+protected:
+    void SetUp() override;
+    void TearDown() override;
+    std::string szDir;
+
+private:
+    std::string szOldDir;
+};
