@@ -1,0 +1,205 @@
+// Offscreen rendering with no display server: context, framebuffer, read
+// back through the pane capture, and the OpenGL error report in the log.
+#include <GL/gl.h>
+
+#include <cstdint>
+#include <string>
+
+#include "core/logerror.h"
+#include "display/capture.h"
+#include "display/glcheck.h"
+#include "display/offscreen.h"
+#include "support/testutil.h"
+
+using vttest::readFile;
+
+namespace {
+
+struct BmpPixels {
+    Long iPxDX = 0;
+    Long iPxDY = 0;
+    std::string szBits;
+    // Blue, green, red of the pixel at column iX, row iY counted from the
+    // bottom.
+    unsigned char bAt(Long iX, Long iY, int iCh) const {
+        return static_cast<unsigned char>(
+            szBits[static_cast<size_t>(iY * nBytRowBmp(iPxDX) + 3 * iX + iCh)]);
+    }
+};
+
+std::int32_t i32At(const std::string& sz, size_t i) {
+    std::uint32_t u = 0;
+    for (int k = 3; k >= 0; --k) u = (u << 8) | static_cast<unsigned char>(sz[i + k]);
+    return static_cast<std::int32_t>(u);
+}
+
+BmpPixels bmpRead(const char* szFile) {
+    const std::string sz = readFile(szFile);
+    BmpPixels bmp;
+    if (sz.size() < 54) return bmp;
+    bmp.iPxDX = i32At(sz, 18);
+    bmp.iPxDY = i32At(sz, 22);
+    bmp.szBits = sz.substr(54);
+    return bmp;
+}
+
+}  // namespace
+
+class OffscreenTest : public InTempDir {
+protected:
+    void SetUp() override {
+        InTempDir::SetUp();
+        if (!offscreengl.bOpen(64, 48)) GTEST_SKIP() << "no offscreen OpenGL on this machine";
+    }
+    void TearDown() override {
+        offscreengl.close();
+        InTempDir::TearDown();
+    }
+    OffscreenGl offscreengl;
+};
+
+TEST_F(OffscreenTest, ContextIsCompatibilityProfileWithFixedFunctionDrawing) {
+    EXPECT_EQ(offscreengl.iPxDX(), 64);
+    EXPECT_EQ(offscreengl.iPxDY(), 48);
+    GLint iMask = 0;
+    glGetIntegerv(0x9126 /* GL_CONTEXT_PROFILE_MASK */, &iMask);
+    glGetError();  // versions before 3.2 do not know the query
+    EXPECT_EQ(iMask & 0x1 /* core bit */, 0);
+    GLint arIBits[4] = {};
+    glGetIntegerv(GL_RED_BITS, &arIBits[0]);
+    glGetIntegerv(GL_GREEN_BITS, &arIBits[1]);
+    glGetIntegerv(GL_BLUE_BITS, &arIBits[2]);
+    glGetIntegerv(GL_DEPTH_BITS, &arIBits[3]);
+    EXPECT_EQ(arIBits[0], 8);
+    EXPECT_EQ(arIBits[1], 8);
+    EXPECT_EQ(arIBits[2], 8);
+    EXPECT_GE(arIBits[3], 16);
+    GLint arIViewport[4] = {};
+    glGetIntegerv(GL_VIEWPORT, arIViewport);
+    EXPECT_EQ(arIViewport[2], 64);
+    EXPECT_EQ(arIViewport[3], 48);
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+}
+
+TEST_F(OffscreenTest, CaptureKeepsColoursAndBottomUpRowOrder) {
+    glClearColor(0.5f, 0.25f, 0.25f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
+    // A fixed-function quad over the bottom-left 16 x 8 pixels, in pure
+    // green.
+    glMatrixMode(GL_PROJECTION);
+    glLoadIdentity();
+    glOrtho(0.0, 64.0, 0.0, 48.0, -1.0, 1.0);
+    glMatrixMode(GL_MODELVIEW);
+    glLoadIdentity();
+    glColor3f(0.0f, 1.0f, 0.0f);
+    glBegin(GL_QUADS);
+    glVertex2d(0.0, 0.0);
+    glVertex2d(16.0, 0.0);
+    glVertex2d(16.0, 8.0);
+    glVertex2d(0.0, 8.0);
+    glEnd();
+    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
+    captureOpenGLRectToBmp("pane.bmp", 0, 0, 64, 48);
+
+    const BmpPixels bmp = bmpRead("pane.bmp");
+    ASSERT_EQ(bmp.iPxDX, 64);
+    ASSERT_EQ(bmp.iPxDY, 48);
+    ASSERT_EQ(bmp.szBits.size(), 64u * 3u * 48u);
+    // Background 0.5, 0.25, 0.25 is stored as 128, 64, 64 (red, green, blue)
+    // give or take one step of rounding; the file holds blue first.
+    for (Long iY : {10, 47}) {
+        EXPECT_NEAR(bmp.bAt(40, iY, 2), 128, 1);
+        EXPECT_NEAR(bmp.bAt(40, iY, 1), 64, 1);
+        EXPECT_NEAR(bmp.bAt(40, iY, 0), 64, 1);
+    }
+    // The quad sits in the first rows of the file: rows run bottom-up.
+    EXPECT_EQ(bmp.bAt(3, 2, 0), 0);
+    EXPECT_EQ(bmp.bAt(3, 2, 1), 255);
+    EXPECT_EQ(bmp.bAt(3, 2, 2), 0);
+    EXPECT_NEAR(bmp.bAt(3, 40, 2), 128, 1);
+    EXPECT_NEAR(bmp.bAt(20, 2, 2), 128, 1);
+}
+
+TEST_F(OffscreenTest, ABadCallIsReportedWithItsLocationInTheLog) {
+    openLogFile();
+    glBegin(0x7fff);  // not a primitive
+    const Long nErr = nCheckGlErrorSzLocation("glBegin()");
+    glMatrixMode(GL_MODELVIEW);
+    glPopMatrix();  // nothing pushed
+    checkGlErrorSzLocation("glPopMatrix()");
+    EXPECT_EQ(nCheckGlErrorSzLocation("nothing pending"), 0);
+    closeLogFile();
+    EXPECT_EQ(nErr, 1);
+    const std::string szLog = readFile("fe.log");
+    EXPECT_NE(szLog.find(" location = glBegin()\n"), std::string::npos) << szLog;
+    EXPECT_NE(szLog.find(" ERROR: OpenGL error -- invalid enum\n"), std::string::npos) << szLog;
+    EXPECT_NE(szLog.find(" location = glPopMatrix()\n"), std::string::npos) << szLog;
+    EXPECT_NE(szLog.find(" ERROR: OpenGL error -- stack underflow\n"), std::string::npos)
+        << szLog;
+    EXPECT_EQ(szLog.find("nothing pending"), std::string::npos) << szLog;
+    // Each report is the location line directly followed by its error line.
+    const size_t iLoc = szLog.find("location = glBegin()\n");
+    const size_t iErr = szLog.find("ERROR: OpenGL error -- invalid enum");
+    ASSERT_NE(iLoc, std::string::npos);
+    EXPECT_EQ(szLog.find('\n', iLoc) + 10, iErr);  // "hh:mm:ss " before the text
+}
+
+TEST_F(OffscreenTest, ReopeningAndASecondContextWork) {
+    OffscreenGl offscreengl2;
+    ASSERT_TRUE(offscreengl2.bOpen(8, 8));
+    glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    captureOpenGLRectToBmp("two.bmp", 0, 0, 8, 8);
+    offscreengl2.close();
+    // The first context survives the second one's end.
+    offscreengl.makeCurrent();
+    glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    captureOpenGLRectToBmp("one.bmp", 0, 0, 64, 48);
+    EXPECT_EQ(bmpRead("two.bmp").bAt(4, 4, 1), 255);
+    const BmpPixels bmp = bmpRead("one.bmp");
+    EXPECT_EQ(bmp.bAt(10, 10, 0), 255);
+    EXPECT_EQ(bmp.bAt(10, 10, 2), 0);
+    ASSERT_TRUE(offscreengl.bOpen(32, 16));
+    EXPECT_EQ(offscreengl.iPxDX(), 32);
+}
+
+TEST(GlErrorTextTest, EachCodeHasItsText) {
+    EXPECT_STREQ(szGlErrorText(GL_INVALID_VALUE), "ERROR: OpenGL error -- invalid value");
+    EXPECT_STREQ(szGlErrorText(GL_INVALID_ENUM), "ERROR: OpenGL error -- invalid enum");
+    EXPECT_STREQ(szGlErrorText(GL_OUT_OF_MEMORY), "ERROR: OpenGL error -- out of memory");
+    EXPECT_STREQ(szGlErrorText(GL_STACK_OVERFLOW), "ERROR: OpenGL error -- stack overflow");
+    EXPECT_STREQ(szGlErrorText(GL_STACK_UNDERFLOW), "ERROR: OpenGL error -- stack underflow");
+    EXPECT_STREQ(szGlErrorText(GL_INVALID_OPERATION),
+                 "ERROR: OpenGL error -- invalid operation");
+    EXPECT_STREQ(szGlErrorText(0x0506), "warning -- unknown OpenGL error");
+}
+
+using OffscreenFailureTest = InTempDir;
+
+TEST_F(OffscreenFailureTest, ABadSizeIsLoggedAndRefusedWithoutACrash) {
+    openLogFile();
+    OffscreenGl offscreengl;
+    EXPECT_FALSE(offscreengl.bOpen(0, 10));
+    EXPECT_FALSE(offscreengl.bIsOpen());
+    EXPECT_FALSE(bRenderOffscreenToBmp("pane.bmp", 10, iPxMaxBmp + 1, [] {}));
+    closeLogFile();
+    EXPECT_FALSE(vttest::fileExists("pane.bmp"));
+    EXPECT_NE(readFile("fe.log").find("offscreen OpenGL: bad size 0 x 10"), std::string::npos);
+}
+
+TEST_F(OffscreenFailureTest, RenderToBmpCallsTheDrawingAndWritesThePane) {
+    bool bDrawn = false;
+    const bool bOk = bRenderOffscreenToBmp("pane.bmp", 20, 10, [&bDrawn] {
+        bDrawn = true;
+        glClearColor(1.0f, 0.0f, 0.0f, 1.0f);
+        glClear(GL_COLOR_BUFFER_BIT);
+    });
+    if (!bOk) GTEST_SKIP() << "no offscreen OpenGL on this machine";
+    EXPECT_TRUE(bDrawn);
+    const BmpPixels bmp = bmpRead("pane.bmp");
+    ASSERT_EQ(bmp.iPxDX, 20);
+    ASSERT_EQ(bmp.iPxDY, 10);
+    EXPECT_EQ(bmp.bAt(19, 9, 2), 255);
+    EXPECT_EQ(bmp.bAt(0, 0, 0), 0);
+}
