@@ -1,0 +1,467 @@
+// ODE steppers: orders of convergence, the acceptance and growth rules of the
+// adaptive step, the step dumps, aliasing of input and output state.
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "numerics/odeint.h"
+#include "support/testutil.h"
+
+using vttest::readFile;
+
+namespace {
+
+// y1' = y2, y2' = -y1: y = (cos t, -sin t) from (1, 0) at t = 0.
+class Oscillator : public ArF64FnF64ArF64 {
+public:
+    void arFAtFArF(A1Val<double>* parFDeriv, double, const A1Val<double>& arFState) override {
+        parFDeriv->reconstructIFirstILast(1, 2);
+        (*parFDeriv)[1] = arFState[2];
+        (*parFDeriv)[2] = -arFState[1];
+        nCall++;
+    }
+    long nCall = 0;
+};
+
+// y' = c t^4 for every component c of arFC, whatever the state: the steps
+// reduce to quadrature, whose results are known exactly.
+class QuarticInTime : public ArF64FnF64ArF64 {
+public:
+    explicit QuarticInTime(std::vector<double> arFC) : arFC(std::move(arFC)) {}
+    void arFAtFArF(A1Val<double>* parFDeriv, double fTi, const A1Val<double>& arFState) override {
+        parFDeriv->reconstructIFirstILast(1, arFState.iLast());
+        for (Long i = 1; i <= arFState.iLast(); i++)
+            (*parFDeriv)[i] = arFC[i - 1] * fTi * fTi * fTi * fTi;
+    }
+    std::vector<double> arFC;
+};
+
+// A fixed derivative, whatever the time and state.
+class ConstantRate : public ArF64FnF64ArF64 {
+public:
+    explicit ConstantRate(std::vector<double> arFRate) : arFRate(std::move(arFRate)) {}
+    void arFAtFArF(A1Val<double>* parFDeriv, double, const A1Val<double>& arFState) override {
+        parFDeriv->reconstructIFirstILast(1, arFState.iLast());
+        for (Long i = 1; i <= arFState.iLast(); i++) (*parFDeriv)[i] = arFRate[i - 1];
+    }
+    std::vector<double> arFRate;
+};
+
+// A smooth non-linear 7-state system, shaped like the vehicle's state
+// (positions, pitch, velocities, pitch rate, mass).
+class SevenStates : public ArF64FnF64ArF64 {
+public:
+    void arFAtFArF(A1Val<double>* parFDeriv, double fTi, const A1Val<double>& y) override {
+        parFDeriv->reconstructIFirstILast(1, 7);
+        (*parFDeriv)[1] = y[4];
+        (*parFDeriv)[2] = y[5];
+        (*parFDeriv)[3] = y[6];
+        (*parFDeriv)[4] = 30.0 * std::sin(y[3]) / y[7] - 0.1 * y[4] * std::fabs(y[4]);
+        (*parFDeriv)[5] = 30.0 * std::cos(y[3]) / y[7] - 3.7 - 0.1 * y[5] * std::fabs(y[5]);
+        (*parFDeriv)[6] = 2.0 * std::sin(3.0 * fTi) - 0.5 * y[6] - 4.0 * y[3];
+        (*parFDeriv)[7] = -0.02;
+    }
+};
+
+A1Val<double> arFOf(const std::vector<double>& v) {
+    A1Val<double> ar(1, static_cast<Long>(v.size()));
+    for (Long i = 1; i <= ar.iLast(); i++) ar[i] = v[i - 1];
+    return ar;
+}
+
+// Largest error of the oscillator state against cos/sin at fTi.
+double fErrOscillator(const A1Val<double>& arFY, double fTi) {
+    return std::fmax(std::fabs(arFY[1] - std::cos(fTi)), std::fabs(arFY[2] + std::sin(fTi)));
+}
+
+// Global error of nStep fixed RK4 steps of the oscillator over [0, fTiEnd].
+double fErrRk4Oscillator(int nStep, double fTiEnd) {
+    Oscillator osc;
+    A1Val<double> arFY = arFOf({1.0, 0.0});
+    A1Val<double> arFDyDx(1, 2);
+    const double fH = fTiEnd / nStep;
+    for (int iStep = 0; iStep < nStep; iStep++) {
+        const double fTi = iStep * fH;
+        osc.arFAtFArF(&arFDyDx, fTi, arFY);
+        rk4Step(&arFY, fTi, &arFY, &arFDyDx, 2, fH, &osc);
+    }
+    return fErrOscillator(arFY, fTiEnd);
+}
+
+struct AdaptiveRun {
+    double fErr;
+    long nStep;
+};
+
+// Integrates the oscillator over [0, fTiEnd] with rk5StepQC, absolute error
+// scale 1 and tolerance fEps, landing on fTiEnd exactly.
+AdaptiveRun runRk5Oscillator(double fEps, double fTiEnd) {
+    Oscillator osc;
+    A1Val<double> arFY = arFOf({1.0, 0.0});
+    A1Val<double> arFDyDx(1, 2);
+    A1Val<double> arFScale = arFOf({1.0, 1.0});
+    double fTi = 0.0, fH = 0.5;
+    long nStep = 0;
+    while (fTi < fTiEnd) {
+        const double fHTry = std::fmin(fH, fTiEnd - fTi);
+        osc.arFAtFArF(&arFDyDx, fTi, arFY);
+        double fTiNext, fHUsed;
+        rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 2, fHTry, fEps, &arFScale,
+                  &osc);
+        // A step that was not cut lands on fTiEnd exactly.
+        fTi = (fHUsed == fTiEnd - fTi) ? fTiEnd : fTiNext;
+        nStep++;
+    }
+    return {fErrOscillator(arFY, fTiEnd), nStep};
+}
+
+}  // namespace
+
+// ---- rk4Step ----------------------------------------------------------------
+
+TEST(Rk4Step, OneStepOfExponentialIsTheQuarticTaylorPolynomial) {
+    // For y' = y one classical step multiplies by 1 + h + h^2/2 + h^3/6 + h^4/24.
+    class Exponential : public ArF64FnF64ArF64 {
+    public:
+        void arFAtFArF(A1Val<double>* pd, double, const A1Val<double>& y) override {
+            pd->reconstructIFirstILast(1, 1);
+            (*pd)[1] = y[1];
+        }
+    } expo;
+    for (double fH : {0.5, 0.1, -0.3}) {
+        A1Val<double> arFY = arFOf({2.0});
+        A1Val<double> arFDyDx = arFOf({2.0});
+        A1Val<double> arFYNext(5, 9);
+        rk4Step(&arFYNext, 1.0, &arFY, &arFDyDx, 1, fH, &expo);
+        ASSERT_EQ(arFYNext.iFirst(), 1);
+        ASSERT_EQ(arFYNext.iLast(), 1);
+        const double fTaylor = 1 + fH + fH * fH / 2 + fH * fH * fH / 6 + fH * fH * fH * fH / 24;
+        EXPECT_NEAR(arFYNext[1], 2.0 * fTaylor, 1e-14) << fH;
+    }
+}
+
+TEST(Rk4Step, TimeOnlyRateIsSimpsonsRuleAtTheRightAbscissas) {
+    // y' = 5 t^4 from t = 1 over h = 2: Simpson's rule gives
+    // 2/6 * (5 + 4 * 5 * 2^4 + 5 * 3^4) = 2/6 * 730, which differs from the
+    // exact 3^5 - 1 = 242 and so shows that the middle and end abscissas are
+    // x + h/2 and x + h.
+    QuarticInTime quartic({5.0});
+    A1Val<double> arFY = arFOf({1.0});
+    A1Val<double> arFDyDx = arFOf({5.0});
+    A1Val<double> arFYNext(1, 1);
+    rk4Step(&arFYNext, 1.0, &arFY, &arFDyDx, 1, 2.0, &quartic);
+    EXPECT_NEAR(arFYNext[1], 1.0 + 2.0 / 6.0 * 730.0, 1e-12);
+}
+
+TEST(Rk4Step, GlobalErrorFallsSixteenfoldWhenTheStepHalves) {
+    // The ratio tends to 16 as h -> 0; h = 0.05, 0.025, 0.0125 are well
+    // inside that range and far above rounding.
+    const double fErr80 = fErrRk4Oscillator(80, 4.0);
+    const double fErr160 = fErrRk4Oscillator(160, 4.0);
+    const double fErr320 = fErrRk4Oscillator(320, 4.0);
+    EXPECT_NEAR(fErr80 / fErr160, 16.0, 0.5);
+    EXPECT_NEAR(fErr160 / fErr320, 16.0, 0.5);
+}
+
+using Rk4StepFiles = InTempDir;
+
+TEST_F(Rk4StepFiles, ExactZeroIsNotUnderflow) {
+    ConstantRate rate({0.0, 0.0});
+    A1Val<double> arFY = arFOf({0.0, 1e-300});
+    A1Val<double> arFDyDx = arFOf({0.0, 0.0});
+    A1Val<double> arFYNext(1, 2);
+    rk4Step(&arFYNext, 0.0, &arFY, &arFDyDx, 2, 0.5, &rate);
+    EXPECT_EQ(arFYNext[1], 0.0);
+    EXPECT_EQ(arFYNext[2], 1e-300);
+    EXPECT_FALSE(vttest::fileExists("debug.txt"));
+}
+
+TEST_F(Rk4StepFiles, UnderflowBelow1e300WritesDebugThenAsserts) {
+    vttest::writeFile("debug.txt", "an older dump that must disappear\n");
+    ConstantRate rate({0.0, 2.0});
+    A1Val<double> arFY = arFOf({1e-310, -1.0});
+    A1Val<double> arFDyDx = arFOf({0.0, 2.0});
+    A1Val<double> arFYNext(1, 2);
+    EXPECT_DEATH(rk4Step(&arFYNext, 3.0, &arFY, &arFDyDx, 2, 0.25, &rate),
+                 "^Assertion failed: std::fabs\\(fYNext\\) >= 1e-300, file .*odeint\\.cpp, "
+                 "line [0-9]+\n$");
+    EXPECT_EQ(readFile("debug.txt"),
+              "Y too small in rk4Step\n"
+              "    fX          =     3.0000000000e+00\n"
+              "    fH          =     2.5000000000e-01\n"
+              "    *parFY =\n"
+              "       1.0000000000e-310\n"
+              "       -1.0000000000e+00\n"
+              "   *arFDyT =\n"
+              "        0.0000000000e+00\n"
+              "        2.0000000000e+00\n"
+              "   *parFYNext =\n"
+              "       1.0000000000e-310\n"
+              "       -5.0000000000e-01\n");
+}
+
+TEST(Rk4StepDeath, InputRangesAreAssertedInOrder) {
+    ConstantRate rate({0.0, 0.0});
+    A1Val<double> arFGood = arFOf({1.0, 2.0});
+    A1Val<double> arFFrom0(0, 1);
+    A1Val<double> arFYNext(1, 2);
+    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFFrom0, &arFFrom0, 2, 0.1, &rate),
+                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY, "
+                 "file .*odeint");
+    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFGood, &arFFrom0, 2, 0.1, &rate),
+                 "Assertion failed: parFDyDx->iFirst\\(\\) == 1 && parFDyDx->iLast\\(\\) == iNY, "
+                 "file .*odeint");
+    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFGood, &arFGood, 3, 0.1, &rate),
+                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY");
+}
+
+// ---- rk5StepQC ----------------------------------------------------------------
+
+// With y' = t^4 from t = 0 and h = 6, every intermediate value is a short
+// binary fraction, so the steps are exact:
+//   one full step    h/6 * (f(0) + f(6) + 4 f(3))                     = 1620
+//   two half steps   0.5 * (f(0) + f(3) + 4 f(1.5))
+//                  + 0.5 * (f(3) + f(6) + 4 f(4.5))    = 50.625 + 1508.625 = 1559.25
+// and their difference is exactly 60.75. The extrapolated result
+// 1559.25 + (1559.25 - 1620) / 15 is the exact integral 6^5 / 5 = 1555.2.
+namespace {
+constexpr double fDiffQuartic = 60.75;
+
+struct QuarticStep {
+    double fXNext, fHUsed, fHNextEst;
+    double fY;
+};
+
+QuarticStep stepQuartic(double fScale, double fEps) {
+    QuarticInTime quartic({1.0});
+    A1Val<double> arFY = arFOf({0.0});
+    A1Val<double> arFDyDx = arFOf({0.0});
+    A1Val<double> arFScale = arFOf({fScale});
+    A1Val<double> arFYNext(1, 1);
+    QuarticStep r{};
+    rk5StepQC(&arFYNext, &r.fXNext, &r.fHUsed, &r.fHNextEst, 0.0, &arFY, &arFDyDx, 1, 6.0, fEps,
+              &arFScale, &quartic);
+    r.fY = arFYNext[1];
+    return r;
+}
+}  // namespace
+
+TEST(Rk5StepQC, ScaledErrorOfExactlyOneIsAccepted) {
+    const QuarticStep r = stepQuartic(fDiffQuartic, 1.0);
+    EXPECT_EQ(r.fHUsed, 6.0);
+    EXPECT_EQ(r.fXNext, 6.0);
+    // fErrMax = 1: 0.9 * h * 1^-0.2.
+    EXPECT_EQ(r.fHNextEst, 0.9 * 6.0);
+    EXPECT_NEAR(r.fY, 1555.2, 1e-12);
+
+    // The tolerance enters as a divisor: scale 121.5 with eps 0.5 is the same.
+    EXPECT_EQ(stepQuartic(2.0 * fDiffQuartic, 0.5).fHUsed, 6.0);
+}
+
+TEST(Rk5StepQC, ScaledErrorJustAboveOneShrinksTheStep) {
+    const QuarticStep r = stepQuartic(std::nextafter(fDiffQuartic, 0.0), 1.0);
+    EXPECT_LT(r.fHUsed, 6.0);
+    // The first retry uses 0.9 h fErrMax^-0.25 with fErrMax a hair above 1.
+    EXPECT_NEAR(r.fHUsed, 0.9 * 6.0, 1e-12);
+    EXPECT_EQ(r.fXNext, r.fHUsed);
+    // The retried step's error scales as h^5: accepted with room to grow.
+    const double fErrMax = fDiffQuartic * std::pow(0.9, 5.0) / std::nextafter(fDiffQuartic, 0.0);
+    EXPECT_NEAR(r.fHNextEst, 0.9 * r.fHUsed * std::pow(fErrMax, -0.2), 1e-9);
+    // Still the exact integral, now of t^4 over [0, h].
+    EXPECT_NEAR(r.fY, std::pow(r.fHUsed, 5.0) / 5.0, 1e-9);
+}
+
+TEST(Rk5StepQC, GrowthIsCappedAtFourBelowTheThreshold) {
+    // fErrMax = 60.75 / 101250 rounds to the same double as 0.0006: not above
+    // the threshold, so the cap applies.
+    const QuarticStep rAt = stepQuartic(fDiffQuartic / 0.0006, 1.0);
+    ASSERT_EQ(fDiffQuartic / (fDiffQuartic / 0.0006), 0.0006);
+    EXPECT_EQ(rAt.fHUsed, 6.0);
+    EXPECT_EQ(rAt.fHNextEst, 24.0);
+
+    // Far below: still exactly four times.
+    EXPECT_EQ(stepQuartic(1e9, 1.0).fHNextEst, 24.0);
+
+    // Just above the threshold the formula takes over, and it meets the cap
+    // there (0.9 * 0.0006^-0.2 is about 3.96).
+    const QuarticStep rAbove = stepQuartic(fDiffQuartic / 0.0006001, 1.0);
+    const double fErrMax = fDiffQuartic / (fDiffQuartic / 0.0006001);
+    ASSERT_GT(fErrMax, 0.0006);
+    EXPECT_DOUBLE_EQ(rAbove.fHNextEst, 0.9 * 6.0 * std::pow(fErrMax, -0.2));
+    EXPECT_NEAR(rAbove.fHNextEst / 6.0, 3.96, 0.01);
+}
+
+TEST(Rk5StepQC, ConstantRateIsExactAndGrowsFourfold) {
+    ConstantRate rate({2.0, -1.5});
+    A1Val<double> arFY = arFOf({1.0, 4.0});
+    A1Val<double> arFDyDx = arFOf({2.0, -1.5});
+    A1Val<double> arFScale = arFOf({1e-12, 1e-12});
+    A1Val<double> arFYNext(1, 2);
+    double fXNext, fHUsed, fHNextEst;
+    rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 10.0, &arFY, &arFDyDx, 2, 0.5, 1e-6,
+              &arFScale, &rate);
+    EXPECT_EQ(fXNext, 10.5);
+    EXPECT_EQ(fHUsed, 0.5);
+    EXPECT_EQ(fHNextEst, 2.0);
+    EXPECT_EQ(arFYNext[1], 2.0);
+    EXPECT_EQ(arFYNext[2], 3.25);
+}
+
+TEST(Rk5StepQC, GlobalErrorFollowsTheTolerance) {
+    double fErrPrev = 1.0;
+    long nStepPrev = 0;
+    for (double fEps : {1e-5, 1e-7, 1e-9, 1e-11}) {
+        const AdaptiveRun run = runRk5Oscillator(fEps, 10.0);
+        // Each step's local error is held below fEps (before extrapolation),
+        // so the global error is bounded by their sum.
+        EXPECT_LT(run.fErr, run.nStep * fEps) << fEps;
+        // A hundredfold tighter tolerance buys at least a tenfold smaller
+        // error, with more steps.
+        EXPECT_LT(run.fErr, fErrPrev / 10.0) << fEps;
+        EXPECT_GT(run.nStep, nStepPrev) << fEps;
+        fErrPrev = run.fErr;
+        nStepPrev = run.nStep;
+    }
+}
+
+TEST(Rk5StepQC, SameArrayInAndOutGivesBitIdenticalResults) {
+    // A long run of the 7-state system that starts with far too large a step,
+    // so that steps are retried: every retry must start from the same state.
+    SevenStates sys;
+    const std::vector<double> arFY0 = {0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0};
+    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
+
+    A1Val<double> arFYInPlace = arFOf(arFY0);
+    A1Val<double> arFYA = arFOf(arFY0);
+    A1Val<double> arFYB(1, 7);
+    A1Val<double> arFDyDx(1, 7);
+    double fTiInPlace = 0.0, fHInPlace = 5.0;
+    double fTiSep = 0.0, fHSep = 5.0;
+    int nRetried = 0;
+    for (int iStep = 0; iStep < 300; iStep++) {
+        double fHUsed1, fHUsed2, fTiNext;
+        sys.arFAtFArF(&arFDyDx, fTiInPlace, arFYInPlace);
+        const double fHTry = fHInPlace;
+        rk5StepQC(&arFYInPlace, &fTiNext, &fHUsed1, &fHInPlace, fTiInPlace, &arFYInPlace,
+                  &arFDyDx, 7, fHTry, 1.0, &arFScale, &sys);
+        fTiInPlace = fTiNext;
+        if (fHUsed1 != fHTry) nRetried++;
+
+        sys.arFAtFArF(&arFDyDx, fTiSep, arFYA);
+        rk5StepQC(&arFYB, &fTiNext, &fHUsed2, &fHSep, fTiSep, &arFYA, &arFDyDx, 7, fHSep, 1.0,
+                  &arFScale, &sys);
+        fTiSep = fTiNext;
+        arFYA = arFYB;
+
+        ASSERT_EQ(fHUsed1, fHUsed2) << iStep;
+        ASSERT_EQ(std::memcmp(&arFYInPlace[1], &arFYA[1], 7 * sizeof(double)), 0) << iStep;
+    }
+    EXPECT_EQ(fTiInPlace, fTiSep);
+    EXPECT_GT(nRetried, 0);
+    EXPECT_GT(fTiInPlace, 1.0);
+}
+
+using Rk5StepQCFiles = InTempDir;
+
+TEST_F(Rk5StepQCFiles, StepThatNoLongerMovesXWritesDebugThenAsserts) {
+    ConstantRate rate({1.0, -2.0});
+    A1Val<double> arFY = arFOf({1.0, 2.0});
+    A1Val<double> arFDyDx = arFOf({1.0, -2.0});
+    A1Val<double> arFScale = arFOf({1.0, 1.0});
+    A1Val<double> arFYNext(1, 2);
+    double fXNext, fHUsed, fHNextEst;
+    // 1e20 + 0.001 == 1e20.
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 1e20, &arFY, &arFDyDx, 2,
+                           0.001, 1e-6, &arFScale, &rate),
+                 "^Assertion failed: \\*pfXNext != fX, file .*odeint\\.cpp, line [0-9]+\n$");
+    EXPECT_EQ(readFile("debug.txt"),
+              "Step size too small in routine rk5StepQC\n"
+              "    iLoop       = 1\n"
+              "    fX          =     1.0000000000e+20\n"
+              "    fHTry       =     1.0000000000e-03\n"
+              "    fH          =     1.0000000000e-03\n"
+              "    arFYTemp1 =\n"
+              "        1.0005000000e+00\n"
+              "        1.9990000000e+00\n"
+              "   arFDyDxTemp =\n"
+              "        1.0000000000e+00\n"
+              "       -2.0000000000e+00\n"
+              "    arFYNext =\n"
+              "        1.0010000000e+00\n"
+              "        1.9980000000e+00\n");
+}
+
+TEST_F(Rk5StepQCFiles, ShrinkingUntilTheStepVanishesDumpsTheLastTrial) {
+    // The rate jumps from 0 to 1 just after t = 1, so the two half steps and
+    // the full step differ by h/12 however small h is; against an error scale
+    // of 1e-20 the step shrinks over several trials until 1 + h == 1.
+    class Jump : public ArF64FnF64ArF64 {
+    public:
+        void arFAtFArF(A1Val<double>* pd, double fTi, const A1Val<double>&) override {
+            pd->reconstructIFirstILast(1, 1);
+            (*pd)[1] = fTi > 1.0 ? 1.0 : 0.0;
+        }
+    } jump;
+    A1Val<double> arFY = arFOf({0.0});
+    A1Val<double> arFDyDx = arFOf({0.0});
+    A1Val<double> arFScale = arFOf({1e-20});
+    A1Val<double> arFYNext(1, 1);
+    double fXNext, fHUsed, fHNextEst;
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 1.0, &arFY, &arFDyDx, 1,
+                           1e-3, 1.0, &arFScale, &jump),
+                 "Assertion failed: \\*pfXNext != fX");
+    const std::string szDump = readFile("debug.txt");
+    int iLoop = 0;
+    double fX = 0.0, fHTry = 0.0, fH = 1.0;
+    ASSERT_EQ(std::sscanf(szDump.c_str(),
+                          "Step size too small in routine rk5StepQC\n"
+                          "    iLoop       = %d\n    fX          = %le\n"
+                          "    fHTry       = %le\n    fH          = %le\n",
+                          &iLoop, &fX, &fHTry, &fH),
+              4)
+        << szDump;
+    EXPECT_GT(iLoop, 2);
+    EXPECT_EQ(fX, 1.0);
+    EXPECT_EQ(fHTry, 1e-3);
+    EXPECT_LT(fH, 1.2e-16);
+    EXPECT_GT(fH, 1e-19);
+}
+
+TEST(Rk5StepQCDeath, NaNScaledErrorAssertsInsteadOfLoopingForever) {
+    ConstantRate rate({std::nan(""), 0.0});
+    A1Val<double> arFY = arFOf({0.0, 1.0});
+    A1Val<double> arFDyDx = arFOf({0.0, 0.0});
+    A1Val<double> arFScale = arFOf({1.0, 1.0});
+    A1Val<double> arFYNext(1, 2);
+    double fXNext, fHUsed, fHNextEst;
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFY, &arFDyDx, 2, 0.1,
+                           1e-6, &arFScale, &rate),
+                 "^Assertion failed: !std::isnan\\(fErrMax\\), file .*odeint\\.cpp");
+    // The NaN in the last component is not passed over by the maximum either.
+    ConstantRate rateLast({0.0, std::nan("")});
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFY, &arFDyDx, 2, 0.1,
+                           1e-6, &arFScale, &rateLast),
+                 "Assertion failed: !std::isnan\\(fErrMax\\)");
+}
+
+TEST(Rk5StepQCDeath, InputRangesAreAssertedInOrder) {
+    ConstantRate rate({0.0, 0.0});
+    A1Val<double> arFGood = arFOf({1.0, 2.0});
+    A1Val<double> arFShort = arFOf({1.0});
+    A1Val<double> arFYNext(1, 2);
+    double fXNext, fHUsed, fHNextEst;
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFShort, &arFShort, 2,
+                           0.1, 1e-6, &arFShort, &rate),
+                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY, "
+                 "file .*odeint");
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood, &arFShort, 2,
+                           0.1, 1e-6, &arFShort, &rate),
+                 "Assertion failed: parFDyDx->iFirst\\(\\) == 1 && parFDyDx->iLast\\(\\) == iNY, "
+                 "file .*odeint");
+    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood, &arFGood, 2,
+                           0.1, 1e-6, &arFShort, &rate),
+                 "Assertion failed: parFYErrScale->iFirst\\(\\) == 1 && "
+                 "parFYErrScale->iLast\\(\\) == iNY, file .*odeint");
+}
