@@ -1,0 +1,341 @@
+// Points, vectors, directions, frame rotations, coordinate conversions and
+// angle reduction.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <numbers>
+#include <random>
+#include <string>
+
+#include "core/logerror.h"
+#include "geom/geom3c.h"
+#include "support/testutil.h"
+
+namespace {
+
+constexpr double kPi = std::numbers::pi;
+
+void expectPtNear(Pt3c const& pt, double x, double y, double z, double fTol = 1e-12) {
+    EXPECT_NEAR(pt.fX, x, fTol);
+    EXPECT_NEAR(pt.fY, y, fTol);
+    EXPECT_NEAR(pt.fZ, z, fTol);
+}
+
+template <class T>
+void expectXYZNear(T const& v, double x, double y, double z, double fTol = 1e-12) {
+    EXPECT_NEAR(v.fX, x, fTol);
+    EXPECT_NEAR(v.fY, y, fTol);
+    EXPECT_NEAR(v.fZ, z, fTol);
+}
+
+void expectRcbNear(Rcb3c const& a, Rcb3c const& b, double fTol = 1e-12) {
+    for (int r = 0; r < 3; ++r)
+        for (int c = 0; c < 3; ++c)
+            EXPECT_NEAR(a.mxF[r][c], b.mxF[r][c], fTol) << "element " << r << "," << c;
+}
+
+// A right-handed rotation (a motion) about a unit axis, written out
+// independently of the code under test.
+Vc3c vcRotatedRightHanded(Vc3c const& v, Vc3c const& n, double a) {
+    // v cos a + (n x v) sin a + n (n.v)(1 - cos a)
+    double c = std::cos(a), s = std::sin(a);
+    Vc3c nxv(n.fY * v.fZ - n.fZ * v.fY, n.fZ * v.fX - n.fX * v.fZ, n.fX * v.fY - n.fY * v.fX);
+    double d = n.fX * v.fX + n.fY * v.fY + n.fZ * v.fZ;
+    return Vc3c(v.fX * c + nxv.fX * s + n.fX * d * (1 - c),
+                v.fY * c + nxv.fY * s + n.fY * d * (1 - c),
+                v.fZ * c + nxv.fZ * s + n.fZ * d * (1 - c));
+}
+
+}  // namespace
+
+// ---- directions and products ---------------------------------------------------------
+
+TEST(Dr3cTest, NormalisingConstructors) {
+    expectXYZNear(Dr3c(3, 0, 4), 0.6, 0.0, 0.8, 1e-15);
+    const double ar[3] = {0.0, -2.0, 0.0};
+    expectXYZNear(Dr3c(ar), 0.0, -1.0, 0.0, 0.0);
+    Dr3c dr(Vc3c(1, 2, 2));
+    expectXYZNear(dr, 1.0 / 3, 2.0 / 3, 2.0 / 3, 1e-15);
+    expectXYZNear(-dr, -1.0 / 3, -2.0 / 3, -2.0 / 3, 1e-15);
+}
+
+TEST(Dr3cDeathTest, ZeroLengthFailsNormAssertion) {
+    EXPECT_DEATH(Dr3c(0.0, 0.0, 0.0), "Assertion failed: fNorm != 0.0, file .*geom3c.cpp");
+    EXPECT_DEATH(Dr3c{Vc3c()}, "Assertion failed: fNorm != 0.0");
+}
+
+TEST(CrossTest, RightHandedProducts) {
+    expectXYZNear(vcCrossVcVc(Vc3c(1, 0, 0), Vc3c(0, 1, 0)), 0, 0, 1, 0.0);
+    expectXYZNear(vcCrossVcVc(Vc3c(0, 1, 0), Vc3c(0, 0, 1)), 1, 0, 0, 0.0);
+    expectXYZNear(vcCrossVcVc(Vc3c(0, 0, 1), Vc3c(1, 0, 0)), 0, 1, 0, 0.0);
+    // Not normalised, and every mixed form agrees.
+    Vc3c a(1, 2, 3), b(-4, 5, 0.5);
+    Vc3c c = vcCrossVcVc(a, b);
+    expectXYZNear(c, 2 * 0.5 - 3 * 5, 3 * -4 - 1 * 0.5, 1 * 5 - 2 * -4, 1e-14);
+    EXPECT_NEAR(fDotVcVc(c, a), 0.0, 1e-12);
+    EXPECT_NEAR(fDotVcVc(c, b), 0.0, 1e-12);
+    Dr3c da(a), db(b);
+    Vc3c cdd = vcCrossDrDr(da, db);
+    Dr3c dc = drCrossDrDr(da, db);
+    EXPECT_NEAR(fLenVc(Vc3c(dc)), 1.0, 1e-15);
+    expectXYZNear(dc, c.fX / fLenVc(c), c.fY / fLenVc(c), c.fZ / fLenVc(c), 1e-14);
+    expectXYZNear(drCrossVcVc(a, b), dc.fX, dc.fY, dc.fZ, 1e-14);
+    expectXYZNear(drCrossVcDr(a, db), dc.fX, dc.fY, dc.fZ, 1e-14);
+    expectXYZNear(drCrossDrVc(da, b), dc.fX, dc.fY, dc.fZ, 1e-14);
+    expectXYZNear(Dr3c(cdd), dc.fX, dc.fY, dc.fZ, 1e-14);
+    expectXYZNear(vcCrossVcDr(a, db), cdd.fX * fLenVc(a), cdd.fY * fLenVc(a),
+                  cdd.fZ * fLenVc(a), 1e-12);
+    expectXYZNear(vcCrossDrVc(da, b), cdd.fX * fLenVc(b), cdd.fY * fLenVc(b),
+                  cdd.fZ * fLenVc(b), 1e-12);
+}
+
+TEST(CrossDeathTest, ParallelDirectionsFailNormAssertion) {
+    Dr3c dr(1, 2, 3);
+    EXPECT_DEATH(drCrossDrDr(dr, dr), "Assertion failed: fNorm != 0.0");
+    EXPECT_DEATH(drCrossVcVc(Vc3c(1, 1, 0), Vc3c(-2, -2, 0)), "Assertion failed: fNorm != 0.0");
+}
+
+// ---- frame rotations -----------------------------------------------------------------
+
+TEST(Rcb3cTest, ElementaryRotationsAreTransposedRightHandedRotations) {
+    const double a = 0.3;
+    const double c = std::cos(a), s = std::sin(a);
+    Rcb3c z = rcb3cRotFRdnZ(a);
+    double arZ[3][3] = {{c, s, 0}, {-s, c, 0}, {0, 0, 1}};
+    expectRcbNear(z, Rcb3c(arZ), 0.0);
+    // The frame turned by +a: a fixed point has its coordinates turned by -a.
+    struct Case {
+        Rcb3c rcb;
+        Vc3c axis;
+    } arCase[] = {{rcb3cRotFRdnX(a), Vc3c(1, 0, 0)},
+                  {rcb3cRotFRdnY(a), Vc3c(0, 1, 0)},
+                  {rcb3cRotFRdnZ(a), Vc3c(0, 0, 1)}};
+    for (auto const& cs : arCase) {
+        for (Vc3c v : {Vc3c(1, 0, 0), Vc3c(0, 1, 0), Vc3c(0, 0, 1), Vc3c(0.3, -2, 5)}) {
+            Vc3c vExpect = vcRotatedRightHanded(v, cs.axis, -a);
+            expectXYZNear(vcRcb(cs.rcb, v), vExpect.fX, vExpect.fY, vExpect.fZ, 1e-14);
+        }
+    }
+    // The axis-angle form agrees with the single-axis forms.
+    expectRcbNear(rcb3cDrAxisFRdn(Dr3c(1, 0, 0), a), rcb3cRotFRdnX(a), 1e-15);
+    expectRcbNear(rcb3cDrAxisFRdn(Dr3c(0, 1, 0), a), rcb3cRotFRdnY(a), 1e-15);
+    expectRcbNear(rcb3cDrAxisFRdn(Dr3c(0, 0, 1), a), rcb3cRotFRdnZ(a), 1e-15);
+}
+
+TEST(Rcb3cTest, AxisAngleMatchesIndependentRotationAndInverseIsTranspose) {
+    std::mt19937 gen(7);
+    std::uniform_real_distribution<double> u(-1.0, 1.0);
+    for (int i = 0; i < 50; ++i) {
+        Vc3c vAxis(u(gen), u(gen), u(gen) + 1.5);
+        Dr3c drAxis(vAxis);
+        double a = 3.0 * u(gen);
+        Rcb3c rcb = rcb3cDrAxisFRdn(drAxis, a);
+        Vc3c v(u(gen), u(gen), u(gen));
+        Vc3c vExpect = vcRotatedRightHanded(v, Vc3c(drAxis), -a);
+        expectXYZNear(vcRcb(rcb, v), vExpect.fX, vExpect.fY, vExpect.fZ, 1e-14);
+        expectRcbNear(rcb * rcb3cInv(rcb), rcb3cIdent(), 1e-14);
+        expectRcbNear(rcb3cInv(rcb) * rcb, rcb3cIdent(), 1e-14);
+        EXPECT_NEAR(fLenVc(vcRcb(rcb, v)), fLenVc(v), 1e-14);
+        Pt3c pt = ptRcb(rcb, Pt3c(v.fX, v.fY, v.fZ));
+        expectPtNear(pt, vExpect.fX, vExpect.fY, vExpect.fZ, 1e-14);
+        Dr3c dr = drRcb(rcb, Dr3c(v));
+        EXPECT_NEAR(fLenVc(Vc3c(dr)), 1.0, 1e-15);
+    }
+}
+
+TEST(Rcb3cTest, ProductOrderAndZXZ) {
+    // In a * b applied to a point, b acts first.
+    Rcb3c a = rcb3cRotFRdnX(0.4), b = rcb3cRotFRdnZ(1.1);
+    Vc3c v(0.2, -0.7, 1.3);
+    Vc3c vSeq = vcRcb(a, vcRcb(b, v));
+    Vc3c vProd = vcRcb(a * b, v);
+    expectXYZNear(vProd, vSeq.fX, vSeq.fY, vSeq.fZ, 1e-15);
+    Vc3c vOther = vcRcb(b * a, v);
+    EXPECT_GT(fLenVc(vOther - vProd), 0.1);
+    expectRcbNear(rcb3cRotFRdnZXZ(0.1, 0.2, 0.3),
+                  rcb3cRotFRdnZ(0.3) * rcb3cRotFRdnX(0.2) * rcb3cRotFRdnZ(0.1), 1e-15);
+}
+
+TEST(Rcb3cTest, TwoDirectionFramesPutTheNamedAxesWhereTheySay) {
+    Dr3c dr1(1, 2, 0.5), dr2(-0.3, 1, 2);
+    // For each frame: which row is the first-named axis, which the second.
+    struct Case {
+        Rcb3c rcb;
+        int iFirst, iSecond;
+    } arCase[] = {{rcb3cDrXYNew(dr1, dr2), 0, 1}, {rcb3cDrYZNew(dr1, dr2), 1, 2},
+                  {rcb3cDrZXNew(dr1, dr2), 2, 0}, {rcb3cDrXZNew(dr1, dr2), 0, 2},
+                  {rcb3cDrYXNew(dr1, dr2), 1, 0}, {rcb3cDrZYNew(dr1, dr2), 2, 1}};
+    for (auto const& cs : arCase) {
+        auto const& m = cs.rcb.mxF;
+        // Orthonormal and right-handed (determinant +1).
+        expectRcbNear(cs.rcb * rcb3cInv(cs.rcb), rcb3cIdent(), 1e-14);
+        double fDet = m[0][0] * (m[1][1] * m[2][2] - m[1][2] * m[2][1]) -
+                      m[0][1] * (m[1][0] * m[2][2] - m[1][2] * m[2][0]) +
+                      m[0][2] * (m[1][0] * m[2][1] - m[1][1] * m[2][0]);
+        EXPECT_NEAR(fDet, 1.0, 1e-14);
+        // The first-named axis is dr1; the frame maps dr1 onto that axis.
+        Vc3c v1 = vcRcb(cs.rcb, Vc3c(dr1));
+        double ar1[3] = {v1.fX, v1.fY, v1.fZ};
+        EXPECT_NEAR(ar1[cs.iFirst], 1.0, 1e-14);
+        // dr2 has no component along the third axis and a positive one along
+        // the second-named axis.
+        Vc3c v2 = vcRcb(cs.rcb, Vc3c(dr2));
+        double ar2[3] = {v2.fX, v2.fY, v2.fZ};
+        int iThird = 3 - cs.iFirst - cs.iSecond;
+        EXPECT_NEAR(ar2[iThird], 0.0, 1e-14);
+        EXPECT_GT(ar2[cs.iSecond], 0.0);
+    }
+}
+
+TEST(Rcb3cDeathTest, TwoDirectionFrameFromParallelDirections) {
+    Dr3c dr(0, 0, 1);
+    EXPECT_DEATH(rcb3cDrZYNew(dr, -dr), "Assertion failed: fNorm != 0.0");
+}
+
+// ---- coordinate conversions --------------------------------------------------------
+
+TEST(CoordinatesTest, CylindricalAndSphericalRoundTrips) {
+    expectPtNear(ptRctFmCyl(2.0, kPi / 2, 3.0), 0.0, 2.0, 3.0, 1e-15);
+    expectPtNear(ptRctFmSph(2.0, 0.0, kPi / 2), 2.0, 0.0, 0.0, 1e-15);
+    expectPtNear(ptRctFmSph(2.0, 1.0, 0.0), 0.0, 0.0, 2.0, 1e-15);
+    std::mt19937 gen(11);
+    std::uniform_real_distribution<double> u(-5.0, 5.0);
+    for (int i = 0; i < 40; ++i) {
+        Pt3c pt(u(gen), u(gen), u(gen));
+        double r, phi, z, rs, phs, th;
+        cylFmPtRct(&r, &phi, &z, pt);
+        expectPtNear(ptRctFmCyl(r, phi, z), pt.fX, pt.fY, pt.fZ, 1e-13);
+        sphFmPtRct(&rs, &phs, &th, pt);
+        EXPECT_NEAR(rs, std::sqrt(pt.fX * pt.fX + pt.fY * pt.fY + pt.fZ * pt.fZ), 1e-14);
+        EXPECT_GE(th, 0.0);
+        EXPECT_LE(th, kPi);
+        expectPtNear(ptRctFmSph(rs, phs, th), pt.fX, pt.fY, pt.fZ, 1e-13);
+        double r2, phi2, z2, rs2, ph2, th2;
+        cylFmSph(&r2, &phi2, &z2, rs, phs, th);
+        EXPECT_NEAR(r2, r, 1e-13);
+        EXPECT_NEAR(phi2, phi, 1e-15);
+        EXPECT_NEAR(z2, z, 1e-13);
+        sphFmCyl(&rs2, &ph2, &th2, r, phi, z);
+        EXPECT_NEAR(rs2, rs, 1e-13);
+        EXPECT_NEAR(th2, th, 1e-14);
+        Vc3c vc(pt.fX, pt.fY, pt.fZ);
+        sphFmVc(&rs2, &ph2, &th2, vc);
+        expectXYZNear(vcFmSph(rs2, ph2, th2), vc.fX, vc.fY, vc.fZ, 1e-13);
+        cylFmVc(&r2, &phi2, &z2, vc);
+        expectXYZNear(vcFmCyl(r2, phi2, z2), vc.fX, vc.fY, vc.fZ, 1e-13);
+        Dr3c dr(vc);
+        sphFmDr(&ph2, &th2, dr);
+        expectXYZNear(drFmSph(ph2, th2), dr.fX, dr.fY, dr.fZ, 1e-14);
+        double x, y, zz;
+        rctFmCyl(&x, &y, &zz, r, phi, z);
+        expectPtNear(Pt3c(x, y, zz), pt.fX, pt.fY, pt.fZ, 1e-13);
+        rctFmSph(&x, &y, &zz, rs, phs, th);
+        expectPtNear(Pt3c(x, y, zz), pt.fX, pt.fY, pt.fZ, 1e-13);
+        sphFmRct(&rs2, &ph2, &th2, pt.fX, pt.fY, pt.fZ);
+        EXPECT_EQ(rs2, rs);
+        cylFmRct(&r2, &phi2, &z2, pt.fX, pt.fY, pt.fZ);
+        EXPECT_EQ(r2, r);
+    }
+}
+
+TEST(CoordinatesTest, LocalFramesGiveRadialComponents) {
+    const double phi = 0.7, th = 1.2, z = 3.0;
+    // A vector along the position's radial direction has only a radial part.
+    Vc3c vRadCyl = vcFmCyl(2.5, phi, 0.0);
+    expectXYZNear(vcRcb(rcbRotAtCyl(2.5, phi, z), vRadCyl), 2.5, 0.0, 0.0, 1e-14);
+    expectXYZNear(vcRcb(rcbRotAtCyl(2.5, phi, z), Vc3c(0, 0, 1)), 0.0, 0.0, 1.0, 1e-15);
+    Vc3c vRadSph = vcFmSph(4.0, phi, th);
+    expectXYZNear(vcRcb(rcbRotAtSph(4.0, phi, th), vRadSph), 4.0, 0.0, 0.0, 1e-14);
+    // e_phi is horizontal and points in the direction of increasing phi.
+    Vc3c vDPhi = vcFmSph(1.0, phi + 1e-6, th) - vcFmSph(1.0, phi, th);
+    Vc3c vLocal = vcRcb(rcbRotAtSph(1.0, phi, th), vDPhi);
+    EXPECT_GT(vLocal.fZ, 0.0);
+    EXPECT_NEAR(vLocal.fY, 0.0, 1e-11);
+    Rcb3c rcb = rcbRotAtSph(1.0, phi, th);
+    expectRcbNear(rcb * rcb3cInv(rcb), rcb3cIdent(), 1e-15);
+}
+
+// ---- angles ---------------------------------------------------------------------------
+
+TEST(AngleTest, ReductionToMinusPiPi) {
+    EXPECT_EQ(fRdnMPPiFmFRdn(-kPi), kPi);
+    EXPECT_NEAR(fRdnMPPiFmFRdn(3 * kPi / 2), -kPi / 2, 1e-15);
+    EXPECT_NEAR(fRdnMPPiFmFRdn(-3 * kPi / 2), kPi / 2, 1e-15);
+    EXPECT_EQ(fRdnMPPiFmFRdn(kPi), kPi);
+    EXPECT_EQ(fRdnMPPiFmFRdn(0.5), 0.5);
+    EXPECT_EQ(fRdnMPPiFmFRdn(-0.5), -0.5);
+    EXPECT_NEAR(fRdnMPPiFmFRdn(7.0), 7.0 - 2 * kPi, 1e-15);
+    EXPECT_NEAR(fRdnMPPiFmFRdn(-7.0), -7.0 + 2 * kPi, 1e-15);
+    for (double a = -20.0; a < 20.0; a += 0.37) {
+        double r = fRdnMPPiFmFRdn(a);
+        EXPECT_GT(r, -kPi);
+        EXPECT_LE(r, kPi);
+        EXPECT_NEAR(std::sin(r), std::sin(a), 1e-13);
+        EXPECT_NEAR(std::cos(r), std::cos(a), 1e-13);
+    }
+}
+
+TEST(AngleTest, ReductionToZeroTwoPi) {
+    EXPECT_NEAR(fRdn02PiFmFRdn(-kPi / 2), 3 * kPi / 2, 1e-15);
+    EXPECT_EQ(fRdn02PiFmFRdn(0.0), 0.0);
+    EXPECT_NEAR(fRdn02PiFmFRdn(2 * kPi + 0.25), 0.25, 1e-15);
+    for (double a = -20.0; a < 20.0; a += 0.37) {
+        double r = fRdn02PiFmFRdn(a);
+        EXPECT_GE(r, 0.0);
+        EXPECT_LT(r, 2 * kPi);
+        EXPECT_NEAR(std::sin(r), std::sin(a), 1e-13);
+        EXPECT_NEAR(std::cos(r), std::cos(a), 1e-13);
+    }
+}
+
+TEST(AngleTest, AngleBetweenDirections) {
+    EXPECT_NEAR(fRdnBetweenDr12(Dr3c(1, 0, 0), Dr3c(0, 1, 0)), kPi / 2, 1e-15);
+    EXPECT_NEAR(fRdnBetweenDr12(Dr3c(1, 0, 0), Dr3c(-1, 0, 0)), kPi, 1e-15);
+    EXPECT_EQ(fRdnBetweenDr12(Dr3c(1, 2, 3), Dr3c(1, 2, 3)), 0.0);
+    // Small angles are resolved (acos of the dot product would give 0).
+    EXPECT_NEAR(fRdnBetweenDr12(Dr3c(1, 0, 0), Dr3c(1, 1e-9, 0)), 1e-9, 1e-20);
+    // Pole to equator is a quarter turn whatever the azimuths.
+    EXPECT_NEAR(fRdnBetweenFPhiTh12(0.3, 0.0, 2.0, kPi / 2), kPi / 2, 1e-15);
+    EXPECT_NEAR(fRdnBetweenFPhiTh12(0.0, kPi / 2, kPi / 3, kPi / 2), kPi / 3, 1e-15);
+}
+
+TEST(AngleTest, SignDegreesMinutesSeconds) {
+    Long iSign, iDeg, iMin;
+    double fSec;
+    // 12 deg 30 min 36 s = 12.51 deg.
+    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, -12.51 * kPi / 180.0);
+    EXPECT_EQ(iSign, -1);
+    EXPECT_EQ(iDeg, 12);
+    EXPECT_EQ(iMin, 30);
+    EXPECT_NEAR(fSec, 36.0, 1e-9);
+    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, kPi);
+    EXPECT_EQ(iSign, 1);
+    EXPECT_EQ(iDeg, 180);
+    EXPECT_EQ(iMin, 0);
+    EXPECT_NEAR(fSec, 0.0, 1e-9);
+}
+
+TEST(AngleDeathTest, SignDegreesMinutesSecondsRejectsNaN) {
+    Long iSign, iDeg, iMin;
+    double fSec;
+    EXPECT_DEATH(iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, std::nan("")),
+                 "Assertion failed: fDeg < 2147483647.0");
+}
+
+// ---- logging ----------------------------------------------------------------------------
+
+using Geom3cLogTest = InTempDir;
+
+TEST_F(Geom3cLogTest, LabelledValuesInTheLog) {
+    openLogFile();
+    logSzFmtPt3c("eye", Pt3c(1.5, -2, 0.25));
+    logSzFmtDr3c("look", Dr3c(0, 0, -1));
+    logSzFmtRcb3c("rot", rcb3cIdent());
+    closeLogFile();
+    std::string sz = vttest::readFile("fe.log");
+    EXPECT_NE(sz.find("eye ( 1.5, -2, 0.25 )\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("look ( 0, 0, -1 )\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("rot ( 1, 0, 0 )\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("rot ( 0, 1, 0 )\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("rot ( 0, 0, 1 )\n"), std::string::npos) << sz;
+}
