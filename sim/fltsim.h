@@ -1,0 +1,168 @@
+// Vehicle dynamics, the simulation driver, the command schedule and the
+// look-up of a stored run.
+//
+// The vehicle moves in the vertical x-z plane and pitches about y: three
+// degrees of freedom plus the mass. The integrator's state vector is an
+// A1Val<double> over 1..7 in this order, which is NOT the field order of the
+// state record Stvehicle3dof (sim/params.h):
+//
+//   index  1    2    3      4     5     6          7
+//   state  fXf  fZf  fPitch fVeXf fVeZf fPitchDot  fMs
+//
+// ArFFnFArFModel turns a time table of thrust and pitch-moment commands,
+// gravity, drag and a penalty-spring ground contact into the derivative of
+// that vector; sim() integrates it with rk5StepQC and stores a record at
+// every output time; readCmdsFromPFILE() reads the command table;
+// stvehicle3dofAtFTi() interpolates a stored run.
+//
+// Ownership: records handed out by pstFmArFState() and by sim() belong to
+// the caller (free them with delete, or deleteStoredRun() in sim/flight.h).
+#pragma once
+
+#include <cstdio>
+
+#include "core/array.h"
+#include "core/types.h"
+#include "geom/geom4h.h"
+#include "numerics/odeint.h"
+#include "sim/params.h"
+
+// Number of integrator states: x, z, pitch, vx, vz, pitch rate, mass.
+constexpr Long iNStateVehicle = 7;
+
+// One node of a singly linked list of saved states.
+struct ListStvehicle3dof {
+    double fTi;                    // time of the state, s
+    Stvehicle3dof* pst;            // heap record (may be null)
+    ListStvehicle3dof* plistTail;  // next node or null
+};
+
+// Frees every node of a list and the record each node points to.
+void deleteListStvehicle3dof(ListStvehicle3dof* plist);
+
+// A new heap record from a state vector (order above, indices 1..7) and the
+// five values the vector does not hold. The caller owns it.
+Stvehicle3dof* pstFmArFState(A1Val<double>& arFState, double fIPitch, double fFcThrustCmd,
+                             double fFcThrustAct, double fMmPitchCmd, double fMmPitchAct);
+
+// Placement of a state for drawing: mxF maps body coordinates to the flight
+// frame (ptXgm3c(x4h, ptBody) is the point in the flight frame), mxFInv the
+// reverse. The body axes are those of the drag computation: body z along the
+// thrust, so with pitch p the body z axis points along (-sin p, 0, cos p).
+X4h xgmFFmB_Fm_PStvehicle3dof(Stvehicle3dof* pstvehicle3dof);
+
+// Ground slope angle (rad) at the point of the first touchdown of a run.
+// One per thread, so that flights may run on several threads; within a run
+// it is always written at the first ground contact before it is read.
+extern thread_local double fPitchGndAtLandingSite;
+
+// The derivative of the vehicle state: arFAtFArF(parFDeriv, t, state).
+//
+// The command schedule (arFTiCmd ascending, thrust, moment; 1..nCmd) is held
+// by reference: the arrays must outlive the model. Between the schedule
+// times the commands are interpolated linearly; before the first and after
+// the last time they are zero.
+//
+// Three flags record the flight's history; sim() clears them at the start of
+// a run and only arFAtFArF() sets them:
+//   bClearedGnd  the vehicle has once been higher than 1.0 m (there is no
+//                ground reaction before that: a vehicle that never rises
+//                above 1 m passes through the ground);
+//   bEngineOff   thrust and moment are forced to zero for the rest of the run;
+//   bLanded      the vehicle has touched down after clearing the ground.
+// The flags are set inside every evaluation, including the stepper's trial
+// evaluations that it later rejects (see arFAtFArF).
+class ArFFnFArFModel : public ArF64FnF64ArF64 {
+public:
+    ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fDTiIn,
+                   A1Val<double>& arFTiCmdIn, A1Val<double>& arFFcThrustCmdIn,
+                   A1Val<double>& arFMmPitchCmdIn);
+
+    // Writes the derivative of arFState (1..7) at fTi into *parFDeriv
+    // (re-sized to the state's range). Allocates nothing once *parFDeriv has
+    // seven elements.
+    void arFAtFArF(A1Val<double>* parFDeriv, double fTi, const A1Val<double>& arFState) override;
+
+    // Commands at a time: zero outside [first, last schedule time], zero
+    // while the engine is off, otherwise linear between the two bracketing
+    // rows (at the last time exactly, the last row). Two equal neighbouring
+    // times at the interval used fail the assertion "fH != 0.0".
+    void cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
+
+    Planet* pplanet;
+    Vehicle* pvehicle;
+    double fDTi;  // kept as handed in; the model itself does not use it
+    A1Val<double>& arFTiCmd;
+    A1Val<double>& arFFcThrustCmd;
+    A1Val<double>& arFMmPitchCmd;
+    bool bClearedGnd;
+    bool bEngineOff;
+    bool bLanded;
+};
+
+// Integrates the model from (fTiIC, arFStateIC) to fTiMax with rk5StepQC and
+// stores a record at fTiIC and then every fDTiData.
+//
+// Inputs:
+//   parFFnFArFModel  the model; its three flags are cleared here
+//   arFStateIC       seven elements (order above), any index range
+//   fTiMax           final time; must lie after fTiIC (integration runs
+//                    forward only: otherwise "fTiMax = ..., fTiIC = ...,
+//                    fDTi = ..." is printed and an assertion fails)
+//   fDTiData         output interval, also the first trial step
+//   fDTiStepMin      smallest useful step and time tolerance
+//   iNStepMax        most integration steps; using them all prints "Too many
+//                    steps" and fails an assertion
+//   fTolIntg...      absolute error allowance per state (x and z share
+//                    fTolIntgX, vx and vz fTolIntgXDot) and rest thresholds
+// Outputs:
+//   *parFTiData      the saved times, 1..nData
+//   *parPStvehicle   the saved records, 1..nData, heap, owned by the caller
+//                    (whatever the arrays held before is overwritten, not
+//                    freed)
+// Stops at fTiMax (whose record is the last), when the vehicle is at rest
+// (|vx|, |vz| < fTolIntgXDot and |pitch rate| < fTolIntgThetaDot, wherever
+// it is, with no record for the resting moment unless it falls on an output
+// time), or when the proposed step is at most fDTiStepMin ("Step size too
+// small" on standard output; the records so far are returned).
+void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
+         ArFFnFArFModel* parFFnFArFModel, double fTiIC, A1Val<double>& arFStateIC,
+         double fTiMax, double fDTiData, double fDTiStepMin, Long iNStepMax, double fTolIntgX,
+         double fTolIntgXDot, double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs);
+
+// Reads a command schedule from the open file's current position into the
+// three arrays (re-sized to 1..nCmd); the caller opens and closes the file.
+//
+// Line 1 gives, as "%i %i", the line numbers (line 1 being this one) of the
+// first and last data rows; the lines between are skipped unread. Each data
+// row is "%lf %lf %lf": time (s, strictly ascending), thrust (N), moment
+// (N*m). nCmd = last - first + 1. Read in 1024-byte pieces: a longer line is
+// cut and its remainder read as the next line.
+//
+// Two rules keep the reader simple and are relied upon:
+//   - a row that scans short keeps the previous row's values for the
+//     numbers it lacks (0.0 before the first row);
+//   - when the file ends before the last data line, the last line read is
+//     repeated for the remaining rows.
+// Bad input ends the program with a fatal error naming szFile (exit 1, the
+// record in the run log): a first line without two integers, a first data
+// line before line 2, a row count below 1 or above 1,000,000, or a number
+// that is not finite (with its line number).
+void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
+                       A1Val<double>* parFMmPitchCmd, std::FILE* pfileIn,
+                       const char* szFile = "command schedule");
+
+// The stored run of the program: the saved times and records of the last
+// simulation, 1..nData (empty until the first one).
+extern A1Val<double> arFTiData;
+extern A1Val<void*> arPStvehicle;
+
+// The state of the stored run at fTi, written into *pstvehicle3dof:
+//   - no stored run: *pstvehicle3dof is left unchanged;
+//   - fTi at or before the first time: the first record, unchanged;
+//   - fTi after the last time: the last record, unchanged;
+//   - otherwise every field linear between the two bracketing records, except
+//     fIPitch, which is recomputed from the interpolated mass (so at exactly
+//     the last time the result is the last record with fIPitch recomputed).
+// Two equal neighbouring times at the interval used fail "fH != 0.0".
+void stvehicle3dofAtFTi(Stvehicle3dof* pstvehicle3dof, double fTi);

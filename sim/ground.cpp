@@ -1,0 +1,165 @@
+// Ground polygons and terrain queries (see ground.h).
+#include "sim/ground.h"
+
+#include <cmath>
+#include <numbers>
+
+namespace {
+
+Pt3c const& ptVtx(A1Val<void*>* parPPtVtx, Long iVtx) {
+    return *static_cast<Pt3c const*>((*parPPtVtx)[iVtx]);
+}
+
+A1Val<void*>* parPPtVtxPgn(A1Val<void*>* parPArPPtVtxPgn, Long iPgn) {
+    return static_cast<A1Val<void*>*>((*parPArPPtVtxPgn)[iPgn]);
+}
+
+// The winding-angle rule shared by the 2-D and 3-D tests. fnUV(i, &u, &v)
+// gives vertex i (iFirst..iLast) in the two test coordinates; the point is
+// (u0, v0). Each edge adds the signed angle it subtends at the point; a full
+// turn (+-2 pi) is inside, 0 is outside, and the threshold sits at pi.
+template <class FnUV>
+bool bInsideByWinding(double u0, double v0, Long iFirst, Long iLast, FnUV fnUV) {
+    if (iLast < iFirst) return false;
+    double fSumAngle = 0.0;
+    for (Long i = iFirst; i <= iLast; i++) {
+        const Long j = (i == iLast) ? iFirst : i + 1;
+        double ui, vi, uj, vj;
+        fnUV(i, &ui, &vi);
+        fnUV(j, &uj, &vj);
+        const double px = ui - u0;
+        const double py = vi - v0;
+        const double qx = uj - u0;
+        const double qy = vj - v0;
+        // A point on a vertex gives L = 0 and a not-a-number sum: outside.
+        const double fL = std::sqrt((px * px + py * py) * (qx * qx + qy * qy));
+        fSumAngle += std::atan2((px * qy - qx * py) / fL, (px * qx + py * qy) / fL);
+    }
+    return std::fabs(fSumAngle) >= std::numbers::pi;
+}
+
+}  // namespace
+
+void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
+    const Long iFirst = parPPtVtx->iFirst();
+    const Long iLast = parPPtVtx->iLast();
+    double a = 0.0, b = 0.0, c = 0.0;
+    double xSum = 0.0, ySum = 0.0, zSum = 0.0;
+    for (Long i = iFirst; i <= iLast; i++) {
+        const Long j = (i == iLast) ? iFirst : i + 1;
+        Pt3c const& pti = ptVtx(parPPtVtx, i);
+        Pt3c const& ptj = ptVtx(parPPtVtx, j);
+        a += (pti.fY - ptj.fY) * (pti.fZ + ptj.fZ);
+        b += (pti.fZ - ptj.fZ) * (pti.fX + ptj.fX);
+        c += (pti.fX - ptj.fX) * (pti.fY + ptj.fY);
+        xSum += pti.fX;
+        ySum += pti.fY;
+        zSum += pti.fZ;
+    }
+    const double nVtx = static_cast<double>(parPPtVtx->n());
+    const double xMean = xSum / nVtx;
+    const double yMean = ySum / nVtx;
+    const double zMean = zSum / nVtx;
+    *pa = a;
+    *pb = b;
+    *pc = c;
+    *pd = -(a * xMean + b * yMean + c * zMean);
+}
+
+Dr3c dr3cPgnNormal(A1Val<void*>* parPPtVtx) {
+    double a, b, c, d;
+    plnEqnPgn(&a, &b, &c, &d, parPPtVtx);
+    return Dr3c(a, b, c);
+}
+
+void ptAtFootOfPerp(double* px, double* py, double* pz, double x, double y, double z, double a,
+                    double b, double c, double d) {
+    const double u = -(a * x + b * y + c * z + d) / (a * a + b * b + c * c);
+    *px = x + u * a;
+    *py = y + u * b;
+    *pz = z + u * c;
+}
+
+bool bPt2dInsidePgn(double x, double y, A1Val<double>* parX, A1Val<double>* parY) {
+    return bInsideByWinding(x, y, parX->iFirst(), parX->iLast(),
+                            [parX, parY](Long i, double* pu, double* pv) {
+                                *pu = (*parX)[i];
+                                *pv = (*parY)[i];
+                            });
+}
+
+bool bPt3dInsidePgn(double x, double y, double z, double a, double b, double c, double d,
+                    A1Val<void*>* parPPtVtx) {
+    (void)d;
+    const Long iFirst = parPPtVtx->iFirst();
+    const Long iLast = parPPtVtx->iLast();
+    const double fAbsA = std::fabs(a);
+    const double fAbsB = std::fabs(b);
+    const double fAbsC = std::fabs(c);
+    if (fAbsA >= fAbsB && fAbsA >= fAbsC) {
+        return bInsideByWinding(y, z, iFirst, iLast, [parPPtVtx](Long i, double* pu, double* pv) {
+            *pu = ptVtx(parPPtVtx, i).fY;
+            *pv = ptVtx(parPPtVtx, i).fZ;
+        });
+    }
+    if (fAbsB >= fAbsC && fAbsB >= fAbsA) {
+        return bInsideByWinding(z, x, iFirst, iLast, [parPPtVtx](Long i, double* pu, double* pv) {
+            *pu = ptVtx(parPPtVtx, i).fZ;
+            *pv = ptVtx(parPPtVtx, i).fX;
+        });
+    }
+    // Only a not-a-number normal fails all three comparisons.
+    VT_ASSERT(fAbsC >= fAbsA && fAbsC >= fAbsB);
+    return bInsideByWinding(x, y, iFirst, iLast, [parPPtVtx](Long i, double* pu, double* pv) {
+        *pu = ptVtx(parPPtVtx, i).fX;
+        *pv = ptVtx(parPPtVtx, i).fY;
+    });
+}
+
+bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd,
+                                    double* pdxNGnd, double* pdyNGnd, double* pdzNGnd, double x,
+                                    double y, double z, A1Val<void*>* parPArPPtVtxPgnGnd) {
+    for (Long iPgn = parPArPPtVtxPgnGnd->iFirst(); iPgn <= parPArPPtVtxPgnGnd->iLast(); iPgn++) {
+        A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn);
+        double a, b, c, d;
+        plnEqnPgn(&a, &b, &c, &d, parPPtVtx);
+        const double fPlnEqnAtPt = a * x + b * y + c * z + d;
+        if (fPlnEqnAtPt <= 0.0) {
+            double xFoot, yFoot, zFoot;
+            ptAtFootOfPerp(&xFoot, &yFoot, &zFoot, x, y, z, a, b, c, d);
+            if (bPt3dInsidePgn(xFoot, yFoot, zFoot, a, b, c, d, parPPtVtx)) {
+                const Dr3c drNGnd(a, b, c);
+                *pxAtGnd = xFoot;
+                *pyAtGnd = yFoot;
+                *pzAtGnd = zFoot;
+                *pdxNGnd = drNGnd.fX;
+                *pdyNGnd = drNGnd.fY;
+                *pdzNGnd = drNGnd.fZ;
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
+                  A1Val<void*>* parPArPPtVtxPgnGnd) {
+    for (Long iPgn = parPArPPtVtxPgnGnd->iFirst(); iPgn <= parPArPPtVtxPgnGnd->iLast(); iPgn++) {
+        A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn);
+        const bool bInside = bInsideByWinding(
+            x, y, parPPtVtx->iFirst(), parPPtVtx->iLast(),
+            [parPPtVtx](Long i, double* pu, double* pv) {
+                *pu = ptVtx(parPPtVtx, i).fX;
+                *pv = ptVtx(parPPtVtx, i).fY;
+            });
+        if (bInside) {
+            double a, b, c, d;
+            plnEqnPgn(&a, &b, &c, &d, parPPtVtx);
+            *pxGnd = x;
+            *pyGnd = y;
+            *pzGnd = -(a * x + b * y + d) / c;
+            return true;
+        }
+    }
+    return false;
+}

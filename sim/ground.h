@@ -1,0 +1,65 @@
+// Ground polygons and terrain queries.
+//
+// The ground is a list of flat polygons in 3-D: an A1Val<void*> over 1..nPgn
+// whose elements point to polygons, each an A1Val<void*> over 1..nVtx whose
+// elements point to Pt3c vertices in order around the polygon (the program's
+// own ground is arPArPPtVtxPgnGnd, sim/params.h). Nothing here allocates or
+// frees polygons; callers keep ownership.
+//
+// A plane is a*x + b*y + c*z + d = 0 with (a, b, c) not normalised. For
+// polygons wound like the program's ground, c > 0 (the normal points up), so
+// a negative value of a*x + b*y + c*z + d means below the plane.
+//
+// The two queries the rest of the program asks:
+//   - bPtAtOrBelowPArPArPPtVtxPgnGnd: is a point at or below the ground, and
+//     if so, where is the ground point under it and what is its normal
+//     (the vehicle dynamics);
+//   - bPtOnGndAtXY: the ground height at (x, y) (display and placement).
+// Both try the polygons in index order and the first that qualifies wins;
+// when none does they return false and leave every output unwritten.
+#pragma once
+
+#include "core/array.h"
+#include "geom/geom3c.h"
+
+// Plane of a polygon by Newell's method: over the edges i -> i+1 (and the
+// last back to the first), a = sum (yi - yj)(zi + zj), b = sum (zi - zj)(xi
+// + xj), c = sum (xi - xj)(yi + yj); d = -(a*xm + b*ym + c*zm) with (xm, ym,
+// zm) the mean of the vertices. No guard: a polygon with no vertices gives
+// a not-a-number d.
+void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx);
+
+// Unit normal of a polygon: the Newell sums above, normalised (a degenerate
+// polygon fails the direction's "fNorm != 0.0" assertion).
+Dr3c dr3cPgnNormal(A1Val<void*>* parPPtVtx);
+
+// Foot of the perpendicular from (x, y, z) to the plane (a, b, c, d).
+void ptAtFootOfPerp(double* px, double* py, double* pz, double x, double y, double z, double a,
+                    double b, double c, double d);
+
+// 2-D point-in-polygon by winding angle: the polygon's vertices are
+// (parX[i], parY[i]) over the arrays' common index range. Inside when the
+// summed turning angle is at least pi in magnitude. A polygon with no
+// vertices, and a point exactly on a vertex (the sum is then not a number),
+// are outside. A point exactly on an edge may go either way.
+bool bPt2dInsidePgn(double x, double y, A1Val<double>* parX, A1Val<double>* parY);
+
+// Point (lying in the polygon's plane (a, b, c, d)) inside the polygon: the
+// 2-D rule in the two coordinates other than the one along which the normal
+// is largest, ties going to x, then y, then z. A not-a-number normal is an
+// assertion failure.
+bool bPt3dInsidePgn(double x, double y, double z, double a, double b, double c, double d,
+                    A1Val<void*>* parPPtVtx);
+
+// Ground contact: for each polygon in index order, if (x, y, z) is on or
+// below its plane and the foot of the perpendicular lies inside it, writes
+// the foot and the plane's unit normal and returns true.
+bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd,
+                                    double* pdxNGnd, double* pdyNGnd, double* pdzNGnd, double x,
+                                    double y, double z, A1Val<void*>* parPArPPtVtxPgnGnd);
+
+// Ground height: the first polygon whose projection onto x-y contains
+// (x, y) gives (x, y, -(a*x + b*y + d)/c). A vertical polygon (c = 0) is not
+// guarded against.
+bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
+                  A1Val<void*>* parPArPPtVtxPgnGnd);

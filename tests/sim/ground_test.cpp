@@ -1,0 +1,264 @@
+// Ground polygons: planes, containment and the two terrain queries.
+#include "sim/ground.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <vector>
+
+#include "sim/params.h"
+
+namespace {
+
+const double fNaN = std::numeric_limits<double>::quiet_NaN();
+
+// A polygon of our own: owns its vertices, handed out as the program's
+// A1Val<void*> over 1..n of Pt3c*.
+class Pgn {
+public:
+    explicit Pgn(std::vector<Pt3c> const& vpt) : arPPtVtx(1, static_cast<Long>(vpt.size())) {
+        apt = vpt;
+        for (Long i = 1; i <= arPPtVtx.iLast(); i++) arPPtVtx[i] = &apt[i - 1];
+    }
+    A1Val<void*>* par() { return &arPPtVtx; }
+
+private:
+    std::vector<Pt3c> apt;
+    A1Val<void*> arPPtVtx;
+};
+
+class Ground : public ::testing::Test {
+protected:
+    void SetUp() override { initParams(); }
+};
+
+// Closed-form height of the program's terrain at x.
+double zTerrainAt(double x) {
+    const double t20 = std::tan(20.0 * M_PI / 180.0);
+    const double s20 = 8.0 * t20;
+    const double s45 = 3.0;
+    const double x5End = 17.0 + (s20 + s45) / std::tan(30.0 * M_PI / 180.0);
+    if (x <= 1.0) return 0.0;
+    if (x <= 9.0) return -(x - 1.0) * t20;
+    if (x <= 12.0) return -s20 - (x - 9.0);
+    if (x <= 17.0) return -s20 - s45;
+    if (x <= x5End) return -s20 - s45 + (x - 17.0) * std::tan(30.0 * M_PI / 180.0);
+    return 0.0;
+}
+
+// ---- planes, normals, feet ------------------------------------------------------------
+
+TEST_F(Ground, PlaneOfATiltedSquareByNewell) {
+    // The square z = 2 + 0.5 x over [0,2] x [0,2], counter-clockwise from above.
+    // Newell's sums give the normal (-0.5, 0, 1) scaled by twice the area
+    // projected on x-y (2 * 4): (-4, 0, 8).
+    Pgn pgn({Pt3c(0, 0, 2), Pt3c(2, 0, 3), Pt3c(2, 2, 3), Pt3c(0, 2, 2)});
+    double a, b, c, d;
+    plnEqnPgn(&a, &b, &c, &d, pgn.par());
+    EXPECT_DOUBLE_EQ(a, -4.0);
+    EXPECT_DOUBLE_EQ(b, 0.0);
+    EXPECT_DOUBLE_EQ(c, 8.0);
+    // Every vertex lies in the plane.
+    for (Pt3c const& pt : {Pt3c(0, 0, 2), Pt3c(2, 0, 3), Pt3c(2, 2, 3), Pt3c(0, 2, 2)})
+        EXPECT_NEAR(a * pt.fX + b * pt.fY + c * pt.fZ + d, 0.0, 1e-12);
+    const Dr3c dr = dr3cPgnNormal(pgn.par());
+    EXPECT_NEAR(dr.fX, -1.0 / std::sqrt(5.0), 1e-15);
+    EXPECT_NEAR(dr.fY, 0.0, 1e-15);
+    EXPECT_NEAR(dr.fZ, 2.0 / std::sqrt(5.0), 1e-15);
+}
+
+TEST_F(Ground, EveryStripHasAnUpwardNormalAlongItsSlope) {
+    const double arFDeg[6] = {0.0, -20.0, -45.0, 0.0, 30.0, 0.0};  // rise of each strip
+    for (Long iPgn = 1; iPgn <= 6; iPgn++) {
+        const Dr3c dr = dr3cPgnNormal(static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[iPgn]));
+        const double fRdn = arFDeg[iPgn - 1] * M_PI / 180.0;
+        EXPECT_NEAR(dr.fX, -std::sin(fRdn), 1e-12) << iPgn;
+        EXPECT_NEAR(dr.fY, 0.0, 1e-12) << iPgn;
+        EXPECT_NEAR(dr.fZ, std::cos(fRdn), 1e-12) << iPgn;
+    }
+}
+
+TEST_F(Ground, FootOfPerpendicularLiesInThePlaneAlongTheNormal) {
+    const double a = 1.0, b = -2.0, c = 2.0, d = -3.0;  // |(a,b,c)| = 3
+    double x, y, z;
+    ptAtFootOfPerp(&x, &y, &z, 4.0, 1.0, 5.0, a, b, c, d);
+    EXPECT_NEAR(a * x + b * y + c * z + d, 0.0, 1e-12);
+    // Distance from the point: (4 - 2 + 10 - 3)/3 = 3 along the unit normal.
+    EXPECT_NEAR(x, 4.0 - 3.0 * a / 3.0, 1e-12);
+    EXPECT_NEAR(y, 1.0 - 3.0 * b / 3.0, 1e-12);
+    EXPECT_NEAR(z, 5.0 - 3.0 * c / 3.0, 1e-12);
+}
+
+// ---- containment ----------------------------------------------------------------------------
+
+TEST_F(Ground, WindingTestInsideOutsideAndEitherWinding) {
+    A1Val<double> arX(1, 4), arY(1, 4);
+    const double ax[4] = {0, 2, 2, 0}, ay[4] = {0, 0, 2, 2};
+    for (Long i = 1; i <= 4; i++) {
+        arX[i] = ax[i - 1];
+        arY[i] = ay[i - 1];
+    }
+    EXPECT_TRUE(bPt2dInsidePgn(1.0, 1.0, &arX, &arY));
+    EXPECT_TRUE(bPt2dInsidePgn(1.9, 0.1, &arX, &arY));
+    EXPECT_FALSE(bPt2dInsidePgn(3.0, 1.0, &arX, &arY));
+    EXPECT_FALSE(bPt2dInsidePgn(-0.1, -0.1, &arX, &arY));
+    // Clockwise: the sum is -2 pi, still inside.
+    A1Val<double> arXCw(1, 4), arYCw(1, 4);
+    for (Long i = 1; i <= 4; i++) {
+        arXCw[i] = ax[4 - i];
+        arYCw[i] = ay[4 - i];
+    }
+    EXPECT_TRUE(bPt2dInsidePgn(1.0, 1.0, &arXCw, &arYCw));
+    EXPECT_FALSE(bPt2dInsidePgn(5.0, 1.0, &arXCw, &arYCw));
+    // A concave L: the notch is outside.
+    A1Val<double> arXL(1, 6), arYL(1, 6);
+    const double axL[6] = {0, 2, 2, 1, 1, 0}, ayL[6] = {0, 0, 1, 1, 2, 2};
+    for (Long i = 1; i <= 6; i++) {
+        arXL[i] = axL[i - 1];
+        arYL[i] = ayL[i - 1];
+    }
+    EXPECT_TRUE(bPt2dInsidePgn(0.5, 1.5, &arXL, &arYL));
+    EXPECT_FALSE(bPt2dInsidePgn(1.5, 1.5, &arXL, &arYL));
+}
+
+TEST_F(Ground, WindingTestEmptyPolygonAndPointOnVertexAreOutside) {
+    A1Val<double> arX(1, 0), arY(1, 0);
+    EXPECT_FALSE(bPt2dInsidePgn(0.0, 0.0, &arX, &arY));
+    A1Val<double> arX3(1, 3), arY3(1, 3);
+    arX3[1] = 0; arY3[1] = 0;
+    arX3[2] = 1; arY3[2] = 0;
+    arX3[3] = 0; arY3[3] = 1;
+    EXPECT_FALSE(bPt2dInsidePgn(1.0, 0.0, &arX3, &arY3));
+    EXPECT_TRUE(bPt2dInsidePgn(0.2, 0.2, &arX3, &arY3));
+}
+
+TEST_F(Ground, ThreeDTestDropsTheDominantNormalAxis) {
+    // A wall in the plane x = 3 (normal along x): tested in (y, z).
+    Pgn pgnWall({Pt3c(3, 0, 0), Pt3c(3, 1, 0), Pt3c(3, 1, 1), Pt3c(3, 0, 1)});
+    double a, b, c, d;
+    plnEqnPgn(&a, &b, &c, &d, pgnWall.par());
+    EXPECT_TRUE(bPt3dInsidePgn(3.0, 0.5, 0.5, a, b, c, d, pgnWall.par()));
+    EXPECT_FALSE(bPt3dInsidePgn(3.0, 1.5, 0.5, a, b, c, d, pgnWall.par()));
+    // A wall in y = -2 (normal along y): tested in (z, x).
+    Pgn pgnWallY({Pt3c(0, -2, 0), Pt3c(0, -2, 1), Pt3c(1, -2, 1), Pt3c(1, -2, 0)});
+    plnEqnPgn(&a, &b, &c, &d, pgnWallY.par());
+    EXPECT_GT(std::fabs(b), std::fabs(a));
+    EXPECT_TRUE(bPt3dInsidePgn(0.5, -2.0, 0.5, a, b, c, d, pgnWallY.par()));
+    EXPECT_FALSE(bPt3dInsidePgn(0.5, -2.0, 1.5, a, b, c, d, pgnWallY.par()));
+    // A 45-degree roof: |a| = |c|, the tie goes to x (tested in y, z).
+    Pgn pgnRoof({Pt3c(0, 0, 0), Pt3c(1, 0, 1), Pt3c(1, 1, 1), Pt3c(0, 1, 0)});
+    plnEqnPgn(&a, &b, &c, &d, pgnRoof.par());
+    EXPECT_EQ(std::fabs(a), std::fabs(c));
+    EXPECT_TRUE(bPt3dInsidePgn(0.5, 0.5, 0.5, a, b, c, d, pgnRoof.par()));
+}
+
+TEST_F(Ground, ThreeDTestWithNaNNormalIsAnAssertion) {
+    Pgn pgn({Pt3c(0, 0, 0), Pt3c(1, 0, 0), Pt3c(1, 1, 0)});
+    EXPECT_DEATH(bPt3dInsidePgn(0.5, 0.2, 0.0, fNaN, 0.0, 1.0, 0.0, pgn.par()),
+                 "Assertion failed: fAbsC >= fAbsA && fAbsC >= fAbsB");
+}
+
+// ---- the contact query --------------------------------------------------------------------
+
+TEST_F(Ground, PointBelowThePadGivesItsFootAndUpNormal) {
+    double x = 7, y = 7, z = 7, dx = 7, dy = 7, dz = 7;
+    // The middle of polygon 1 is at x = -499.5.
+    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, -499.5, 0.0, -0.1,
+                                               &arPArPPtVtxPgnGnd));
+    EXPECT_NEAR(x, -499.5, 1e-9);
+    EXPECT_NEAR(y, 0.0, 1e-9);
+    EXPECT_NEAR(z, 0.0, 1e-9);
+    EXPECT_EQ(dx, 0.0);
+    EXPECT_EQ(dy, 0.0);
+    EXPECT_EQ(dz, 1.0);
+}
+
+TEST_F(Ground, PointAboveEveryPolygonLeavesOutputsUnwritten) {
+    double x = 7, y = 7, z = 7, dx = 7, dy = 7, dz = 7;
+    for (double xAt : {-500.0, 0.0, 5.0, 10.5, 14.0, 20.0, 100.0}) {
+        EXPECT_FALSE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, xAt, 0.0,
+                                                    zTerrainAt(xAt) + 0.01, &arPArPPtVtxPgnGnd))
+            << xAt;
+    }
+    EXPECT_EQ(x, 7.0);
+    EXPECT_EQ(y, 7.0);
+    EXPECT_EQ(z, 7.0);
+    EXPECT_EQ(dx, 7.0);
+    EXPECT_EQ(dy, 7.0);
+    EXPECT_EQ(dz, 7.0);
+    // Beyond the far end of the ground there is nothing to be below.
+    EXPECT_FALSE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 2000.0, 0.0, -5.0,
+                                                &arPArPPtVtxPgnGnd));
+}
+
+TEST_F(Ground, PointOnTheSurfaceCountsAsAtOrBelow) {
+    double x, y, z, dx, dy, dz;
+    EXPECT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, -3.0, 0.0, 0.0,
+                                               &arPArPPtVtxPgnGnd));
+}
+
+TEST_F(Ground, PointUnderTheKinkIsAnsweredByTheLowerNumberedPolygon) {
+    // A metre below the pad edge: below the planes of strips 1 and 2, and
+    // each of the two contains the foot of the perpendicular on its plane.
+    double x, y, z, dx, dy, dz;
+    A1Val<void*> arPPgnSlopeOnly(1, 1);
+    arPPgnSlopeOnly[1] = arPArPPtVtxPgnGnd[2];
+    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 0.95, 0.0, -1.0,
+                                               &arPPgnSlopeOnly));
+    EXPECT_GT(x, 1.0);
+    EXPECT_NEAR(dx, std::sin(20.0 * M_PI / 180.0), 1e-12);
+    // With the whole ground, strip 1 comes first and wins.
+    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 0.95, 0.0, -1.0,
+                                               &arPArPPtVtxPgnGnd));
+    EXPECT_EQ(dx, 0.0);
+    EXPECT_EQ(dz, 1.0);
+    EXPECT_NEAR(x, 0.95, 1e-12);
+    EXPECT_NEAR(z, 0.0, 1e-12);
+    // A point below the slope just past the kink whose foot on the pad's
+    // plane lies beyond x = 1 is answered by strip 2 with the slope normal.
+    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 1.2, 0.0, -0.5,
+                                               &arPArPPtVtxPgnGnd));
+    EXPECT_NEAR(dx, std::sin(20.0 * M_PI / 180.0), 1e-12);
+    EXPECT_NEAR(dz, std::cos(20.0 * M_PI / 180.0), 1e-12);
+    // The foot is on the slope, and the point lies along the normal from it.
+    EXPECT_NEAR(z, zTerrainAt(x), 1e-12);
+    EXPECT_NEAR((1.2 - x) * dz - (-0.5 - z) * dx, 0.0, 1e-12);
+    // In the valley: below the pad's plane too, but the pad does not contain
+    // the foot, so the valley floor (strip 4) answers.
+    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 14.0, 0.0, -6.0,
+                                               &arPArPPtVtxPgnGnd));
+    EXPECT_NEAR(z, zTerrainAt(14.0), 1e-12);
+    EXPECT_EQ(dz, 1.0);
+}
+
+// ---- the height query ---------------------------------------------------------------------
+
+TEST_F(Ground, HeightOnTheTwentyDegreeSlope) {
+    for (double y : {-999.0, -10.0, 0.0, 3.5, 999.0}) {
+        double x = 0, yG = 0, z = 0;
+        ASSERT_TRUE(bPtOnGndAtXY(&x, &yG, &z, 5.0, y, &arPArPPtVtxPgnGnd)) << y;
+        EXPECT_EQ(x, 5.0);
+        EXPECT_EQ(yG, y);
+        EXPECT_NEAR(z, -1.4558809370648094, 1e-12) << y;
+    }
+}
+
+TEST_F(Ground, HeightAlongAllSixStripsMatchesTheClosedForm) {
+    int nChecked = 0;
+    for (double x = -20.0; x <= 60.0; x += 0.37) {
+        double xG, yG, z;
+        ASSERT_TRUE(bPtOnGndAtXY(&xG, &yG, &z, x, 0.0, &arPArPPtVtxPgnGnd)) << x;
+        EXPECT_NEAR(z, zTerrainAt(x), 1e-9) << x;
+        nChecked++;
+    }
+    EXPECT_GT(nChecked, 200);
+    // Ends of the ground.
+    double xG = 7, yG = 7, z = 7;
+    EXPECT_FALSE(bPtOnGndAtXY(&xG, &yG, &z, -1001.0, 0.0, &arPArPPtVtxPgnGnd));
+    EXPECT_FALSE(bPtOnGndAtXY(&xG, &yG, &z, 1028.0, 0.0, &arPArPPtVtxPgnGnd));
+    EXPECT_FALSE(bPtOnGndAtXY(&xG, &yG, &z, 5.0, 1001.0, &arPArPPtVtxPgnGnd));
+    EXPECT_EQ(z, 7.0);
+}
+
+}  // namespace
