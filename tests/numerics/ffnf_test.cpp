@@ -1,0 +1,196 @@
+// Function objects: polynomial, linear, spline and log-log tables, checked
+// against closed forms; their extrapolation and their definition failures.
+#include "numerics/ffnf.h"
+
+#include <cmath>
+#include <initializer_list>
+#include <regex>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+std::string szRe(const std::string& sz) {
+    static const std::regex reSpecial(R"([.^$|()\[\]{}*+?\\])");
+    return std::regex_replace(sz, reSpecial, R"(\$&)");
+}
+
+std::string szAssert(const std::string& szExpr) {
+    return "Assertion failed: " + szRe(szExpr) + ", file .*ffnf";
+}
+
+A1Val<double> arFm(Long iFirst, std::initializer_list<double> lf) {
+    A1Val<double> ar(iFirst, iFirst + static_cast<Long>(lf.size()) - 1);
+    Long i = iFirst;
+    for (double f : lf) ar[i++] = f;
+    return ar;
+}
+
+}  // namespace
+
+// ---- FPolyF ------------------------------------------------------------------------
+
+TEST(FPolyFTest, HornerMatchesTheWrittenPolynomial) {
+    FPolyF fn(arFm(0, {1.0, -2.0, 0.5, 3.0}));
+    for (double x : {-2.0, -0.3, 0.0, 1.0, 1.7, 10.0}) {
+        const double fExpected = 1.0 - 2.0 * x + 0.5 * x * x + 3.0 * x * x * x;
+        EXPECT_NEAR(fn.fRAtFD(x), fExpected, 1e-14 * (1.0 + std::fabs(fExpected))) << x;
+    }
+}
+
+TEST(FPolyFTest, CoefficientsFromAHigherIndexLackTheLowerPowers) {
+    FPolyF fn(arFm(2, {1.5, -0.5}));  // 1.5 x^2 - 0.5 x^3
+    EXPECT_EQ(fn.fRAtFD(2.0), 2.0);
+    EXPECT_EQ(fn.fRAtFD(-1.0), 2.0);
+    EXPECT_EQ(fn.fRAtFD(0.0), 0.0);
+    FPolyF fnCube(arFm(3, {2.0}));
+    EXPECT_EQ(fnCube.fRAtFD(-3.0), -54.0);
+    FPolyF fnConst(arFm(0, {4.0}));
+    EXPECT_EQ(fnConst.fRAtFD(123.0), 4.0);
+}
+
+TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
+    const std::string szExpr = "_arFCoeff.iFirst() >= 0 && _arFCoeff.n() > 0";
+    EXPECT_DEATH(FPolyF(arFm(-1, {1.0, 2.0})), szAssert(szExpr));
+    EXPECT_DEATH(FPolyF(A1Val<double>(1, 0)), szAssert(szExpr));
+}
+
+// ---- F1PwF -------------------------------------------------------------------------
+
+TEST(F1PwFTest, InterpolatesLinearlyAndExtrapolatesTheEndSegments) {
+    F1PwF fn(arFm(1, {0.0, 1.0, 3.0}), arFm(1, {1.0, 3.0, 2.0}));
+    EXPECT_EQ(fn.fRAtFD(0.0), 1.0);
+    EXPECT_EQ(fn.fRAtFD(1.0), 3.0);
+    EXPECT_EQ(fn.fRAtFD(3.0), 2.0);
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(0.25), 1.5);
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(2.0), 2.5);
+    // No clamping: beyond the last point the last segment's line continues,
+    // before the first the first segment's.
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(5.0), 1.0);
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(-1.0), -1.0);
+}
+
+TEST(F1PwFTest, AllConstructorFormsGiveTheSameTable) {
+    const double afD[] = {1.0, 2.0, 4.0, 8.0};
+    const double afR[] = {0.0, -1.0, 5.0, 5.5};
+    F1PwF fnArrays(4, afD, afR);
+    F1PwF fnList(4, 1.0, 0.0, 2.0, -1.0, 4.0, 5.0, 8.0, 5.5);
+    F1PwF fnA1Val(arFm(1, {1.0, 2.0, 4.0, 8.0}), arFm(1, {0.0, -1.0, 5.0, 5.5}));
+    for (double x = 0.0; x <= 9.0; x += 0.37) {
+        EXPECT_EQ(fnArrays.fRAtFD(x), fnA1Val.fRAtFD(x)) << x;
+        EXPECT_EQ(fnList.fRAtFD(x), fnA1Val.fRAtFD(x)) << x;
+    }
+    F1PwF fnTwo(2, 0.0, 0.0, 2.0, 4.0);
+    EXPECT_EQ(fnTwo.fRAtFD(1.0), 2.0);
+}
+
+TEST(F1PwFTest, DefinitionErrorsAreAssertions) {
+    const double afD[] = {1.0, 2.0};
+    EXPECT_DEATH(F1PwF(1, afD, afD), szAssert("iN > 1"));
+    const std::string szZero = szAssert("0");
+    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 2.0, 3.0}), arFm(1, {1.0, 2.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFm(1, {1.0}), arFm(1, {1.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFm(0, {1.0, 2.0}), arFm(0, {1.0, 2.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 2.0}), arFm(2, {1.0, 2.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 1.0}), arFm(1, {1.0, 2.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 3.0, 2.0}), arFm(1, {1.0, 2.0, 3.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFm(1, {1.0, NAN}), arFm(1, {1.0, 2.0})), szZero);
+    EXPECT_DEATH(F1PwF(1, 0.0, 0.0, 1.0, 1.0), szZero);
+}
+
+// ---- F3PwF -------------------------------------------------------------------------
+
+TEST(F3PwFTest, TwoPointNaturalSplineIsAStraightLine) {
+    F3PwF fn(arFm(1, {1.0, 3.0}), arFm(1, {2.0, 6.0}));
+    for (double x : {-1.0, 1.0, 1.5, 2.0, 3.0, 7.0}) EXPECT_DOUBLE_EQ(fn.fRAtFD(x), 2.0 * x) << x;
+}
+
+TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
+    // Points (0,0), (1,1), (2,0), natural ends: M0 = M2 = 0 and
+    // M0 + 4 M1 + M2 = 6 (0 - 2 + 0), so M1 = -3; at x = 0.5:
+    // 0.5*0 + 0.5*1 + (0.5^3 - 0.5) * (-3) / 6 = 0.6875.
+    F3PwF fn(3, 0.0, 0.0, 1.0, 1.0, 2.0, 0.0);
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(0.5), 0.6875);
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(1.5), 0.6875);
+    EXPECT_EQ(fn.fRAtFD(1.0), 1.0);
+    EXPECT_EQ(fn.n(), 3);
+    EXPECT_EQ(fn.fDI(3), 2.0);
+    EXPECT_EQ(fn.fRI(2), 1.0);
+}
+
+TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {
+    auto fCubic = [](double x) { return ((x - 2.0) * x + 0.5) * x + 1.0; };
+    auto fSlope = [](double x) { return (3.0 * x - 4.0) * x + 0.5; };
+    const A1Val<double> arFD = arFm(1, {0.0, 0.7, 1.5, 2.2, 3.0});
+    A1Val<double> arFR(1, 5);
+    for (Long i = 1; i <= 5; i++) arFR[i] = fCubic(arFD[i]);
+    F3PwF fn(arFD, arFR, true, fSlope(0.0), true, fSlope(3.0));
+    // Inside and, since the end pieces are the cubic itself, outside too.
+    for (double x = -0.5; x <= 3.5; x += 0.05)
+        EXPECT_NEAR(fn.fRAtFD(x), fCubic(x), 1e-12) << x;
+}
+
+TEST(F3PwFTest, OneSlopeOnlyMatchesTheFiniteDifferenceAtThatEnd) {
+    const A1Val<double> arFD = arFm(1, {0.0, 1.0, 2.5, 4.0});
+    const A1Val<double> arFR = arFm(1, {1.0, 0.0, 2.0, 1.0});
+    F3PwF fn(arFD, arFR, true, -3.0, false, 99.0);
+    const double h = 1e-6;
+    EXPECT_NEAR((fn.fRAtFD(h) - fn.fRAtFD(-h)) / (2.0 * h), -3.0, 1e-6);
+    // The other end is natural: zero second derivative.
+    const double fPP = (fn.fRAtFD(4.0 + 1e-4) - 2.0 * fn.fRAtFD(4.0) + fn.fRAtFD(4.0 - 1e-4)) / 1e-8;
+    EXPECT_NEAR(fPP, 0.0, 1e-5);
+}
+
+TEST(F3PwFTest, ArrayAndListFormsAreNaturalSplines) {
+    const double afD[] = {0.0, 1.0, 2.0};
+    const double afR[] = {0.0, 1.0, 0.0};
+    F3PwF fnArrays(3, afD, afR);
+    EXPECT_DOUBLE_EQ(fnArrays.fRAtFD(0.5), 0.6875);
+}
+
+TEST(F3PwFTest, DefinitionErrorsAreAssertions) {
+    EXPECT_DEATH(F3PwF(arFm(1, {1.0, 2.0, 3.0}), arFm(1, {1.0, 2.0})),
+                 szAssert("_arFD.n() == _arFR.n()"));
+    EXPECT_DEATH(F3PwF(arFm(1, {1.0}), arFm(1, {1.0})), szAssert("_arFD.n() > 1"));
+    EXPECT_DEATH(F3PwF(arFm(0, {1.0, 2.0}), arFm(0, {1.0, 2.0})), szAssert("0"));
+    EXPECT_DEATH(F3PwF(3, 0.0, 0.0, 1.0, 1.0, 1.0, 0.0),
+                 szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
+    EXPECT_DEATH(F3PwF(2, 2.0, 0.0, 1.0, 1.0), szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
+}
+
+// ---- F1PwLogLogF ---------------------------------------------------------------------
+
+TEST(F1PwLogLogFTest, FollowsAPowerLawAndExtrapolatesIt) {
+    F1PwLogLogF fn(2, 1.0, 1.0, 10.0, 100.0);  // x^2
+    EXPECT_NEAR(fn.fRAtFD(100.0), 10000.0, 1e-9);
+    EXPECT_NEAR(fn.fRAtFD(std::sqrt(10.0)), 10.0, 1e-12);
+    EXPECT_NEAR(fn.fRAtFD(0.1), 0.01, 1e-16);
+    const double afD[] = {1.0, 2.0, 8.0};
+    const double afR[] = {3.0, 6.0, 3.0};  // 3 x, then 6 (x/2)^(-1/2)
+    F1PwLogLogF fnKink(3, afD, afR);
+    EXPECT_NEAR(fnKink.fRAtFD(4.0), 6.0 / std::sqrt(2.0), 1e-12);
+    EXPECT_NEAR(fnKink.fRAtFD(1.5), 4.5, 1e-12);
+    F1PwLogLogF fnA1Val(arFm(1, {1.0, 2.0, 8.0}), arFm(1, {3.0, 6.0, 3.0}));
+    EXPECT_EQ(fnA1Val.fRAtFD(5.0), fnKink.fRAtFD(5.0));
+}
+
+TEST(F1PwLogLogFTest, NonPositiveValuesAndArgumentsAreAssertions) {
+    EXPECT_DEATH(F1PwLogLogF(2, -1.0, 1.0, 2.0, 1.0), szAssert("_arFD[ i ] > 0.0"));
+    EXPECT_DEATH(F1PwLogLogF(2, 1.0, 1.0, 2.0, 0.0), szAssert("_arFR[ i ] > 0.0"));
+    EXPECT_DEATH(F1PwLogLogF(2, 2.0, 1.0, 1.0, 1.0), szAssert("0"));
+    F1PwLogLogF fn(2, 1.0, 1.0, 10.0, 100.0);
+    EXPECT_DEATH(fn.fRAtFD(0.0), szAssert("fD > 0.0"));
+    EXPECT_DEATH(fn.fRAtFD(-2.0), szAssert("fD > 0.0"));
+}
+
+TEST(F1PwLogLogFTest, AbscissasWithEqualLogarithmsFailAtEvaluation) {
+    // Distinct abscissas pass the definition check, but so close together
+    // that their logarithms round to the same value: a zero-width interval.
+    const double fD1 = 1e300;
+    const double fD2 = std::nextafter(fD1, INFINITY);
+    ASSERT_LT(fD1, fD2);
+    ASSERT_EQ(std::log(fD1), std::log(fD2));
+    F1PwLogLogF fn(2, fD1, 1.0, fD2, 2.0);
+    EXPECT_DEATH(fn.fRAtFD(fD1), szAssert("fH != 0.0"));
+}

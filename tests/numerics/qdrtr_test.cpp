@@ -1,0 +1,209 @@
+// Trapezoid and Simpson quadrature: stage counts, closed-form values, the
+// shared stage-limit failure and the wrap of the 16-bit point counter.
+#include "numerics/qdrtr.h"
+
+#include <cmath>
+#include <functional>
+#include <string>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+// A function object from a lambda that counts its evaluations.
+class FnCounted : public FFnF {
+public:
+    explicit FnCounted(std::function<double(double)> fn) : _fn(std::move(fn)) {}
+    double fRAtFD(double fD) override {
+        nEval++;
+        return _fn(fD);
+    }
+    long nEval = 0;
+
+private:
+    std::function<double(double)> _fn;
+};
+
+const char szTooMany[] =
+    "Too many steps in routine QTrap::fValue\nAssertion failed: 0, file .*qdrtr";
+
+// A hat of height 1 over [0, 2 fW] with its peak at fW, zero up to 1: its
+// integral is fW. Trapezoid stage k (spacing 2^-(k-1) on [0, 1]) is exact
+// once its grid contains fW, and 0 before (the coarser grids only see zeros).
+F1PwF fnHat(double fW) { return F1PwF(4, 0.0, 0.0, fW, 1.0, 2.0 * fW, 0.0, 1.0, 0.0); }
+
+}  // namespace
+
+// ---- QTrapzd -------------------------------------------------------------------------
+
+TEST(QTrapzdTest, StagesMatchTheClosedFormTrapezoidSum) {
+    // For x^2 on [0, 1] with N intervals the trapezoid sum is 1/3 + 1/(6 N^2).
+    FnCounted fn([](double x) { return x * x; });
+    QTrapzd q(&fn, 0.0, 1.0);
+    EXPECT_EQ(q.fValue(), 0.5);
+    EXPECT_EQ(fn.nEval, 2);
+    EXPECT_EQ(q.iT(), 1);
+    double fN = 1.0;
+    for (int k = 1; k <= 10; k++) {
+        q.refine();
+        fN *= 2.0;
+        EXPECT_NEAR(q.fValue(), 1.0 / 3.0 + 1.0 / (6.0 * fN * fN), 1e-15) << k;
+    }
+    EXPECT_EQ(q.iT(), 1024);
+    EXPECT_EQ(fn.nEval, 1025);
+}
+
+TEST(QTrapzdTest, PointCounterWrapsAfterFifteenRefinements) {
+    // Deliberate: the counter is 16 bits. After 15 refinements it reads
+    // -32768, then 0; the refinements after that add no points and halve the
+    // estimate. Nothing divides by zero and nothing loops.
+    FnCounted fn([](double x) { return x * x; });
+    QTrapzd q(&fn, 0.0, 1.0);
+    for (int k = 1; k <= 14; k++) q.refine();
+    EXPECT_EQ(q.iT(), 16384);
+    q.refine();  // the 15th: 16384 new points, 32768 intervals
+    EXPECT_EQ(q.iT(), -32768);
+    EXPECT_EQ(fn.nEval, 32769);
+    const double fN = 32768.0;
+    const double fExact15 = 1.0 / 3.0 + 1.0 / (6.0 * fN * fN);
+    EXPECT_NEAR(q.fValue(), fExact15, 1e-15);
+    q.refine();
+    EXPECT_EQ(q.iT(), 0);
+    EXPECT_EQ(fn.nEval, 32769);
+    EXPECT_NEAR(q.fValue(), 0.5 * fExact15, 1e-15);
+    q.refine();
+    EXPECT_EQ(q.iT(), 0);
+    EXPECT_EQ(fn.nEval, 32769);
+    EXPECT_NEAR(q.fValue(), 0.25 * fExact15, 1e-15);
+    EXPECT_TRUE(std::isfinite(q.fValue()));
+}
+
+// ---- QTrap ---------------------------------------------------------------------------
+
+TEST(QTrapTest, LinearIntegrandReturnsAtTheFirstComparison) {
+    FnCounted fn([](double x) { return 3.0 * x - 1.0; });
+    QTrap q(&fn, 1.0, 3.0);
+    EXPECT_EQ(fn.nEval, 2);  // a and b, at construction
+    EXPECT_EQ(q.fValue(), 10.0);
+    EXPECT_EQ(fn.nEval, 3);  // one refinement: stage 2
+}
+
+TEST(QTrapTest, SmoothIntegrandWithinTolerance) {
+    FnCounted fn([](double x) { return std::exp(x); });
+    QTrap q(&fn, 0.0, 1.0, 1e-8, 20);
+    const double fExact = std::exp(1.0) - 1.0;
+    EXPECT_NEAR(q.fValue(), fExact, 1e-7 * fExact);
+}
+
+TEST(QTrapTest, DefaultToleranceIsOneInAHundredThousand) {
+    // f is 1 at both ends and c at the midpoint, linear in between: stage 1
+    // gives 1, stage 2 gives (1 + c)/2, exact from then on.
+    auto fnTent = [](double fC) {
+        return [fC](double x) { return 1.0 + (fC - 1.0) * (x <= 0.5 ? 2.0 * x : 2.0 * (1.0 - x)); };
+    };
+    FnCounted fnClose(fnTent(1.0 + 1.8e-5));
+    QTrap qClose(&fnClose, 0.0, 1.0);
+    EXPECT_DOUBLE_EQ(qClose.fValue(), 1.0 + 0.9e-5);  // change 0.9e-5: stage 2
+    EXPECT_EQ(fnClose.nEval, 3);
+    FnCounted fnFar(fnTent(1.0 + 2.2e-5));
+    QTrap qFar(&fnFar, 0.0, 1.0);
+    EXPECT_DOUBLE_EQ(qFar.fValue(), 1.0 + 1.1e-5);  // change 1.1e-5: stage 3
+    EXPECT_EQ(fnFar.nEval, 5);
+}
+
+TEST(QTrapTest, StageLimitCountsFromStageTwo) {
+    // Exact from stage 5 on (grid spacing 1/16), so the first agreement is
+    // between stages 5 and 6: a limit of 6 suffices, 5 does not.
+    F1PwF fnHat16 = fnHat(1.0 / 16.0);
+    QTrap q6(&fnHat16, 0.0, 1.0, 1e-6, 6);
+    EXPECT_DOUBLE_EQ(q6.fValue(), 1.0 / 16.0);
+    EXPECT_DEATH(
+        {
+            QTrap q5(&fnHat16, 0.0, 1.0, 1e-6, 5);
+            q5.fValue();
+        },
+        szTooMany);
+}
+
+TEST(QTrapTest, DefaultLimitReachesStageSixteen) {
+    // Exact from stage 15 (spacing 2^-14): agreement at stage 16, the last
+    // stage that still adds points.
+    F1PwF fn = fnHat(1.0 / 16384.0);
+    QTrap q(&fn, 0.0, 1.0);
+    EXPECT_DOUBLE_EQ(q.fValue(), 1.0 / 16384.0);
+}
+
+TEST(QTrapTest, CounterWrapKeepsStageSeventeenFromEverAgreeing) {
+    // Exact from stage 16 (spacing 2^-15). Without the wrap, stage 17 would
+    // agree; with it, stage 17 adds no points and halves the estimate, and
+    // every later stage halves again, so the default limit of 20 runs out.
+    F1PwF fn = fnHat(1.0 / 32768.0);
+    EXPECT_DEATH(
+        {
+            QTrap q(&fn, 0.0, 1.0);
+            q.fValue();
+        },
+        szTooMany);
+}
+
+TEST(QTrapTest, ZeroIntegralNeverConverges) {
+    FnCounted fnZero([](double) { return 0.0; });
+    EXPECT_DEATH(
+        {
+            QTrap q(&fnZero, 0.0, 1.0);
+            q.fValue();
+        },
+        szTooMany);
+    FnCounted fnOne([](double) { return 1.0; });
+    EXPECT_DEATH(
+        {
+            QTrap q(&fnOne, 2.0, 2.0);  // a == b: 0 at stage 1
+            q.fValue();
+        },
+        szTooMany);
+}
+
+// ---- QSimp ---------------------------------------------------------------------------
+
+TEST(QSimpTest, LinearIntegrandReturnsAtStageTwo) {
+    FnCounted fn([](double x) { return 2.0 * x + 1.0; });
+    QSimp q(&fn, 0.0, 2.0, 1e-6, 20);
+    EXPECT_DOUBLE_EQ(q.fValue(), 6.0);
+    EXPECT_EQ(fn.nEval, 2 + 1 + 2);  // two refinements
+}
+
+TEST(QSimpTest, SquareOnUnitIntervalIsOneThirdAtStageTwo) {
+    FnCounted fn([](double x) { return x * x; });
+    QSimp q(&fn, 0.0, 1.0, 1e-6, 20);
+    EXPECT_NEAR(q.fValue(), 1.0 / 3.0, 1e-15);
+    EXPECT_EQ(fn.nEval, 5);
+}
+
+TEST(QSimpTest, SmoothIntegrandAndReversedLimits) {
+    FnCounted fn([](double x) { return std::sin(x); });
+    QSimp q(&fn, 0.0, M_PI, 1e-10, 20);
+    EXPECT_NEAR(q.fValue(), 2.0, 1e-9);
+    FnCounted fnSq([](double x) { return x * x; });
+    QSimp qRev(&fnSq, 1.0, 0.0, 1e-6, 20);
+    EXPECT_NEAR(qRev.fValue(), -1.0 / 3.0, 1e-15);
+}
+
+TEST(QSimpTest, FailuresShareTheTrapezoidMessage) {
+    FnCounted fnLinear([](double x) { return x; });
+    for (std::int16_t nStepMax : {1, 0, -5}) {
+        EXPECT_DEATH(
+            {
+                QSimp q(&fnLinear, 0.0, 1.0, 1e-6, nStepMax);
+                q.fValue();
+            },
+            szTooMany)
+            << nStepMax;
+    }
+    FnCounted fnZero([](double) { return 0.0; });
+    EXPECT_DEATH(
+        {
+            QSimp q(&fnZero, 0.0, 1.0, 1e-6, 20);
+            q.fValue();
+        },
+        szTooMany);
+}
