@@ -1,9 +1,13 @@
 // ODE steppers: orders of convergence, the acceptance and growth rules of the
 // adaptive step, the step dumps, aliasing of input and output state.
+#include <atomic>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+#include <new>
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "numerics/odeint.h"
@@ -464,4 +468,334 @@ TEST(Rk5StepQCDeath, InputRangesAreAssertedInOrder) {
                            0.1, 1e-6, &arFShort, &rate),
                  "Assertion failed: parFYErrScale->iFirst\\(\\) == 1 && "
                  "parFYErrScale->iLast\\(\\) == iNY, file .*odeint");
+}
+
+// ---- no allocation once the sizes are reached ---------------------------------
+
+namespace {
+// Counts every allocation of this test program; only the difference across a
+// stretch of code is looked at.
+std::atomic<long> nNewCalls{0};
+}  // namespace
+
+// Every other form of new ends here; the library's operator delete releases
+// the block with free, as for its own operator new.
+void* operator new(std::size_t nBytes) {
+    nNewCalls.fetch_add(1, std::memory_order_relaxed);
+    if (void* p = std::malloc(nBytes == 0 ? 1 : nBytes)) return p;
+    throw std::bad_alloc();
+}
+
+TEST(Rk5StepQC, AllocatesNothingOnceItsArraysHaveTheirSize) {
+    SevenStates sys;
+    A1Val<double> arFY = arFOf({0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0});
+    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
+    A1Val<double> arFDyDx(1, 7);
+    double fTi = 0.0, fH = 5.0;
+    auto step = [&] {
+        double fTiNext, fHUsed;
+        sys.arFAtFArF(&arFDyDx, fTi, arFY);
+        rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 7, fH, 1.0, &arFScale,
+                  &sys);
+        fTi = fTiNext;
+    };
+    step();  // sizes the work arrays
+    const long nBefore = nNewCalls.load();
+    for (int i = 0; i < 100; i++) step();  // with retries: the first step is far too long
+    EXPECT_EQ(nNewCalls.load() - nBefore, 0);
+}
+
+// ---- mmidStep -------------------------------------------------------------------
+
+namespace {
+class Exponential : public ArF64FnF64ArF64 {
+public:
+    void arFAtFArF(A1Val<double>* pd, double, const A1Val<double>& y) override {
+        pd->reconstructIFirstILast(1, 1);
+        (*pd)[1] = y[1];
+    }
+};
+
+double fMmidExp(Long nStep) {
+    Exponential expo;
+    A1Val<double> arFY = arFOf({1.0});
+    A1Val<double> arFDyDx = arFOf({1.0});
+    A1Val<double> arFYNext(1, 1);
+    mmidStep(&arFYNext, 0.0, &arFY, &arFDyDx, 1, 1.0, &expo, nStep);
+    return arFYNext[1];
+}
+}  // namespace
+
+TEST(MmidStep, LinearRateIsIntegratedExactlyForEveryStepCount) {
+    // y' = 2t from y(1) = 1 over 0.75: y = t^2, 3.0625 at the end. The
+    // midpoint sequence is exact at even points and off by h^2 at odd ones;
+    // the closing average cancels that.
+    class Linear : public ArF64FnF64ArF64 {
+    public:
+        void arFAtFArF(A1Val<double>* pd, double fTi, const A1Val<double>&) override {
+            pd->reconstructIFirstILast(1, 1);
+            (*pd)[1] = 2.0 * fTi;
+        }
+    } lin;
+    for (Long nStep : {1, 2, 3, 5, 8, 96}) {
+        A1Val<double> arFY = arFOf({1.0});
+        A1Val<double> arFDyDx = arFOf({2.0});
+        mmidStep(&arFY, 1.0, &arFY, &arFDyDx, 1, 0.75, &lin, nStep);
+        EXPECT_NEAR(arFY[1], 3.0625, 1e-14) << nStep;
+    }
+}
+
+TEST(MmidStep, ErrorIsEvenInTheStep) {
+    // Second order: the error falls fourfold when the sub-step halves; and
+    // because only even powers of h appear, one Richardson step in h^2
+    // leaves a fourth-order error that falls sixteenfold.
+    const double fE = std::exp(1.0);
+    const double fT8 = fMmidExp(8), fT16 = fMmidExp(16), fT32 = fMmidExp(32), fT64 = fMmidExp(64);
+    EXPECT_NEAR((fT8 - fE) / (fT16 - fE), 4.0, 0.05);
+    EXPECT_NEAR((fT16 - fE) / (fT32 - fE), 4.0, 0.02);
+    const double fR16 = (4.0 * fT16 - fT8) / 3.0;
+    const double fR32 = (4.0 * fT32 - fT16) / 3.0;
+    const double fR64 = (4.0 * fT64 - fT32) / 3.0;
+    EXPECT_NEAR((fR16 - fE) / (fR32 - fE), 16.0, 0.5);
+    EXPECT_NEAR((fR32 - fE) / (fR64 - fE), 16.0, 0.5);
+}
+
+// ---- rzextr -----------------------------------------------------------------------
+
+namespace {
+// The value at x = 0 of the rational function P(x) / (1 + Q(x)) through the
+// points (x[i], y[i]), with deg P = (k-1)/2 and deg Q = k-1-deg P for k
+// points (types (0,0), (0,1), (1,1), (1,2), (2,2), ...), by solving
+//   P(x[i]) - y[i] Q(x[i]) = y[i]
+// for the k coefficients with Gaussian elimination; P(0) is the first.
+double fRationalAtZero(const std::vector<long double>& arX, const std::vector<long double>& arY) {
+    const size_t k = arX.size();
+    const size_t nP = (k - 1) / 2 + 1;
+    std::vector<std::vector<long double>> a(k, std::vector<long double>(k + 1));
+    for (size_t i = 0; i < k; i++) {
+        long double fPow = 1.0L;
+        for (size_t j = 0; j < nP; j++, fPow *= arX[i]) a[i][j] = fPow;
+        fPow = arX[i];
+        for (size_t j = nP; j < k; j++, fPow *= arX[i]) a[i][j] = -arY[i] * fPow;
+        a[i][k] = arY[i];
+    }
+    for (size_t c = 0; c < k; c++) {
+        size_t iPivot = c;
+        for (size_t r = c + 1; r < k; r++)
+            if (std::fabs(a[r][c]) > std::fabs(a[iPivot][c])) iPivot = r;
+        std::swap(a[c], a[iPivot]);
+        for (size_t r = 0; r < k; r++) {
+            if (r == c) continue;
+            const long double f = a[r][c] / a[c][c];
+            for (size_t j = c; j <= k; j++) a[r][j] -= f * a[c][j];
+        }
+    }
+    return static_cast<double>(a[0][k] / a[0][0]);
+}
+}  // namespace
+
+TEST(Rzextr, IsTheDiagonalRationalInterpolantAtZero) {
+    // Midpoint results for y' = y over [0, 1] with 2, 4, 6, ... sub-steps,
+    // at abscissas (1/n)^2, as the Bulirsch-Stoer step makes them.
+    const Long aiN[] = {2, 4, 6, 8, 12, 16, 24};
+    std::vector<long double> arX, arY;
+    A1Val<double> arFXEst(1, 11);
+    A2Val<double> a2FD;
+    A1Val<double> arFYEst(1, 1), arFYZ(1, 1), arFDy(1, 1);
+    for (Long iEst = 1; iEst <= 7; iEst++) {
+        const double fHSub = 1.0 / aiN[iEst - 1];
+        arFYEst[1] = fMmidExp(aiN[iEst - 1]);
+        arX.push_back(fHSub * fHSub);
+        arY.push_back(arFYEst[1]);
+        rzextr(iEst, fHSub * fHSub, &arFYEst, &arFYZ, &arFDy, 1, 7, &arFXEst, &a2FD);
+        EXPECT_EQ(arFXEst[iEst], fHSub * fHSub);
+        if (iEst == 1) {
+            // Nothing to extrapolate from yet: the estimate is its own error.
+            EXPECT_EQ(arFYZ[1], arFYEst[1]);
+            EXPECT_EQ(arFDy[1], arFYEst[1]);
+        } else {
+            EXPECT_NEAR(arFYZ[1], fRationalAtZero(arX, arY), 1e-13) << iEst;
+            const std::vector<long double> arXOld(arX.begin() + 1, arX.end());
+            const std::vector<long double> arYOld(arY.begin() + 1, arY.end());
+            // The error estimate is what the oldest estimate contributes: the
+            // difference from the interpolant through the others.
+            EXPECT_NEAR(arFDy[1], arFYZ[1] - fRationalAtZero(arXOld, arYOld), 1e-13) << iEst;
+        }
+    }
+    EXPECT_LT(std::fabs(arFYZ[1] - std::exp(1.0)), 1e-13);
+}
+
+TEST(Rzextr, UsesOnlyTheLatestEstimatesAndKeepsComponentsApart) {
+    // With nUse = 3 the fifth result is the (1, 1) interpolant through the
+    // third, fourth and fifth estimates. Component 2 is (2 + x) / (1 + 3x),
+    // itself of type (1, 1): every result from the third on is exactly 2.
+    const Long aiN[] = {2, 4, 6, 8, 12};
+    std::vector<long double> arX, arY;
+    A1Val<double> arFXEst(1, 11);
+    A2Val<double> a2FD;
+    A1Val<double> arFYEst(1, 2), arFYZ(1, 2), arFDy(1, 2);
+    for (Long iEst = 1; iEst <= 5; iEst++) {
+        const double fX = 1.0 / (aiN[iEst - 1] * aiN[iEst - 1]);
+        arFYEst[1] = fMmidExp(aiN[iEst - 1]);
+        arFYEst[2] = (2.0 + fX) / (1.0 + 3.0 * fX);
+        arX.push_back(fX);
+        arY.push_back(arFYEst[1]);
+        rzextr(iEst, fX, &arFYEst, &arFYZ, &arFDy, 2, 3, &arFXEst, &a2FD);
+        if (iEst >= 3) {
+            EXPECT_NEAR(arFYZ[2], 2.0, 1e-14) << iEst;
+            const std::vector<long double> arXLast(arX.end() - 3, arX.end());
+            const std::vector<long double> arYLast(arY.end() - 3, arY.end());
+            EXPECT_NEAR(arFYZ[1], fRationalAtZero(arXLast, arYLast), 1e-13) << iEst;
+        }
+    }
+    EXPECT_EQ(a2FD.iCLast(), 3);
+}
+
+// ---- bulirschStoerStep -------------------------------------------------------
+
+namespace {
+struct BSStep {
+    double fXNext, fHUsed, fHNextEst, fY1;
+    long nCall;
+};
+BSStep stepBSOscillator(double fH, double fEps) {
+    Oscillator osc;
+    A1Val<double> arFY = arFOf({1.0, 0.0});
+    A1Val<double> arFDyDx = arFOf({0.0, -1.0});
+    A1Val<double> arFScale = arFOf({1.0, 1.0});
+    A1Val<double> arFYNext(1, 2);
+    BSStep r{};
+    bulirschStoerStep(&arFYNext, &r.fXNext, &r.fHUsed, &r.fHNextEst, 0.0, &arFY, &arFDyDx, 2, fH,
+                      fEps, &arFScale, &osc);
+    r.fY1 = arFYNext[1];
+    r.nCall = osc.nCall;
+    return r;
+}
+}  // namespace
+
+TEST(BulirschStoerStep, HarmonicOscillatorOverManyPeriods) {
+    Oscillator osc;
+    A1Val<double> arFY = arFOf({1.0, 0.0});
+    A1Val<double> arFDyDx(1, 2);
+    A1Val<double> arFScale = arFOf({1.0, 1.0});
+    double fTi = 0.0, fH = 0.5;
+    const double fTiEnd = 50.0;
+    int nStep = 0;
+    while (fTi < fTiEnd) {
+        const double fHTry = std::fmin(fH, fTiEnd - fTi);
+        osc.arFAtFArF(&arFDyDx, fTi, arFY);
+        double fTiNext, fHUsed;
+        bulirschStoerStep(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 2, fHTry, 1e-12,
+                          &arFScale, &osc);
+        fTi = (fHUsed == fTiEnd - fTi) ? fTiEnd : fTiNext;
+        nStep++;
+    }
+    EXPECT_LT(fErrOscillator(arFY, fTiEnd), 1e-10);
+    // Long steps: far fewer than a low-order method would need.
+    EXPECT_LT(nStep, 60);
+}
+
+TEST(BulirschStoerStep, ProposedStepFollowsTheStageThatConverged) {
+    // Stage j costs nseq[j] derivative calls, so the call count tells the
+    // stage: 2+4+6+8 = 20 calls is stage 4, then 32, 48, 72, 104, 152, 216, 312.
+    struct Case {
+        double fH, fEps;
+        long nCall;
+        double fRatio;
+    };
+    const Case aCase[] = {
+        {0.1, 1e-6, 20, 16.0 / 8},    {1.0, 1e-6, 32, 16.0 / 12}, {1.0, 1e-10, 48, 1.2},
+        {1.0, 1e-13, 72, 0.95},       {2.0, 1e-13, 104, 16.0 / 32}, {3.0, 1e-13, 216, 16.0 / 64},
+        {5.0, 1e-13, 312, 16.0 / 96},
+    };
+    for (const Case& c : aCase) {
+        const BSStep r = stepBSOscillator(c.fH, c.fEps);
+        EXPECT_EQ(r.nCall, c.nCall) << c.fH << " " << c.fEps;
+        EXPECT_EQ(r.fHUsed, c.fH);
+        EXPECT_EQ(r.fXNext, c.fH);
+        EXPECT_DOUBLE_EQ(r.fHNextEst, c.fH * c.fRatio) << c.fH << " " << c.fEps;
+        EXPECT_NEAR(r.fY1, std::cos(c.fH), 1e2 * c.fEps);
+    }
+}
+
+TEST(BulirschStoerStep, FailedStepIsCutBySixteenAndSaysSo) {
+    // A rate that jumps at t = 0.3 defeats the extrapolation over [0, 1];
+    // over [0, 1/16] the rate is 0 and the first testable stage converges.
+    class Jump : public ArF64FnF64ArF64 {
+    public:
+        void arFAtFArF(A1Val<double>* pd, double fTi, const A1Val<double>&) override {
+            pd->reconstructIFirstILast(1, 1);
+            (*pd)[1] = fTi > 0.3 ? 1.0 : 0.0;
+        }
+    } jump;
+    A1Val<double> arFY = arFOf({0.0});
+    A1Val<double> arFDyDx = arFOf({0.0});
+    A1Val<double> arFScale = arFOf({1.0});
+    A1Val<double> arFYNext(1, 1);
+    double fXNext, fHUsed, fHNextEst;
+    ::testing::internal::CaptureStdout();
+    bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFY, &arFDyDx, 1, 1.0,
+                      1e-10, &arFScale, &jump);
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "    B-S step failed, fH =   1.0000e+00\n");
+    EXPECT_EQ(fHUsed, 0.0625);
+    EXPECT_EQ(fXNext, 0.0625);
+    EXPECT_EQ(fHNextEst, 0.125);  // stage 4: 16 / 8
+    EXPECT_EQ(arFYNext[1], 0.0);
+}
+
+TEST(BulirschStoerStep, SameArrayInAndOutGivesTheSameResult) {
+    SevenStates sys;
+    const std::vector<double> arFY0 = {0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0};
+    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
+    A1Val<double> arFYInPlace = arFOf(arFY0);
+    A1Val<double> arFYA = arFOf(arFY0);
+    A1Val<double> arFYB(1, 7);
+    A1Val<double> arFDyDx(1, 7);
+    double fTi1 = 0.0, fH1 = 2.0, fTi2 = 0.0, fH2 = 2.0;
+    for (int iStep = 0; iStep < 20; iStep++) {
+        double fTiNext, fHUsed;
+        sys.arFAtFArF(&arFDyDx, fTi1, arFYInPlace);
+        bulirschStoerStep(&arFYInPlace, &fTiNext, &fHUsed, &fH1, fTi1, &arFYInPlace, &arFDyDx, 7,
+                          fH1, 1.0, &arFScale, &sys);
+        fTi1 = fTiNext;
+        sys.arFAtFArF(&arFDyDx, fTi2, arFYA);
+        bulirschStoerStep(&arFYB, &fTiNext, &fHUsed, &fH2, fTi2, &arFYA, &arFDyDx, 7, fH2, 1.0,
+                          &arFScale, &sys);
+        fTi2 = fTiNext;
+        arFYA = arFYB;
+        ASSERT_EQ(fTi1, fTi2);
+        ASSERT_EQ(std::memcmp(&arFYInPlace[1], &arFYA[1], 7 * sizeof(double)), 0) << iStep;
+    }
+}
+
+TEST(BulirschStoerStepDeath, StepThatNoLongerMovesXReportsUnderflowAndAsserts) {
+    // A NaN rate is never accepted; after the first cut 1e20 + 1/16 == 1e20.
+    ConstantRate rate({std::nan("")});
+    A1Val<double> arFY = arFOf({0.0});
+    A1Val<double> arFDyDx = arFOf({0.0});
+    A1Val<double> arFScale = arFOf({1.0});
+    A1Val<double> arFYNext(1, 1);
+    double fXNext, fHUsed, fHNextEst;
+    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 1e20, &arFY, &arFDyDx,
+                                   1, 1.0, 1e-6, &arFScale, &rate),
+                 "^\\*{40}\nstep size underflow in bulirschStoerStep\n\\*{40}\n"
+                 "Assertion failed: fX \\+ fH != fX, file .*odeint\\.cpp, line [0-9]+\n$");
+}
+
+TEST(BulirschStoerStepDeath, InputRangesAreAssertedInOrder) {
+    ConstantRate rate({0.0, 0.0});
+    A1Val<double> arFGood = arFOf({1.0, 2.0});
+    A1Val<double> arFShort = arFOf({1.0});
+    A1Val<double> arFYNext(1, 2);
+    double fXNext, fHUsed, fHNextEst;
+    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFShort,
+                                   &arFShort, 2, 0.1, 1e-6, &arFShort, &rate),
+                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY");
+    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood,
+                                   &arFShort, 2, 0.1, 1e-6, &arFShort, &rate),
+                 "Assertion failed: parFDyDx->iFirst\\(\\) == 1 && parFDyDx->iLast\\(\\) == iNY");
+    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood,
+                                   &arFGood, 2, 0.1, 1e-6, &arFShort, &rate),
+                 "Assertion failed: parFYErrScale->iFirst\\(\\) == 1 && "
+                 "parFYErrScale->iLast\\(\\) == iNY");
 }
