@@ -16,7 +16,8 @@
 //
 // The steppers keep their work arrays per thread across calls, so once the
 // sizes are reached a call allocates nothing; flights may run on several
-// threads at once.
+// threads at once. For the same reason a derivative object must not itself
+// call the stepper that is calling it.
 //
 // Failures end the program through an assertion. Before a step-size or
 // underflow failure the steppers rewrite "debug.txt" in the current directory

@@ -7,6 +7,7 @@
 #include <new>
 #include <cstring>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -365,6 +366,34 @@ TEST(Rk5StepQC, SameArrayInAndOutGivesBitIdenticalResults) {
     EXPECT_EQ(fTiInPlace, fTiSep);
     EXPECT_GT(nRetried, 0);
     EXPECT_GT(fTiInPlace, 1.0);
+}
+
+TEST(Rk5StepQC, FlightsOnSeveralThreadsAtOnceDoNotDisturbEachOther) {
+    // Each thread has its own work arrays: four concurrent runs give, bit for
+    // bit, what one run alone gives.
+    auto run = [](std::vector<double>* parFOut) {
+        SevenStates sys;
+        A1Val<double> arFY = arFOf({0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0});
+        A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
+        A1Val<double> arFDyDx(1, 7);
+        double fTi = 0.0, fH = 5.0;
+        for (int iStep = 0; iStep < 3000; iStep++) {
+            double fTiNext, fHUsed;
+            sys.arFAtFArF(&arFDyDx, fTi, arFY);
+            rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 7, fH, 1.0, &arFScale,
+                      &sys);
+            fTi = fTiNext;
+        }
+        parFOut->assign(&arFY[1], &arFY[1] + 7);
+        parFOut->push_back(fTi);
+    };
+    std::vector<double> arFAlone;
+    run(&arFAlone);
+    std::vector<std::vector<double>> aarFOut(4);
+    std::vector<std::thread> athread;
+    for (auto& arFOut : aarFOut) athread.emplace_back(run, &arFOut);
+    for (auto& th : athread) th.join();
+    for (const auto& arFOut : aarFOut) EXPECT_EQ(arFOut, arFAlone);
 }
 
 using Rk5StepQCFiles = InTempDir;
