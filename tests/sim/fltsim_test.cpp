@@ -1,0 +1,951 @@
+// Vehicle dynamics, the simulation driver, the command schedule reader and
+// the look-up in a stored run.
+#include "sim/fltsim.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdio>
+#include <initializer_list>
+#include <limits>
+#include <string>
+
+#include "sim/flight.h"
+#include "sim/ground.h"
+#include "support/testutil.h"
+
+namespace {
+
+const double fRdn20 = 20.0 * M_PI / 180.0;
+
+// ---- helpers ---------------------------------------------------------------------------
+
+struct Row {
+    double fTi, fFc, fMm;
+};
+
+// A command schedule in memory (1..n).
+struct Schedule {
+    A1Val<double> arFTi{0};
+    A1Val<double> arFFc{0};
+    A1Val<double> arFMm{0};
+    Schedule() = default;
+    Schedule(std::initializer_list<Row> rows) {
+        const Long n = static_cast<Long>(rows.size());
+        arFTi.reconstructIFirstILast(1, n);
+        arFFc.reconstructIFirstILast(1, n);
+        arFMm.reconstructIFirstILast(1, n);
+        Long i = 1;
+        for (Row const& row : rows) {
+            arFTi[i] = row.fTi;
+            arFFc[i] = row.fFc;
+            arFMm[i] = row.fMm;
+            i++;
+        }
+    }
+    void readFile(const std::string& szPath) {
+        std::FILE* pfile = std::fopen(szPath.c_str(), "r");
+        ASSERT_NE(pfile, nullptr) << szPath;
+        readCmdsFromPFILE(&arFTi, &arFFc, &arFMm, pfile, szPath.c_str());
+        std::fclose(pfile);
+    }
+};
+
+std::string szSimData(const char* szName) { return std::string(VT_TEST_DATA) + "/sim/" + szName; }
+
+// A stored run that frees its records.
+struct StoredFlight {
+    A1Val<double> arFTi{0};
+    A1Val<void*> arPSt{0};
+    ~StoredFlight() { deleteStoredRun(&arFTi, &arPSt); }
+    Long n() const { return arFTi.n(); }
+    Stvehicle3dof const& st(Long i) const { return *static_cast<Stvehicle3dof*>(arPSt[i]); }
+    double fTi(Long i) const { return arFTi[i]; }
+};
+
+// State vector (x, z, pitch, vx, vz, pitch rate, mass).
+A1Val<double> arFState(double x, double z, double fPitch, double vx, double vz,
+                       double fPitchDot, double fMs) {
+    A1Val<double> ar(1, 7);
+    ar[1] = x;
+    ar[2] = z;
+    ar[3] = fPitch;
+    ar[4] = vx;
+    ar[5] = vz;
+    ar[6] = fPitchDot;
+    ar[7] = fMs;
+    return ar;
+}
+
+// sim() into a stored flight, from a state given by value.
+void simRun(StoredFlight* prun, ArFFnFArFModel* pmodel, double fTiIC, A1Val<double> arFStateIC,
+            double fTiMax, double fDTiData, double fDTiStepMin, Long iNStepMax, double fTolX,
+            double fTolXDot, double fTolTheta, double fTolThetaDot, double fTolMs) {
+    sim(&prun->arFTi, &prun->arPSt, pmodel, fTiIC, arFStateIC, fTiMax, fDTiData, fDTiStepMin,
+        iNStepMax, fTolX, fTolXDot, fTolTheta, fTolThetaDot, fTolMs);
+}
+
+// Flies the model with the program's usual settings from a given state.
+void fly(StoredFlight* prun, ArFFnFArFModel* pmodel, A1Val<double> arFStateIC, double fTiMax = 30.0) {
+    sim(&prun->arFTi, &prun->arPSt, pmodel, 0.0, arFStateIC, fTiMax, 0.05, 1e-6, 20000, 0.001,
+        0.001, 0.001, 0.001, 0.001);
+}
+
+class Sim : public ::testing::Test {
+protected:
+    void SetUp() override {
+        initParams();
+        vehicleNoDrag = vehicle;
+        vehicleNoDrag.fCdAX = 0.0;
+        vehicleNoDrag.fCdAZ = 0.0;
+    }
+    Vehicle vehicleNoDrag;
+};
+
+class SimInTempDir : public InTempDir {
+protected:
+    void SetUp() override {
+        InTempDir::SetUp();
+        initParams();
+    }
+};
+
+// ---- actuators and inertia --------------------------------------------------------------
+
+TEST_F(Sim, ThrustIsClampedToZeroAndTheLimit) {
+    double fFc, fMm;
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 2000.0, 0.0, 100.0);
+    EXPECT_EQ(fFc, 1480.0);
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, -50.0, 0.0, 100.0);
+    EXPECT_EQ(fFc, 0.0);
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 765.25, 0.0, 96.0);
+    EXPECT_EQ(fFc, 765.25);
+}
+
+TEST_F(Sim, MomentCapAndLeverArmLimit) {
+    double fFc, fMm;
+    // 1000 N*m with 1000 N thrust: the lever arm (0.4 m) limits, not the cap.
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 1000.0, 1000.0, 100.0);
+    EXPECT_EQ(fFc, 1000.0);
+    EXPECT_EQ(fMm, 400.0);
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 1000.0, -1000.0, 100.0);
+    EXPECT_EQ(fMm, -400.0);
+    // Full thrust: the cap (592) and the lever arm (0.4 * 1480) coincide.
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 5000.0, -5000.0, 100.0);
+    EXPECT_EQ(fMm, -592.0);
+    // With a lower cap, the cap is what limits.
+    Vehicle vehicleLowCap = vehicle;
+    vehicleLowCap.fMmPitchMax = 100.0;
+    vehicleLowCap.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 1000.0, 300.0, 100.0);
+    EXPECT_EQ(fMm, 100.0);
+    // Within both limits the command passes.
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 250.0, -60.0, 100.0);
+    EXPECT_EQ(fMm, -60.0);
+    // No thrust, no moment.
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 0.0, 300.0, 100.0);
+    EXPECT_EQ(fFc, 0.0);
+    EXPECT_EQ(fMm, 0.0);
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, -10.0, 0.0, 100.0);
+    EXPECT_EQ(fMm, 0.0);
+}
+
+TEST_F(Sim, NothingAtOrBelowTheEmptyMass) {
+    double fFc = 1, fMm = 1;
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 600.0, 50.0, 95.0);
+    EXPECT_EQ(fFc, 0.0);
+    EXPECT_EQ(fMm, 0.0);
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 600.0, 50.0, 94.0);
+    EXPECT_EQ(fFc, 0.0);
+    EXPECT_EQ(fMm, 0.0);
+    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 600.0, 50.0, std::nextafter(95.0, 96.0));
+    EXPECT_EQ(fFc, 600.0);
+    EXPECT_EQ(fMm, 50.0);
+}
+
+TEST_F(Sim, InertiaIsLinearInMassAndExtrapolates) {
+    EXPECT_DOUBLE_EQ(vehicle.fIPitchAtFMs(100.0), 13.83);
+    EXPECT_DOUBLE_EQ(vehicle.fIPitchAtFMs(95.0), 13.06);
+    EXPECT_DOUBLE_EQ(vehicle.fIPitchAtFMs(97.5), (13.83 + 13.06) / 2.0);
+    EXPECT_NEAR(vehicle.fIPitchAtFMs(90.0), 13.06 - (13.83 - 13.06), 1e-12);
+}
+
+// ---- command look-up --------------------------------------------------------------------
+
+TEST_F(Sim, CommandsAtAndBetweenTableTimesAndOutside) {
+    Schedule sch{{1.0, 100.0, -10.0}, {2.0, 300.0, 10.0}, {4.0, 500.0, 50.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    double fFc, fMm;
+    model.cmdAtFTi(&fFc, &fMm, 1.0);
+    EXPECT_EQ(fFc, 100.0);
+    EXPECT_EQ(fMm, -10.0);
+    model.cmdAtFTi(&fFc, &fMm, 2.0);
+    EXPECT_EQ(fFc, 300.0);
+    EXPECT_EQ(fMm, 10.0);
+    model.cmdAtFTi(&fFc, &fMm, 1.25);
+    EXPECT_DOUBLE_EQ(fFc, 150.0);
+    EXPECT_DOUBLE_EQ(fMm, -5.0);
+    model.cmdAtFTi(&fFc, &fMm, 3.5);
+    EXPECT_DOUBLE_EQ(fFc, 450.0);
+    EXPECT_DOUBLE_EQ(fMm, 40.0);
+    // At the last time exactly: the last row.
+    model.cmdAtFTi(&fFc, &fMm, 4.0);
+    EXPECT_EQ(fFc, 500.0);
+    EXPECT_EQ(fMm, 50.0);
+    // Outside the table: nothing.
+    model.cmdAtFTi(&fFc, &fMm, 0.999);
+    EXPECT_EQ(fFc, 0.0);
+    EXPECT_EQ(fMm, 0.0);
+    model.cmdAtFTi(&fFc, &fMm, 4.001);
+    EXPECT_EQ(fFc, 0.0);
+    EXPECT_EQ(fMm, 0.0);
+    // Engine off: nothing anywhere.
+    model.bEngineOff = true;
+    model.cmdAtFTi(&fFc, &fMm, 2.0);
+    EXPECT_EQ(fFc, 0.0);
+    EXPECT_EQ(fMm, 0.0);
+}
+
+TEST_F(Sim, SingleRowScheduleGivesItsRowAtItsTimeOnly) {
+    Schedule sch{{2.0, 100.0, 1.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    double fFc, fMm;
+    model.cmdAtFTi(&fFc, &fMm, 1.0);
+    EXPECT_EQ(fFc, 0.0);
+    model.cmdAtFTi(&fFc, &fMm, 3.0);
+    EXPECT_EQ(fFc, 0.0);
+}
+
+TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
+    Schedule sch{{0.0, 600.0, 0.0}, {5.0, 600.0, 0.0}, {5.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    double fFc, fMm;
+    model.cmdAtFTi(&fFc, &fMm, 2.5);  // fine away from the pair
+    EXPECT_EQ(fFc, 600.0);
+    EXPECT_DEATH(model.cmdAtFTi(&fFc, &fMm, 5.0), "Assertion failed: fH != 0.0");
+}
+
+TEST_F(Sim, DescendingTimesDoNotHang) {
+    Schedule sch{{0.0, 600.0, 0.0}, {5.0, 600.0, 0.0}, {2.0, 100.0, 0.0}, {10.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    for (double fTi = -1.0; fTi <= 11.0; fTi += 0.01) {
+        double fFc, fMm;
+        model.cmdAtFTi(&fFc, &fMm, fTi);
+        EXPECT_TRUE(std::isfinite(fFc)) << fTi;
+    }
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100.0));
+    EXPECT_GT(run.n(), 1);
+}
+
+// ---- the derivative ---------------------------------------------------------------------
+
+// Evaluates the model once.
+A1Val<double> arFDerivAt(ArFFnFArFModel* pmodel, double fTi, A1Val<double> const& arFSt) {
+    A1Val<double> arFDeriv(1, 7);
+    pmodel->arFAtFArF(&arFDeriv, fTi, arFSt);
+    return arFDeriv;
+}
+
+TEST_F(Sim, DerivativeOfThrustGravityMassAndMoment) {
+    Schedule sch{{0.0, 800.0, 100.0}, {10.0, 800.0, 100.0}};
+    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    const double fPitch = 0.3;
+    const A1Val<double> arFD =
+        arFDerivAt(&model, 1.0, arFState(2.0, 5.0, fPitch, 1.5, -2.5, 0.7, 98.0));
+    // The kinematic rows carry the velocities over, in the vector's order.
+    EXPECT_EQ(arFD[1], 1.5);
+    EXPECT_EQ(arFD[2], -2.5);
+    EXPECT_EQ(arFD[3], 0.7);
+    // Thrust along the body axis, tilted towards -x for positive pitch.
+    EXPECT_NEAR(arFD[4], -800.0 * std::sin(fPitch) / 98.0, 1e-13);
+    EXPECT_NEAR(arFD[5], 800.0 * std::cos(fPitch) / 98.0 - 3.7, 1e-13);
+    // Moment over the inertia of the current mass; mass flow thrust / exhaust speed.
+    EXPECT_NEAR(arFD[6], 100.0 / (13.06 + (98.0 - 95.0) / 5.0 * (13.83 - 13.06)), 1e-13);
+    EXPECT_NEAR(arFD[7], -800.0 / 549.36, 1e-15);
+}
+
+// Drag force in the flight frame from an independent decomposition along the
+// body axes: body z along the thrust (-sin p, 0, cos p), body x
+// (-cos p, 0, -sin p); each axis opposes the velocity's component along it
+// with 0.5 rho CdA v|v|.
+void dragExpected(double* pfX, double* pfZ, double fPitch, double vx, double vz) {
+    const double bxX = -std::cos(fPitch), bxZ = -std::sin(fPitch);
+    const double bzX = -std::sin(fPitch), bzZ = std::cos(fPitch);
+    const double u = vx * bxX + vz * bxZ;
+    const double w = vx * bzX + vz * bzZ;
+    const double fFcU = -0.5 * 0.01 * 0.09 * u * std::fabs(u);
+    const double fFcW = -0.5 * 0.01 * (M_PI / 4.0) * w * std::fabs(w);
+    *pfX = fFcU * bxX + fFcW * bzX;
+    *pfZ = fFcU * bxZ + fFcW * bzZ;
+}
+
+TEST_F(Sim, DragOpposesTheVelocityInEachBodyAxis) {
+    Schedule sch{{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    const double fMs = 100.0;
+    // Upright, moving along +x: body x drag only (0.5 * 0.01 * 0.09 * 100).
+    A1Val<double> arFD = arFDerivAt(&model, 1.0, arFState(0, 5, 0.0, 10.0, 0.0, 0, fMs));
+    EXPECT_NEAR(arFD[4] * fMs, -0.045, 1e-15);
+    EXPECT_NEAR(arFD[5], -3.7, 1e-15);
+    // Upright, falling: body z drag pushes up; rising: pushes down.
+    arFD = arFDerivAt(&model, 1.0, arFState(0, 5, 0.0, 0.0, -10.0, 0, fMs));
+    EXPECT_NEAR(arFD[5] * fMs + 370.0, 0.5 * 0.01 * (M_PI / 4.0) * 100.0, 1e-12);
+    arFD = arFDerivAt(&model, 1.0, arFState(0, 5, 0.0, 0.0, 10.0, 0, fMs));
+    EXPECT_NEAR(arFD[5] * fMs + 370.0, -0.5 * 0.01 * (M_PI / 4.0) * 100.0, 1e-12);
+    // Lying on its side (pitch 90 deg), moving along x meets the body z area.
+    arFD = arFDerivAt(&model, 1.0, arFState(0, 5, M_PI / 2.0, 10.0, 0.0, 0, fMs));
+    EXPECT_NEAR(arFD[4] * fMs, -0.5 * 0.01 * (M_PI / 4.0) * 100.0, 1e-12);
+    EXPECT_NEAR(arFD[5], -3.7, 1e-12);
+    // Any attitude and velocity: the two body-axis terms, and the force
+    // never has a component along the velocity.
+    for (double fPitch : {-2.5, -0.7, 0.0, 0.4, 1.2, 3.0}) {
+        for (double vx : {-7.0, 0.0, 3.0}) {
+            for (double vz : {-5.0, 0.5, 6.0}) {
+                arFD = arFDerivAt(&model, 1.0, arFState(0, 5, fPitch, vx, vz, 0, fMs));
+                double fX, fZ;
+                dragExpected(&fX, &fZ, fPitch, vx, vz);
+                EXPECT_NEAR(arFD[4] * fMs, fX, 1e-12) << fPitch << " " << vx << " " << vz;
+                EXPECT_NEAR(arFD[5] * fMs + 370.0, fZ, 1e-12) << fPitch << " " << vx << " " << vz;
+                EXPECT_LE((arFD[4] * fMs) * vx + (arFD[5] * fMs + 370.0) * vz, 1e-12);
+            }
+        }
+    }
+}
+
+TEST_F(Sim, NoGroundReactionBeforeTheVehicleHasClearedOneMetre) {
+    Schedule sch{{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    A1Val<double> arFD = arFDerivAt(&model, 0.5, arFState(0, -0.5, 0, 0, 0, 0, 100));
+    EXPECT_EQ(arFD[5], -3.7);
+    EXPECT_FALSE(model.bClearedGnd);
+    arFD = arFDerivAt(&model, 0.5, arFState(0, 1.0, 0, 0, 0, 0, 100));
+    EXPECT_FALSE(model.bClearedGnd);  // 1.0 m exactly is not above
+    arFD = arFDerivAt(&model, 0.5, arFState(0, 1.0001, 0, 0, 0, 0, 100));
+    EXPECT_TRUE(model.bClearedGnd);
+    EXPECT_FALSE(model.bLanded);
+}
+
+class SimContact : public Sim {
+protected:
+    void SetUp() override {
+        Sim::SetUp();
+        pmodel = new ArFFnFArFModel(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc,
+                                    sch.arFMm);
+        arFDerivAt(pmodel, 0.0, arFState(0, 2.0, 0, 0, 0, 0, 100));  // clears the pad
+        fPitchGndAtLandingSite = 99.0;
+    }
+    void TearDown() override { delete pmodel; }
+    Schedule sch{{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}};
+    ArFFnFArFModel* pmodel = nullptr;
+};
+
+TEST_F(SimContact, LevelGroundSpringAndDamping) {
+    // 1 cm deep, sinking at 0.2 m/s: spring 100 N up, damper 100 N up.
+    A1Val<double> arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0, 0, -0.2, 0, 100));
+    EXPECT_NEAR(arFD[5] * 100.0, -370.0 + 100.0 + 100.0, 1e-9);
+    EXPECT_EQ(arFD[4], 0.0);
+    EXPECT_TRUE(pmodel->bLanded);
+    EXPECT_TRUE(pmodel->bEngineOff);
+    EXPECT_EQ(fPitchGndAtLandingSite, 0.0);
+}
+
+TEST_F(Sim, FirstContactCutsTheEngineFromTheNextEvaluationOn) {
+    Schedule sch{{0.0, 800.0, 50.0}, {10.0, 800.0, 50.0}};
+    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    arFDerivAt(&model, 0.0, arFState(0, 2.0, 0, 0, 0, 0, 100));  // clears the pad
+    // The evaluation that finds the ground still has the engine's thrust.
+    A1Val<double> arFD = arFDerivAt(&model, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
+    EXPECT_NEAR(arFD[5] * 100.0, 800.0 - 370.0 + 100.0, 1e-9);
+    EXPECT_NEAR(arFD[7], -800.0 / 549.36, 1e-15);
+    EXPECT_TRUE(model.bEngineOff);
+    // From then on, on the ground or not, nothing.
+    arFD = arFDerivAt(&model, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
+    EXPECT_NEAR(arFD[5] * 100.0, -370.0 + 100.0, 1e-9);
+    EXPECT_EQ(arFD[7], 0.0);
+    arFD = arFDerivAt(&model, 1.0, arFState(-5.0, 3.0, 0, 0, 0, 0, 100));
+    EXPECT_EQ(arFD[7], 0.0);
+    EXPECT_EQ(arFD[5], -3.7);
+    EXPECT_EQ(arFD[6], 0.0);
+}
+
+TEST_F(SimContact, SlowSlidingHasNoHorizontalContactForce) {
+    // |vx| = 0.01 < 0.025: only the damper acts horizontally.
+    A1Val<double> arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0, 0.01, 0, 0, 100));
+    EXPECT_NEAR(arFD[4] * 100.0, -500.0 * 0.01, 1e-12);
+    // At 0.1 m/s friction 0.6 * 100 N joins the damper.
+    arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0, 0.1, 0, 0, 100));
+    EXPECT_NEAR(arFD[4] * 100.0, -0.6 * 100.0 - 500.0 * 0.1, 1e-9);
+    arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0, -0.1, 0, 0, 100));
+    EXPECT_NEAR(arFD[4] * 100.0, 0.6 * 100.0 + 500.0 * 0.1, 1e-9);
+}
+
+TEST_F(SimContact, UprightTorqueAndTippedDamping) {
+    const double fI = vehicle.fIPitchAtFMs(100.0);
+    // 10 deg off the level ground, turning at 0.5 rad/s: spring and damper.
+    const double fE = 10.0 * M_PI / 180.0;
+    A1Val<double> arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, fE, 0.5, 0, 0.5, 100));
+    EXPECT_NEAR(arFD[6] * fI, -400.0 * fE - 100.0 * 0.5, 1e-9);
+    // Tipped over (60 deg): no friction, no restoring torque, weak damping.
+    const double fTip = 60.0 * M_PI / 180.0;
+    arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, fTip, 0.5, 0, 1.0, 100));
+    EXPECT_NEAR(arFD[6] * fI, -10.0 * 1.0, 1e-9);
+    EXPECT_NEAR(arFD[4] * 100.0, -500.0 * 0.5, 1e-9);
+    // The attitude counts modulo a full turn (fmod keeps the sign).
+    arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 2.0 * M_PI + fE, 0.5, 0, 0.0, 100));
+    EXPECT_NEAR(arFD[6] * fI, -400.0 * fE, 1e-6);
+}
+
+TEST_F(SimContact, OnTheTwentyDegreeSlopeTheSpringActsAlongTheNormal) {
+    // 1 cm vertically below the slope at x = 5, tipped (pitch 1.5 rad is more
+    // than 50 deg off the slope) so that there is no friction. The penetration normal to the slope is h cos 20; the spring
+    // reads its depth in z from the foot (h cos^2 20) and scales by cos 20
+    // again: |N| = k h cos^3 20, along the slope's normal (sin 20, 0, cos 20).
+    const double h = 0.01;
+    const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
+    A1Val<double> arFD =
+        arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - h, 1.5, 0.1, 0.0, 0.0, 100.0));
+    const double fN = 10000.0 * h * std::pow(std::cos(fRdn20), 3);
+    // Sliding at 0.1 m/s (fast enough for a horizontal contact force), with
+    // the damper's 50 N against it.
+    EXPECT_NEAR(arFD[4] * 100.0, fN * std::sin(fRdn20) - 500.0 * 0.1, 1e-9);
+    EXPECT_NEAR(arFD[5] * 100.0 + 370.0, fN * std::cos(fRdn20), 1e-9);
+    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
+    // The landing site's slope is kept after the first contact.
+    arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.0, 0.0, 0.0, 0.0, 100.0));
+    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
+}
+
+TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
+    // Rising at 0.1 m/s from 0.998 m with no thrust: the true apex is
+    // 0.998 + 0.1^2 / (2 * 3.7) = 0.99935 m, never above 1 m. The stepper's
+    // first stage probes z + h/2 * vz = 1.0005 m, and that arms the contact.
+    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    A1Val<double> arFSt = arFState(0, 0.998, 0, 0, 0.1, 0, 100);
+    A1Val<double> arFD = arFDerivAt(&model, 0.0, arFSt);
+    EXPECT_FALSE(model.bClearedGnd);
+    A1Val<double> arFScale(1, 7);
+    for (Long i = 1; i <= 7; i++) arFScale[i] = 0.001;
+    double fTiNext, fHUsed, fHNext;
+    rk5StepQC(&arFSt, &fTiNext, &fHUsed, &fHNext, 0.0, &arFSt, &arFD, 7, 0.05, 1.0, &arFScale,
+              &model);
+    EXPECT_LT(arFSt[2], 1.0);
+    EXPECT_TRUE(model.bClearedGnd);
+    // So the whole flight lands on the pad instead of passing through it.
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0.998, 0, 0, 0.1, 0, 100));
+    EXPECT_LT(run.fTi(run.n()), 29.0);  // came to rest
+    EXPECT_NEAR(run.st(run.n()).fZf, -100.0 * 3.7 / 10000.0, 0.005);
+}
+
+// ---- records and placement ----------------------------------------------------------------
+
+TEST_F(Sim, RecordFromStateVectorReordersTheFields) {
+    A1Val<double> ar = arFState(1, 2, 3, 4, 5, 6, 7);
+    Stvehicle3dof* pst = pstFmArFState(ar, 8, 9, 10, 11, 12);
+    EXPECT_EQ(pst->fXf, 1.0);
+    EXPECT_EQ(pst->fZf, 2.0);
+    EXPECT_EQ(pst->fVeXf, 4.0);
+    EXPECT_EQ(pst->fVeZf, 5.0);
+    EXPECT_EQ(pst->fPitch, 3.0);
+    EXPECT_EQ(pst->fPitchDot, 6.0);
+    EXPECT_EQ(pst->fMs, 7.0);
+    EXPECT_EQ(pst->fIPitch, 8.0);
+    EXPECT_EQ(pst->fFcThrustCmd, 9.0);
+    EXPECT_EQ(pst->fFcThrustAct, 10.0);
+    EXPECT_EQ(pst->fMmPitchCmd, 11.0);
+    EXPECT_EQ(pst->fMmPitchAct, 12.0);
+    delete pst;
+}
+
+TEST_F(Sim, PlacementPutsTheBodyAtTheStateWithThrustAxisAlongPitch) {
+    Stvehicle3dof st;
+    st.fXf = 3.0;
+    st.fZf = -1.5;
+    st.fPitch = 0.4;
+    const X4h x4h = xgmFFmB_Fm_PStvehicle3dof(&st);
+    const Pt3c ptOrg = ptXgm3c(x4h, Pt3c(0, 0, 0));
+    EXPECT_NEAR(ptOrg.fX, 3.0, 1e-15);
+    EXPECT_NEAR(ptOrg.fY, 0.0, 1e-15);
+    EXPECT_NEAR(ptOrg.fZ, -1.5, 1e-15);
+    const Pt3c ptTop = ptXgm3c(x4h, Pt3c(0, 0, 2.0));
+    EXPECT_NEAR(ptTop.fX, 3.0 - 2.0 * std::sin(0.4), 1e-14);
+    EXPECT_NEAR(ptTop.fZ, -1.5 + 2.0 * std::cos(0.4), 1e-14);
+    // The inverse takes the flight frame back to the body.
+    const Pt3c ptBack = ptXgm3c(x4hInv(x4h), ptTop);
+    EXPECT_NEAR(ptBack.fX, 0.0, 1e-14);
+    EXPECT_NEAR(ptBack.fZ, 2.0, 1e-14);
+}
+
+// ---- flights ----------------------------------------------------------------------------------
+
+TEST_F(Sim, FreeFallAfterTheCutFollowsTheClosedForm) {
+    // Climb at 740 N, cut over 1.5..1.6 s, then fall freely (no drag here) onto
+    // the pad. From the state saved at the cut, z = z0 + v0 t - g t^2 / 2.
+    Schedule sch;
+    sch.readFile(szSimData("hop_climb_cut.txt"));
+    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    Long iCut = 1;
+    while (run.fTi(iCut) < 1.6 - 1e-9) iCut++;
+    ASSERT_NEAR(run.fTi(iCut), 1.6, 1e-9);
+    const double z0 = run.st(iCut).fZf, v0 = run.st(iCut).fVeZf, fMsCut = run.st(iCut).fMs;
+    ASSERT_GT(z0, 1.0);
+    int nChecked = 0;
+    for (Long i = iCut + 1; i <= run.n(); i++) {
+        const double t = run.fTi(i) - run.fTi(iCut);
+        const double zClosed = z0 + v0 * t - 3.7 * t * t / 2.0;
+        if (zClosed < 0.3) break;  // before any contact
+        EXPECT_NEAR(run.st(i).fZf, zClosed, 1e-9) << run.fTi(i);
+        EXPECT_NEAR(run.st(i).fVeZf, v0 - 3.7 * t, 1e-9) << run.fTi(i);
+        EXPECT_EQ(run.st(i).fMs, fMsCut);
+        EXPECT_EQ(run.st(i).fXf, 0.0);
+        EXPECT_EQ(run.st(i).fPitch, 0.0);
+        nChecked++;
+    }
+    EXPECT_GT(nChecked, 20);
+}
+
+TEST_F(Sim, PropellantAtConstantThrustIsExactlyLinear) {
+    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    Long i = 1;
+    for (; i <= run.n() && run.fTi(i) <= 4.5; i++)
+        EXPECT_NEAR(run.st(i).fMs, 100.0 - 600.0 * run.fTi(i) / 549.36, 1e-10) << run.fTi(i);
+    // 5 kg last 4.578 s; then the thrust stops at the empty mass.
+    const double fMsLast = run.st(run.n()).fMs;
+    EXPECT_NEAR(fMsLast, 95.0, 1e-3);
+    for (; i <= run.n(); i++) {
+        if (run.st(i).fMs <= 95.0) {
+            EXPECT_EQ(run.st(i).fFcThrustAct, 0.0) << run.fTi(i);
+        }
+    }
+    EXPECT_EQ(run.st(run.n()).fFcThrustAct, 0.0);
+}
+
+TEST_F(Sim, PropellantUsedIsTheThrustIntegralOverTheExhaustSpeed) {
+    // The reference plan's thrust is piecewise linear with its corners on
+    // output times, so the trapezoid rule over the records is exact.
+    Schedule sch;
+    sch.readFile(std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt");
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    double fImpulse = 0.0;
+    for (Long i = 2; i <= run.n(); i++) {
+        fImpulse += 0.5 * (run.st(i - 1).fFcThrustAct + run.st(i).fFcThrustAct) *
+                    (run.fTi(i) - run.fTi(i - 1));
+        EXPECT_NEAR(100.0 - run.st(i).fMs, fImpulse / 549.36, 1e-9) << run.fTi(i);
+    }
+    EXPECT_GT(fImpulse, 1000.0);
+}
+
+TEST_F(Sim, LandingOnLevelGroundComesToRest) {
+    Schedule sch;
+    sch.readFile(szSimData("hop_climb_cut.txt"));
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    EXPECT_TRUE(model.bLanded);
+    EXPECT_TRUE(model.bEngineOff);
+    EXPECT_EQ(fPitchGndAtLandingSite, 0.0);
+    Stvehicle3dof const& stLast = run.st(run.n());
+    EXPECT_LT(run.fTi(run.n()), 29.0);  // stopped at rest, not at 30 s
+    // Resting on the spring: depth m g / k.
+    EXPECT_NEAR(stLast.fZf, -stLast.fMs * 3.7 / 10000.0, 0.005);
+    EXPECT_EQ(stLast.fXf, 0.0);
+    EXPECT_EQ(stLast.fPitch, 0.0);
+    // The rest test is on the state at the end of the last step, which is
+    // also the last record here (the run stops on an output time only if it
+    // happens to rest there); at least it is slow.
+    EXPECT_LT(std::fabs(stLast.fVeZf), 0.05);
+}
+
+TEST_F(Sim, EngineStillCommandedAtTouchdownIsCut) {
+    // 200 N is less than the weight: the vehicle sinks with the engine
+    // commanded on until it touches down at x = 0.
+    Schedule sch;
+    sch.readFile(szSimData("hop_engine_on_at_touchdown.txt"));
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    Long iOff = 1;
+    while (iOff <= run.n() && run.st(iOff).fFcThrustCmd != 0.0) iOff++;
+    ASSERT_LE(iOff, run.n());
+    ASSERT_GT(iOff, 20);
+    EXPECT_EQ(run.st(iOff - 1).fFcThrustCmd, 200.0);
+    EXPECT_LT(run.st(iOff - 1).fZf, 0.3);  // it was about to touch down
+    for (Long i = iOff; i <= run.n(); i++) {
+        EXPECT_EQ(run.st(i).fFcThrustCmd, 0.0);
+        EXPECT_EQ(run.st(i).fFcThrustAct, 0.0);
+        EXPECT_EQ(run.st(i).fMs, run.st(iOff).fMs);  // no more propellant used
+    }
+    EXPECT_LT(run.fTi(run.n()), 29.0);
+}
+
+TEST_F(Sim, LandingOnTheTwentyDegreeSlopeSettlesAtItsAngle) {
+    // Dropped from 1.5 m (about 3 m above the slope) at x = 5 with no thrust:
+    // it lands on strip 2, and the restoring torque turns it to the slope.
+    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(5.0, 1.5, 0, 0, 0, 0, 100));
+    EXPECT_TRUE(model.bLanded);
+    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
+    Stvehicle3dof const& stLast = run.st(run.n());
+    EXPECT_LT(run.fTi(run.n()), 29.0);
+    EXPECT_NEAR(stLast.fPitch, -fRdn20, 0.01);
+    EXPECT_GT(stLast.fXf, 1.0);
+    EXPECT_LT(stLast.fXf, 9.0);
+    // Resting on the spring: the vertical depth h below the slope carries
+    // the weight through k h cos^3 20 times (cos 20 +- 0.6 sin 20), the sign
+    // of the friction term following the sign of the last tiny vx.
+    const double fDepth = -(stLast.fXf - 1.0) * std::tan(fRdn20) - stLast.fZf;
+    const double fKCos3 = 10000.0 * std::pow(std::cos(fRdn20), 3);
+    const double fW = stLast.fMs * 3.7;
+    EXPECT_GT(fDepth, fW / (fKCos3 * (std::cos(fRdn20) + 0.6 * std::sin(fRdn20))) - 0.002);
+    EXPECT_LT(fDepth, fW / (fKCos3 * (std::cos(fRdn20) - 0.6 * std::sin(fRdn20))) + 0.002);
+    // The recorded moment comes from the commands, which are zero: the
+    // ground torque that turned the vehicle does not appear in the records.
+    double fPitchDotMax = 0.0;
+    for (Long i = 1; i <= run.n(); i++) {
+        EXPECT_EQ(run.st(i).fMmPitchAct, 0.0);
+        fPitchDotMax = std::fmax(fPitchDotMax, std::fabs(run.st(i).fPitchDot));
+    }
+    EXPECT_GT(fPitchDotMax, 0.1);
+}
+
+TEST_F(Sim, RecordsKeepTheInitialInertiaAndActualsFromTheCommands) {
+    Schedule sch;
+    sch.readFile(szSimData("hop_moment_limits.txt"));
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    // The inertia of the initial mass in every record, though propellant burns.
+    EXPECT_LT(run.st(run.n()).fMs, 99.0);
+    for (Long i = 1; i <= run.n(); i++) EXPECT_EQ(run.st(i).fIPitch, 13.83) << i;
+    int nChecked = 0;
+    for (Long i = 1; i <= run.n() && run.fTi(i) < 1.59; i++) {
+        Stvehicle3dof const& st = run.st(i);
+        double fFc, fMm;
+        vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, st.fFcThrustCmd, st.fMmPitchCmd, st.fMs);
+        EXPECT_EQ(st.fFcThrustAct, fFc);
+        EXPECT_EQ(st.fMmPitchAct, fMm);
+        if (run.fTi(i) > 1.06 && run.fTi(i) < 1.29) {
+            EXPECT_NEAR(st.fMmPitchCmd, 200.0, 1e-9);
+            EXPECT_NEAR(st.fMmPitchAct, 100.0, 1e-9);  // 0.4 m * 250 N
+            nChecked++;
+        }
+        if (run.fTi(i) > 1.36) {
+            EXPECT_NEAR(st.fMmPitchCmd, -2000.0, 1e-9);
+            EXPECT_NEAR(st.fMmPitchAct, -0.4 * st.fFcThrustAct, 1e-9);
+            nChecked++;
+        }
+    }
+    EXPECT_GT(nChecked, 6);
+}
+
+// ---- the driver's stops -------------------------------------------------------------------------
+
+TEST_F(Sim, LastRecordIsExactlyAtTheFinalTime) {
+    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100), 1.0);
+    ASSERT_EQ(run.n(), 21);
+    EXPECT_EQ(run.arFTi.iFirst(), 1);
+    EXPECT_EQ(run.fTi(1), 0.0);
+    EXPECT_EQ(run.fTi(run.n()), 1.0);
+    for (Long i = 2; i <= run.n(); i++) EXPECT_NEAR(run.fTi(i) - run.fTi(i - 1), 0.05, 1e-6);
+}
+
+TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
+    // Hovering 5 m up: thrust equal to the weight. After the first step the
+    // rates are far below 0.001, so the run ends there, in mid-air.
+    Schedule sch{{0.0, 370.0, 0.0}, {30.0, 370.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    fly(&run, &model, arFState(0, 5.0, 0, 0, 0, 0, 100));
+    ASSERT_EQ(run.n(), 2);
+    EXPECT_DOUBLE_EQ(run.fTi(2), 0.05);
+    EXPECT_NEAR(run.st(2).fZf, 5.0, 1e-4);
+    EXPECT_FALSE(model.bLanded);
+}
+
+TEST_F(Sim, RestBetweenOutputTimesLeavesNoRecordForIt) {
+    // Output interval 1 s, with a corner in the thrust at 0.5 s: the first
+    // trial step of 1 s is far too inaccurate in z and is cut short. With
+    // rest thresholds of 100 m/s and rad/s, the state after that shorter
+    // step counts as at rest, before the first output time: only the
+    // initial record is returned.
+    Schedule sch{{0.0, 700.0, 0.0}, {0.5, 700.0, 0.0}, {0.55, 250.0, 0.0}, {30.0, 250.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    testing::internal::CaptureStdout();
+    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 1.0, 1e-6,
+        20000, 0.001, 100.0, 0.001, 100.0, 0.001);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+    ASSERT_EQ(run.n(), 1);
+    EXPECT_EQ(run.fTi(1), 0.0);
+}
+
+TEST_F(Sim, NonPositiveSpanPrintsTheTimesAndFails) {
+    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    EXPECT_DEATH(
+        {
+            dup2(2, 1);  // the times go to standard output
+            StoredFlight run;
+            simRun(&run, &model, 1.0, arFState(0, 0, 0, 0, 0, 0, 100), 0.0, 0.05,
+                1e-6, 20000, 0.001, 0.001, 0.001, 0.001, 0.001);
+        },
+        "fTiMax =     0\\.000000e\\+00, fTiIC =     1\\.000000e\\+00, fDTi =    "
+        "-5\\.000000e-02\nAssertion failed: fDTi > 0\\.0");
+    EXPECT_DEATH(
+        {
+            dup2(2, 1);
+            StoredFlight run;
+            simRun(&run, &model, 2.0, arFState(0, 0, 0, 0, 0, 0, 100), 2.0, 0.05,
+                1e-6, 20000, 0.001, 0.001, 0.001, 0.001, 0.001);
+        },
+        "fTiMax =     2\\.000000e\\+00, fTiIC =     2\\.000000e\\+00, fDTi =    -5\\.000000e-02");
+}
+
+TEST_F(Sim, WrongStateLengthIsAnAssertion) {
+    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    A1Val<double> arF6(1, 6);
+    EXPECT_DEATH(
+        {
+            StoredFlight run;
+            simRun(&run, &model, 0.0, arF6, 30.0, 0.05, 1e-6, 20000, 0.001,
+                0.001, 0.001, 0.001, 0.001);
+        },
+        "Assertion failed: arFStateIC.n\\(\\) == iNState");
+}
+
+TEST_F(Sim, TooManyStepsIsPrintedThenAnAssertion) {
+    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    EXPECT_DEATH(
+        {
+            dup2(2, 1);
+            StoredFlight run;
+            simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0,
+                0.05, 1e-6, 3, 0.001, 0.001, 0.001, 0.001, 0.001);
+        },
+        "^Too many stepsAssertion failed: bStopped");
+}
+
+TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
+    // With a smallest useful step of 0.2 s, the proposed next step (at most
+    // four times 0.05 s) is already too small after the first step.
+    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run;
+    testing::internal::CaptureStdout();
+    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 0.05, 0.2,
+        20000, 0.001, 0.001, 0.001, 0.001, 0.001);
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "Step size too small\n");
+    ASSERT_EQ(run.n(), 1);  // 0.05 s is not a full output interval less 0.2 s
+    EXPECT_EQ(run.st(1).fMs, 100.0);
+}
+
+// ---- the schedule reader --------------------------------------------------------------------------
+
+TEST_F(Sim, ReaderSkipsToTheFirstDataLine) {
+    Schedule sch;
+    sch.readFile(szSimData("schedule_skip_to_line5.txt"));
+    ASSERT_EQ(sch.arFTi.iFirst(), 1);
+    ASSERT_EQ(sch.arFTi.iLast(), 3);
+    const double arF[3][3] = {{0.0, 600.0, 0.0}, {1.5, 650.0, 10.0}, {2.0, 0.0, -20.0}};
+    for (Long i = 1; i <= 3; i++) {
+        EXPECT_EQ(sch.arFTi[i], arF[i - 1][0]);
+        EXPECT_EQ(sch.arFFc[i], arF[i - 1][1]);
+        EXPECT_EQ(sch.arFMm[i], arF[i - 1][2]);
+    }
+}
+
+TEST_F(Sim, ReaderShortLineKeepsThePreviousValues) {
+    Schedule sch;
+    sch.readFile(szSimData("schedule_short_lines.txt"));
+    ASSERT_EQ(sch.arFTi.n(), 4);
+    // Row 2 gives only a time, row 3 no moment.
+    const double arF[4][3] = {
+        {0.0, 600.0, 12.0}, {1.0, 600.0, 12.0}, {2.0, 300.0, 12.0}, {3.0, 100.0, -5.0}};
+    for (Long i = 1; i <= 4; i++) {
+        EXPECT_EQ(sch.arFTi[i], arF[i - 1][0]) << i;
+        EXPECT_EQ(sch.arFFc[i], arF[i - 1][1]) << i;
+        EXPECT_EQ(sch.arFMm[i], arF[i - 1][2]) << i;
+    }
+}
+
+TEST_F(Sim, ReaderRepeatsTheLastLineWhenTheFileEndsEarly) {
+    Schedule sch;
+    sch.readFile(szSimData("schedule_ends_early.txt"));
+    ASSERT_EQ(sch.arFTi.n(), 5);
+    EXPECT_EQ(sch.arFTi[1], 0.0);
+    EXPECT_EQ(sch.arFMm[1], 1.0);
+    for (Long i = 2; i <= 5; i++) {
+        EXPECT_EQ(sch.arFTi[i], 1.0) << i;
+        EXPECT_EQ(sch.arFFc[i], 500.0) << i;
+        EXPECT_EQ(sch.arFMm[i], 2.0) << i;
+    }
+}
+
+TEST_F(SimInTempDir, ReaderCutsLinesLongerThanItsBuffer) {
+    // Line 3 is 1100 characters: its first 1023 make row 1, the rest (blanks)
+    // is read as line 4 and scans nothing, so row 2 repeats row 1 and the
+    // real line 4 is never read as a row.
+    std::string szLong = "    1.000000   100.000000     5.000000";
+    szLong += std::string(1100 - szLong.size(), ' ');
+    vttest::writeFile("plan.txt", "   3    4\nheader\n" + szLong + "\n    2.0 200.0 6.0\n");
+    Schedule sch;
+    sch.readFile("plan.txt");
+    ASSERT_EQ(sch.arFTi.n(), 2);
+    EXPECT_EQ(sch.arFTi[2], 1.0);
+    EXPECT_EQ(sch.arFFc[2], 100.0);
+    EXPECT_EQ(sch.arFMm[2], 5.0);
+}
+
+TEST_F(SimInTempDir, ReaderFarFirstLinePastTheEndDoesNotHang) {
+    // The first data line lies two billion lines on: the file ends at once,
+    // and the header line, the last one read, makes the only row.
+    vttest::writeFile("plan.txt", "2000000000 2000000000\n");
+    Schedule sch;
+    sch.readFile("plan.txt");
+    ASSERT_EQ(sch.arFTi.n(), 1);
+    EXPECT_EQ(sch.arFTi[1], 2e9);
+    EXPECT_EQ(sch.arFFc[1], 2e9);
+    EXPECT_EQ(sch.arFMm[1], 0.0);
+}
+
+// Reads plan.txt in a child and expects a fatal error with the given text.
+void expectReaderFatal(const std::string& szText, const char* szMessage) {
+    vttest::writeFile("plan.txt", szText);
+    EXPECT_EXIT(
+        {
+            Schedule sch;
+            sch.readFile("plan.txt");
+        },
+        ::testing::ExitedWithCode(1), szMessage)
+        << szText;
+}
+
+TEST_F(SimInTempDir, ReaderRejectsABadHeader) {
+    const char* szMsg = "plan\\.txt: first line must give the first and last data line numbers";
+    expectReaderFatal("", szMsg);
+    expectReaderFatal("abc\n0 1 2\n", szMsg);
+    expectReaderFatal("3\n", szMsg);
+    expectReaderFatal("\n   3    4\n", szMsg);
+    expectReaderFatal("   1    4\n0 1 2\n", "plan\\.txt: first data line 1 comes before line 2");
+    expectReaderFatal("  -5    4\n0 1 2\n", "plan\\.txt: first data line -5 comes before line 2");
+    expectReaderFatal("   3    2\nx\n",
+                      "plan\\.txt: data lines 3 to 2 give no rows or more than 1000000");
+    expectReaderFatal("   3 2000000000\nx\n0 1 2\n",
+                      "plan\\.txt: data lines 3 to 2000000000 give no rows or more than 1000000");
+}
+
+TEST_F(SimInTempDir, ReaderRejectsNumbersThatAreNotFinite) {
+    expectReaderFatal("3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n", "plan\\.txt, line 4: a number is not finite");
+    expectReaderFatal("3 5\nh\n0 1 2\n1 1 2\n2 0 -inf\n",
+                      "plan\\.txt, line 5: a number is not finite");
+    expectReaderFatal("3 3\nh\n1e999 1 2\n", "plan\\.txt, line 3: a number is not finite");
+}
+
+TEST_F(SimInTempDir, ReaderRejectsAPercentInTheNameWithoutReadingItAsAFormat) {
+    vttest::writeFile("p%s.txt", "x\n");
+    EXPECT_EXIT(
+        {
+            Schedule sch;
+            sch.readFile("p%s.txt");
+        },
+        ::testing::ExitedWithCode(1), "p\\?s\\.txt: first line must give");
+}
+
+// ---- look-up in the stored run --------------------------------------------------------------------
+
+class StoredRun : public Sim {
+protected:
+    void SetUp() override {
+        Sim::SetUp();
+        deleteStoredRun(&arFTiData, &arPStvehicle);
+    }
+    void TearDown() override { deleteStoredRun(&arFTiData, &arPStvehicle); }
+    // Records at times 0, 1, 3 whose fields are distinct numbers.
+    void store(double fTi3 = 3.0) {
+        arFTiData.reconstructIFirstILast(1, 3);
+        arPStvehicle.reconstructIFirstILast(1, 3);
+        const double arFTi[3] = {0.0, 1.0, fTi3};
+        for (Long i = 1; i <= 3; i++) {
+            const double f = 10.0 * i;
+            arFTiData[i] = arFTi[i - 1];
+            arPStvehicle[i] = new Stvehicle3dof(f + 1, f + 2, f + 3, f + 4, f + 5, f + 6,
+                                                96.0 + i, 50.0 + i, f + 9, f + 10, f + 11,
+                                                f + 12);
+        }
+    }
+    static double field(Stvehicle3dof const& st, int iField) {
+        const double arF[12] = {st.fXf,          st.fZf,          st.fVeXf,       st.fVeZf,
+                                st.fPitch,       st.fPitchDot,    st.fMs,         st.fIPitch,
+                                st.fFcThrustCmd, st.fFcThrustAct, st.fMmPitchCmd, st.fMmPitchAct};
+        return arF[iField];
+    }
+    static Stvehicle3dof const& stored(Long i) {
+        return *static_cast<Stvehicle3dof*>(arPStvehicle[i]);
+    }
+};
+
+TEST_F(StoredRun, NoRunLeavesTheOutputUntouched) {
+    Stvehicle3dof st(1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12);
+    stvehicle3dofAtFTi(&st, 0.5);
+    EXPECT_EQ(st.fXf, 1.0);
+    EXPECT_EQ(st.fMmPitchAct, 12.0);
+}
+
+TEST_F(StoredRun, BeforeAtAndAfterTheEnds) {
+    store();
+    Stvehicle3dof st;
+    for (double fTi : {-5.0, 0.0}) {
+        stvehicle3dofAtFTi(&st, fTi);
+        for (int k = 0; k < 12; k++) EXPECT_EQ(field(st, k), field(stored(1), k)) << k;
+    }
+    stvehicle3dofAtFTi(&st, 3.5);
+    for (int k = 0; k < 12; k++) EXPECT_EQ(field(st, k), field(stored(3), k)) << k;
+    // At the last time exactly: interpolated with weight 1 on the last
+    // record, and the inertia recomputed from its mass.
+    stvehicle3dofAtFTi(&st, 3.0);
+    for (int k = 0; k < 12; k++)
+        if (k != 7) {
+            EXPECT_EQ(field(st, k), field(stored(3), k)) << k;
+        }
+    EXPECT_EQ(stored(3).fIPitch, 53.0);
+    EXPECT_DOUBLE_EQ(st.fIPitch, vehicle.fIPitchAtFMs(99.0));
+}
+
+TEST_F(StoredRun, BetweenRecordsEveryFieldIsLinearAndTheInertiaFollowsTheMass) {
+    store();
+    Stvehicle3dof st;
+    stvehicle3dofAtFTi(&st, 2.5);  // three quarters from record 2 to record 3
+    for (int k = 0; k < 12; k++) {
+        if (k == 7) continue;
+        EXPECT_DOUBLE_EQ(field(st, k), 0.25 * field(stored(2), k) + 0.75 * field(stored(3), k))
+            << k;
+    }
+    EXPECT_DOUBLE_EQ(st.fMs, 98.75);
+    EXPECT_DOUBLE_EQ(st.fIPitch, vehicle.fIPitchAtFMs(98.75));
+    stvehicle3dofAtFTi(&st, 1.0);  // on an inner record: that record
+    EXPECT_DOUBLE_EQ(st.fXf, stored(2).fXf);
+}
+
+TEST_F(StoredRun, EqualSavedTimesAreAnAssertion) {
+    store(1.0);
+    Stvehicle3dof st;
+    EXPECT_DEATH(stvehicle3dofAtFTi(&st, 1.0), "Assertion failed: fH != 0.0");
+}
+
+}  // namespace
