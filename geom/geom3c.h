@@ -35,8 +35,8 @@ class Dr3c;
 
 class Pt3c {
 public:
-    Pt3c() : fX(0.0), fY(0.0), fZ(0.0) {}
-    Pt3c(double x, double y, double z) : fX(x), fY(y), fZ(z) {}
+    constexpr Pt3c() : fX(0.0), fY(0.0), fZ(0.0) {}
+    constexpr Pt3c(double x, double y, double z) : fX(x), fY(y), fZ(z) {}
 
     double fX;
     double fY;
@@ -45,8 +45,8 @@ public:
 
 class Vc3c {
 public:
-    Vc3c() : fX(0.0), fY(0.0), fZ(0.0) {}
-    Vc3c(double x, double y, double z) : fX(x), fY(y), fZ(z) {}
+    constexpr Vc3c() : fX(0.0), fY(0.0), fZ(0.0) {}
+    constexpr Vc3c(double x, double y, double z) : fX(x), fY(y), fZ(z) {}
     // The vector of length 1 along a direction.
     explicit Vc3c(Dr3c const& dr);
 
@@ -59,7 +59,7 @@ class Dr3c {
 public:
     // An unset direction holds (1, 0, 0), so it is a unit vector even
     // before it is given a meaning (arrays of camera records need it).
-    Dr3c() : fX(1.0), fY(0.0), fZ(0.0) {}
+    constexpr Dr3c() : fX(1.0), fY(0.0), fZ(0.0) {}
     // The normalising constructors: each component divided by the length.
     // Assertion "fNorm != 0.0" for a zero-length input.
     Dr3c(double x, double y, double z);

@@ -1,0 +1,227 @@
+// Camera and pane transforms: projection cases, the full world-to-view
+// chain against a hand computation, parameter checks and aspect matching.
+#include <gtest/gtest.h>
+
+#include <cmath>
+
+#include "display/camera.h"
+
+namespace {
+
+void expectPtNear(Pt3c const& pt, double x, double y, double z, double fTol) {
+    EXPECT_NEAR(pt.fX, x, fTol);
+    EXPECT_NEAR(pt.fY, y, fTol);
+    EXPECT_NEAR(pt.fZ, z, fTol);
+}
+
+// Eye at the origin looking along -Z with up +Y: the camera frame is the
+// world frame, so x4hCFmW is the projection alone.
+XfmCFmW3c xfmAtOrigin(double fL, double fR, double fB, double fT, double fN, double fF,
+                      unsigned char bOrtho) {
+    return xfmCFmW3cFm(Pt3c(0, 0, 0), Dr3c(0, 0, -1), Dr3c(0, 1, 0), fL, fR, fB, fT, fN, fF,
+                       bOrtho);
+}
+
+}  // namespace
+
+// ---- projection cases ------------------------------------------------------------------
+
+TEST(CameraTest, PerspectiveDepthRunsFromMinusOneAtNearToOneAtFar) {
+    XfmCFmW3c xfm = xfmAtOrigin(-1, 1, -1, 1, 1, 10, 0);
+    expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(0, 0, -1)), 0, 0, -1, 1e-15);
+    expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(0, 0, -10)), 0, 0, 1, 1e-15);
+    // The window corner at the near plane is the corner of the view, and
+    // the same direction at the far plane too.
+    expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(1, 1, -1)), 1, 1, -1, 1e-15);
+    expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(-10, 10, -10)), -1, 1, 1, 1e-15);
+    EXPECT_TRUE(xfm.x4hCFmW.bInv);
+    // The inverse takes the view corner back to the world.
+    expectPtNear(ptXgm3c(x4hInv(xfm.x4hCFmW), Pt3c(1, -1, 1)), 10, -10, -10, 1e-12);
+}
+
+TEST(CameraTest, OrthographicMapsTheBoxOntoTheCube) {
+    XfmCFmW3c xfm = xfmAtOrigin(-1, 1, -1, 1, 1, 10, 1);
+    Pt3c pt = ptXgm3c(xfm.x4hCFmW, Pt3c(1, 1, -1));
+    EXPECT_NEAR(pt.fX, 1, 1e-15);
+    EXPECT_NEAR(pt.fY, 1, 1e-15);
+    EXPECT_NEAR(pt.fZ, -1, 1e-15);
+    EXPECT_NEAR(ptXgm3c(xfm.x4hCFmW, Pt3c(0, 0, -10)).fZ, 1, 1e-15);
+    // No foreshortening: the same x at any depth.
+    EXPECT_NEAR(ptXgm3c(xfm.x4hCFmW, Pt3c(0.5, 0, -7)).fX, 0.5, 1e-15);
+    EXPECT_TRUE(xfm.bOrtho);
+}
+
+TEST(CameraTest, ProjectionElementsForAnOffCentreWindow) {
+    const double l = -0.3, r = 0.5, b = -0.2, t = 0.1, n = 2, f = 50;
+    XfmCFmW3c xp = xfmAtOrigin(l, r, b, t, n, f, 0);
+    double** m = xp.x4hCFmW.mxF;
+    EXPECT_DOUBLE_EQ(m[1][1], 2 * n / (r - l));
+    EXPECT_DOUBLE_EQ(m[1][3], (r + l) / (r - l));
+    EXPECT_DOUBLE_EQ(m[2][2], 2 * n / (t - b));
+    EXPECT_DOUBLE_EQ(m[2][3], (t + b) / (t - b));
+    EXPECT_DOUBLE_EQ(m[3][3], -(f + n) / (f - n));
+    EXPECT_DOUBLE_EQ(m[3][4], -2 * f * n / (f - n));
+    EXPECT_EQ(m[4][3], -1.0);
+    EXPECT_EQ(m[4][4], 0.0);
+    EXPECT_EQ(m[1][2], 0.0);
+    EXPECT_EQ(m[1][4], 0.0);
+    XfmCFmW3c xo = xfmAtOrigin(l, r, b, t, n, f, 1);
+    double** o = xo.x4hCFmW.mxF;
+    EXPECT_DOUBLE_EQ(o[1][1], 2 / (r - l));
+    EXPECT_DOUBLE_EQ(o[1][4], -(r + l) / (r - l));
+    EXPECT_DOUBLE_EQ(o[2][2], 2 / (t - b));
+    EXPECT_DOUBLE_EQ(o[2][4], -(t + b) / (t - b));
+    EXPECT_DOUBLE_EQ(o[3][3], -2 / (f - n));
+    EXPECT_DOUBLE_EQ(o[3][4], -(f + n) / (f - n));
+    EXPECT_EQ(o[4][4], 1.0);
+    EXPECT_EQ(o[4][3], 0.0);
+    // The window's corners at the near plane are the view's corners.
+    expectPtNear(ptXgm3c(xp.x4hCFmW, Pt3c(l, b, -n)), -1, -1, -1, 1e-14);
+    expectPtNear(ptXgm3c(xp.x4hCFmW, Pt3c(r, t, -n)), 1, 1, -1, 1e-14);
+}
+
+TEST(CameraTest, GeneralCameraAgainstAHandComputation) {
+    // An eye somewhere, looking somewhere, with an up that is not
+    // perpendicular to the look.
+    Pt3c ptEye(3, -40, 7);
+    Dr3c drLook(-0.2, 1.0, -0.1);
+    Dr3c drUp(0.1, 0.05, 1.0);
+    const double w = 0.25, h = 0.15, n = 1, f = 1000;
+    XfmCFmW3c xfm =
+        xfmCFmW3cFm(ptEye, drLook, drUp, -w / 2, w / 2, -h / 2, h / 2, n, f, 0);
+    // The camera's own axes, built here from their definitions.
+    Vc3c vcZ = -Vc3c(drLook);
+    Vc3c vcX = vcCrossVcVc(Vc3c(drUp), vcZ);
+    vcX = (1.0 / fLenVc(vcX)) * vcX;
+    Vc3c vcY = vcCrossVcVc(vcZ, vcX);
+    for (double d : {2.0, 40.0, 700.0}) {
+        for (double a : {-0.05, 0.0, 0.1}) {
+            for (double b : {-0.03, 0.07}) {
+                // A point d along the look, offset a*d right and b*d up.
+                Pt3c pt = ptEye + d * drLook + (a * d) * vcX + (b * d) * vcY;
+                Pt3c ptV = ptXgm3c(xfm.x4hCFmW, pt);
+                EXPECT_NEAR(ptV.fX, 2 * n / w * a, 1e-12);
+                EXPECT_NEAR(ptV.fY, 2 * n / h * b, 1e-12);
+                EXPECT_NEAR(ptV.fZ, (f + n) / (f - n) - 2 * f * n / ((f - n) * d), 1e-12);
+            }
+        }
+    }
+    // The record keeps its inputs.
+    EXPECT_EQ(xfm.ptEye.fY, -40.0);
+    EXPECT_EQ(xfm.drLook.fX, drLook.fX);
+    EXPECT_EQ(xfm.drUp.fZ, drUp.fZ);
+    EXPECT_EQ(xfm.fL, -w / 2);
+    EXPECT_EQ(xfm.fT, h / 2);
+    EXPECT_EQ(xfm.fN, n);
+    EXPECT_EQ(xfm.fF, f);
+    EXPECT_FALSE(xfm.bOrtho);
+}
+
+TEST(CameraTest, UnsetRecord) {
+    XfmCFmW3c xfm;
+    EXPECT_EQ(xfm.fR - xfm.fL, 0.0);
+    EXPECT_FALSE(xfm.x4hCFmW.bInv);
+    EXPECT_EQ(xfm.x4hCFmW.mxF[1][1], 0.0);
+}
+
+// ---- parameter checks --------------------------------------------------------------------
+
+TEST(CameraTest, NearZeroIsAccepted) {
+    XfmCFmW3c xo = xfmAtOrigin(-1, 1, -1, 1, 0, 10, 1);
+    EXPECT_TRUE(xo.x4hCFmW.bInv);
+    EXPECT_NEAR(ptXgm3c(xo.x4hCFmW, Pt3c(0, 0, 0)).fZ, -1, 1e-15);
+    // Perspective with a zero near distance: a singular projection, usable
+    // forwards, without an inverse.
+    XfmCFmW3c xp = xfmAtOrigin(-1, 1, -1, 1, 0, 10, 0);
+    EXPECT_FALSE(xp.x4hCFmW.bInv);
+}
+
+TEST(CameraTest, FarEqualToNearPassesTheCheckButDividesByZero) {
+    XfmCFmW3c xfm = xfmAtOrigin(-1, 1, -1, 1, 5, 5, 0);
+    EXPECT_FALSE(std::isfinite(xfm.x4hCFmW.mxF[3][3]));
+}
+
+TEST(CameraDeathTest, InvalidParametersAreImpossibleStates) {
+    const char* szRe = "invalid parameter in xfmCFmW3cFm\\(\\)";
+    EXPECT_DEATH(xfmAtOrigin(1, 1, -1, 1, 1, 10, 0), szRe);
+    EXPECT_DEATH(xfmAtOrigin(-1, 1, 1, -1, 1, 10, 0), szRe);
+    EXPECT_DEATH(xfmAtOrigin(-1, 1, -1, 1, -0.5, 10, 0), szRe);
+    EXPECT_DEATH(xfmAtOrigin(-1, 1, -1, 1, 2, 1, 1), szRe);
+    EXPECT_DEATH(xfmAtOrigin(-1, NAN, -1, 1, 1, 10, 0), szRe);
+}
+
+TEST(CameraDeathTest, LookParallelToUp) {
+    EXPECT_DEATH(xfmCFmW3cFm(Pt3c(), Dr3c(0, 0, -1), Dr3c(0, 0, 2), -1, 1, -1, 1, 1, 10, 0),
+                 "Assertion failed: fNorm != 0.0");
+}
+
+// ---- pane transforms and aspect matching -----------------------------------------------------
+
+TEST(PaneTest, PaneTransformFromValuesAndFromAPane) {
+    XfmPFmC3c a = xfmPFmC3cFm(10.5, 20.25, 640.0, 480.0);
+    EXPECT_EQ(a.fXMin, 10.5f);
+    EXPECT_EQ(a.fYMin, 20.25f);
+    EXPECT_EQ(a.fDX, 640.0f);
+    EXPECT_EQ(a.fDY, 480.0f);
+    Pane pane;
+    pane.iPxDX = 800;
+    pane.iPxDY = 600;
+    pane.iPxXL = 3;
+    pane.iPxYT = 4;
+    XfmPFmC3c b = xfmPFmC3cFm(pane);
+    EXPECT_EQ(b.fXMin, 3.0f);
+    EXPECT_EQ(b.fYMin, 4.0f);
+    EXPECT_EQ(b.fDX, 800.0f);
+    EXPECT_EQ(b.fDY, 600.0f);
+}
+
+TEST(PaneTest, MatchFromWidthOrHeight) {
+    XfmPFmC3c xp = xfmPFmC3cFm(0, 0, 800, 600);
+    XfmCFmW3c a = xfmCFmW3cMatchArFDX(xp, Pt3c(1, 2, 3), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.25, 1,
+                                      100, 0);
+    EXPECT_DOUBLE_EQ(a.fL, -0.125);
+    EXPECT_DOUBLE_EQ(a.fR, 0.125);
+    EXPECT_DOUBLE_EQ(a.fB, -0.09375);
+    EXPECT_DOUBLE_EQ(a.fT, 0.09375);
+    EXPECT_EQ(a.fN, 1.0);
+    EXPECT_EQ(a.fF, 100.0);
+    EXPECT_EQ(a.ptEye.fZ, 3.0);
+    XfmCFmW3c b = xfmCFmW3cMatchArFDY(xp, Pt3c(1, 2, 3), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.3, 1, 100,
+                                      1);
+    EXPECT_DOUBLE_EQ(b.fB, -0.15);
+    EXPECT_DOUBLE_EQ(b.fT, 0.15);
+    EXPECT_DOUBLE_EQ(b.fR - b.fL, 0.4);
+    EXPECT_DOUBLE_EQ(b.fL, -0.2);
+    EXPECT_TRUE(b.bOrtho);
+}
+
+TEST(PaneTest, WidenOrNarrowToThePaneAspect) {
+    // A square window, off centre, on a wide pane and on a tall pane.
+    XfmCFmW3c x = xfmCFmW3cFm(Pt3c(), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.0, 0.2, -0.1, 0.1, 1, 10, 0);
+    XfmPFmC3c xpWide = xfmPFmC3cFm(0, 0, 400, 200);
+    XfmPFmC3c xpTall = xfmPFmC3cFm(0, 0, 200, 400);
+
+    XfmCFmW3c a = xfmCFmW3cMatchArAtLeast(x, xpWide);  // wider
+    EXPECT_DOUBLE_EQ(a.fR - a.fL, 0.4);
+    EXPECT_DOUBLE_EQ(a.fT - a.fB, 0.2);
+    EXPECT_DOUBLE_EQ(0.5 * (a.fL + a.fR), 0.1);
+    EXPECT_DOUBLE_EQ(0.5 * (a.fB + a.fT), 0.0);
+    XfmCFmW3c b = xfmCFmW3cMatchArAtLeast(x, xpTall);  // taller
+    EXPECT_DOUBLE_EQ(b.fR - b.fL, 0.2);
+    EXPECT_DOUBLE_EQ(b.fT - b.fB, 0.4);
+    EXPECT_DOUBLE_EQ(b.fL, 0.0);
+    XfmCFmW3c c = xfmCFmW3cMatchArAtMost(x, xpWide);  // lower
+    EXPECT_DOUBLE_EQ(c.fR - c.fL, 0.2);
+    EXPECT_DOUBLE_EQ(c.fT - c.fB, 0.1);
+    EXPECT_DOUBLE_EQ(0.5 * (c.fB + c.fT), 0.0);
+    XfmCFmW3c d = xfmCFmW3cMatchArAtMost(x, xpTall);  // narrower
+    EXPECT_DOUBLE_EQ(d.fR - d.fL, 0.1);
+    EXPECT_DOUBLE_EQ(d.fT - d.fB, 0.2);
+    EXPECT_DOUBLE_EQ(0.5 * (d.fL + d.fR), 0.1);
+    // A window that already has the aspect stays as it is.
+    XfmCFmW3c e = xfmCFmW3cMatchArAtLeast(a, xpWide);
+    EXPECT_DOUBLE_EQ(e.fR - e.fL, 0.4);
+    EXPECT_DOUBLE_EQ(e.fT - e.fB, 0.2);
+    // The argument is not changed.
+    EXPECT_EQ(x.fR - x.fL, 0.2);
+}
