@@ -31,11 +31,15 @@ void printSummary(std::FILE* pfile, bool bStdout, double fHorzRange, double fMsP
     const double fPctMax = fFThrusterMax * 100 / (fFcThrustMax / 3.0);
     const double fPctMin = fFThrusterMin * 100 / (fFcThrustMax / 3.0);
     if (bStdout) {
-        std::fprintf(pfile, "     max thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMax, fPctMax);
-        std::fprintf(pfile, "     min thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMin, fPctMin);
+        std::fprintf(pfile, "     max thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMax,
+                     fPctMax);
+        std::fprintf(pfile, "     min thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMin,
+                     fPctMin);
     } else {
-        std::fprintf(pfile, "    max thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMax, fPctMax);
-        std::fprintf(pfile, "    min thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMin, fPctMin);
+        std::fprintf(pfile, "    max thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMax,
+                     fPctMax);
+        std::fprintf(pfile, "    min thruster force = %10.4lf (%5.1lf %%)\n", fFThrusterMin,
+                     fPctMin);
     }
     std::fprintf(pfile, "    throttle range     = %10.1lf %%\n",
                  (1 - fFThrusterMin / fFThrusterMax) * 100);

@@ -31,10 +31,12 @@
 // fit accepts (see nParamTraj1Max).
 Vd<double>* pvdfParamTraj1FromFile(const char* szFile);
 
-// Most numbers a waypoint line may hold: 600 waypoints. The dense fit and
-// the analysis grow with the cube and the square of the waypoint count; this
-// bound keeps one plan well under a second.
-constexpr Long nParamTraj1Max = 1800;
+// Most numbers a waypoint line may hold: 300 waypoints, more than a line of
+// realistic numbers can carry within its 4,095 characters. The dense fit and
+// the analysis grow with the cube and the square of the waypoint count; at
+// this bound one plan takes about 0.2 s, where the 1,365 waypoints that a line
+// of one-digit numbers could hold would take several seconds.
+constexpr Long nParamTraj1Max = 900;
 
 // ---- B-spline fit --------------------------------------------------------------
 // Clamped uniform knot vector over 0..m: p+1 knots at fTi, p+1 at fTf, the

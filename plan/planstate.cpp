@@ -1,0 +1,183 @@
+// The program-wide plan and the planning chain (see planstate.h).
+#include "plan/planstate.h"
+
+#include <cmath>
+
+#include "plan/report.h"
+#include "plan/wptfpln.h"
+#include "sim/params.h"
+
+Vd<double>* pvdfParamTraj1 = nullptr;
+Vd<double>* pvdfTParamTraj1 = nullptr;
+A<unsigned char*>* paPVdfXParamTraj1 = nullptr;
+
+double fTiTraj1 = 0.0;
+double fTfTraj1 = 0.0;
+Long nTraj1X = 0, pTraj1X = 0, mTraj1X = 0;
+Vd<double>* pvdfUKnotTraj1X = nullptr;
+A<unsigned char*>* paPVdfXCpTraj1X = nullptr;
+Long nTraj1Z = 0, pTraj1Z = 0, mTraj1Z = 0;
+Vd<double>* pvdfUKnotTraj1Z = nullptr;
+A<unsigned char*>* paPVdfXCpTraj1Z = nullptr;
+
+Vd<double>* pvdfT = nullptr;
+A<unsigned char*>* paPVdfX = nullptr;
+Vd<double>* pvdfPitch = nullptr;
+A<unsigned char*>* paPVdfXDot = nullptr;
+Vd<double>* pvdfPitchDot = nullptr;
+A<unsigned char*>* paPVdfXDot2 = nullptr;
+Vd<double>* pvdfPitchDot2 = nullptr;
+Vd<double>* pvdfMs = nullptr;
+A<unsigned char*>* paPVdfF = nullptr;
+A<unsigned char*>* paPVdfM = nullptr;
+double fHorzRange = 0.0;
+double fMsProp = 0.0;
+double fFThrusterMin = 0.0;
+double fFThrusterMax = 0.0;
+
+namespace {
+
+template <class T>
+void deleteAndClear(T*& p) {
+    delete p;
+    p = nullptr;
+}
+
+void deletePaPVdfAndClear(A<unsigned char*>*& pa) {
+    deletePaPVdf(pa);
+    pa = nullptr;
+}
+
+bool bVdfFinite(const Vd<double>* pvdf) {
+    for (Long i = pvdf->lo; i <= pvdf->hi; i++)
+        if (!std::isfinite((*pvdf)[i])) return false;
+    return true;
+}
+
+bool bPaPVdfFinite(A<unsigned char*>* pa) {
+    for (Long i = pa->lo(); i <= pa->hi(); i++)
+        if (!bVdfFinite(pvdfAt(pa, i))) return false;
+    return true;
+}
+
+bool bAnalysisFinite() {
+    return bPaPVdfFinite(paPVdfX) && bVdfFinite(pvdfPitch) && bPaPVdfFinite(paPVdfXDot) &&
+           bVdfFinite(pvdfPitchDot) && bPaPVdfFinite(paPVdfXDot2) && bVdfFinite(pvdfPitchDot2) &&
+           bVdfFinite(pvdfMs) && bPaPVdfFinite(paPVdfF) && bPaPVdfFinite(paPVdfM) &&
+           std::isfinite(fHorzRange) && std::isfinite(fMsProp) && std::isfinite(fFThrusterMin) &&
+           std::isfinite(fFThrusterMax);
+}
+
+// Report files are not checked by design; an unwritable directory costs the
+// report, and says so, but never the run.
+std::FILE* pfileReport(const char* szFile) {
+    std::FILE* pfile = std::fopen(szFile, "w");
+    if (pfile == nullptr) std::fprintf(stderr, "can't write %s\n", szFile);
+    return pfile;
+}
+
+}  // namespace
+
+void deleteTraj1Params() {
+    deleteAndClear(pvdfParamTraj1);
+    deleteAndClear(pvdfTParamTraj1);
+    deletePaPVdfAndClear(paPVdfXParamTraj1);
+}
+
+void deleteTraj1Path() {
+    fTiTraj1 = fTfTraj1 = 0.0;
+    nTraj1X = pTraj1X = mTraj1X = 0;
+    deleteAndClear(pvdfUKnotTraj1X);
+    deletePaPVdfAndClear(paPVdfXCpTraj1X);
+    nTraj1Z = pTraj1Z = mTraj1Z = 0;
+    deleteAndClear(pvdfUKnotTraj1Z);
+    deletePaPVdfAndClear(paPVdfXCpTraj1Z);
+}
+
+void deletePathAnalysis() {
+    deleteAndClear(pvdfT);
+    deletePaPVdfAndClear(paPVdfX);
+    deleteAndClear(pvdfPitch);
+    deletePaPVdfAndClear(paPVdfXDot);
+    deleteAndClear(pvdfPitchDot);
+    deletePaPVdfAndClear(paPVdfXDot2);
+    deleteAndClear(pvdfPitchDot2);
+    deleteAndClear(pvdfMs);
+    deletePaPVdfAndClear(paPVdfF);
+    deletePaPVdfAndClear(paPVdfM);
+    fHorzRange = fMsProp = fFThrusterMin = fFThrusterMax = 0.0;
+}
+
+bool bPlanExists() { return paPVdfF != nullptr; }
+
+bool bPlanTraj1FromFile(const char* szFile) {
+    // 1. The old plan goes first, so a failed fit leaves no plan behind.
+    deleteTraj1Params();
+    deleteTraj1Path();
+    deletePathAnalysis();
+
+    // 2. Waypoints.
+    pvdfParamTraj1 = pvdfParamTraj1FromFile(szFile);
+
+    // 3. Fit.
+    unsigned char bOk = false;
+    paramsToBSpline(pvdfParamTraj1, &bOk, &pvdfTParamTraj1, &paPVdfXParamTraj1, &fTiTraj1,
+                    &fTfTraj1, &nTraj1X, &pTraj1X, &mTraj1X, &pvdfUKnotTraj1X, &paPVdfXCpTraj1X,
+                    &nTraj1Z, &pTraj1Z, &mTraj1Z, &pvdfUKnotTraj1Z, &paPVdfXCpTraj1Z);
+    if (!bOk) return false;
+
+    // 4. Sample times over 0..N. The last one is set to the last waypoint
+    // time itself: the formula may round past it, outside the knots.
+    const Long nSample = 5 * (nTraj1X + nTraj1Z);
+    pvdfT = new Vd<double>(0, nSample);
+    for (Long i = 0; i <= nSample; i++)
+        (*pvdfT)[i] = fTiTraj1 + (static_cast<double>(i) / nSample) * (fTfTraj1 - fTiTraj1);
+    (*pvdfT)[nSample] = fTfTraj1;
+
+    // 5. Analysis.
+    analyzePathBSpline(nTraj1X, pTraj1X, mTraj1X, pvdfUKnotTraj1X, paPVdfXCpTraj1X, nTraj1Z,
+                       pTraj1Z, mTraj1Z, pvdfUKnotTraj1Z, paPVdfXCpTraj1Z, pvdfT, &paPVdfX,
+                       &pvdfPitch, &paPVdfXDot, &pvdfPitchDot, &paPVdfXDot2, &pvdfPitchDot2,
+                       &pvdfMs, &paPVdfF, &paPVdfM, &fHorzRange, &fMsProp, &fFThrusterMin,
+                       &fFThrusterMax);
+    // A path that is in free fall somewhere leaves the pitch rates undefined
+    // there; a plan with such numbers cannot be flown or reported.
+    if (!bAnalysisFinite()) {
+        deleteTraj1Path();
+        deletePathAnalysis();
+        return false;
+    }
+    return true;
+}
+
+void printPlanSummary(std::FILE* pfileOut) {
+    if (!bPlanExists()) return;
+    std::fputs("\n", pfileOut);
+    printSummary(pfileOut, true, fHorzRange, fMsProp, fFThrusterMin, fFThrusterMax, fFcThrustMax);
+    std::fputs("\n", pfileOut);
+}
+
+bool bRunPlanCommand(std::FILE* pfileOut) {
+    if (!bPlanTraj1FromFile("traj1r.txt")) return false;
+    printPlanSummary(pfileOut);
+    writeFltplanTxt();
+    return true;
+}
+
+void writeFltplanTxt() {
+    if (!bPlanExists()) return;
+    std::FILE* pfile = pfileReport("fltplan.txt");
+    if (pfile == nullptr) return;
+    writeFltplan(pfile, pvdfT, paPVdfF, paPVdfM);
+    std::fclose(pfile);
+}
+
+void writeTraj1lTxt() {
+    if (!bPlanExists()) return;
+    std::FILE* pfile = pfileReport("traj1l.txt");
+    if (pfile == nullptr) return;
+    writeTraj1Listing(pfile, pvdfT, paPVdfX, pvdfPitch, paPVdfXDot, pvdfPitchDot, paPVdfXDot2,
+                      pvdfPitchDot2, pvdfMs, paPVdfF, paPVdfM, fHorzRange, fMsProp, fFThrusterMin,
+                      fFThrusterMax, fFcThrustMax);
+    std::fclose(pfile);
+}

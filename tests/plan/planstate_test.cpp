@@ -1,0 +1,142 @@
+// The planning chain of `p` on the program-wide plan, and the reports of
+// `l` and `f`, on the reference hops.
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "plan/planstate.h"
+#include "plan/wptfpln.h"
+#include "sim/params.h"
+#include "support/testutil.h"
+
+using vttest::copyTestData;
+using vttest::fileExists;
+using vttest::readFile;
+using vttest::writeFile;
+
+namespace {
+
+std::string szRef(const std::string& szRel) {
+    return readFile(std::string(VT_TEST_DATA) + "/reference/plan/" + szRel);
+}
+
+// Runs the `p` command with its standard output captured.
+bool bRunPlan(std::string* pszOut) {
+    char* pch = nullptr;
+    std::size_t nCh = 0;
+    std::FILE* pfile = open_memstream(&pch, &nCh);
+    const bool bOk = bRunPlanCommand(pfile);
+    std::fclose(pfile);
+    *pszOut = std::string(pch, nCh);
+    std::free(pch);
+    return bOk;
+}
+
+class PlanStateTest : public InTempDir {
+protected:
+    void SetUp() override {
+        InTempDir::SetUp();
+        initParams();
+    }
+    void TearDown() override {
+        deleteTraj1Params();
+        deleteTraj1Path();
+        deletePathAnalysis();
+        InTempDir::TearDown();
+    }
+};
+
+}  // namespace
+
+TEST_F(PlanStateTest, ShortHopMatchesTheReferenceReportsByteForByte) {
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    std::string szOut;
+    ASSERT_TRUE(bRunPlan(&szOut));
+    EXPECT_EQ(szOut, szRef("hop_short/expected/summary.txt"));
+    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
+    EXPECT_FALSE(fileExists("traj1l.txt"));  // only `l` writes the listing
+    writeTraj1lTxt();
+    EXPECT_EQ(readFile("traj1l.txt"), szRef("hop_short/expected/traj1l.txt"));
+}
+
+TEST_F(PlanStateTest, SampleTimesRunFromFirstToLastWaypointTimeExactly) {
+    // 1.1 to 7.7 in N = 5 * (nX + nZ) steps, each time computed as written.
+    // The formula gives 7.699999999999999 at i = N; the last sample must be
+    // the last waypoint time itself.
+    writeFile("traj1r.txt", "1.1 0 0 3.3 0.1 0.5 5.5 0.2 0.5 7.7 0.3 0\n");
+    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    const Long nSample = 5 * (nTraj1X + nTraj1Z);
+    EXPECT_EQ(nSample, 5 * (9 + 5));
+    ASSERT_EQ(pvdfT->lo, 0);
+    ASSERT_EQ(pvdfT->hi, nSample);
+    EXPECT_EQ((*pvdfT)[0], 1.1);
+    EXPECT_EQ((*pvdfT)[nSample], 7.7);
+    for (Long i = 0; i < nSample; i++)
+        EXPECT_EQ((*pvdfT)[i], 1.1 + (static_cast<double>(i) / nSample) * (7.7 - 1.1)) << i;
+    EXPECT_EQ(paPVdfF->lo(), 0);
+    EXPECT_EQ(paPVdfF->hi(), nSample);
+    EXPECT_TRUE(bPlanExists());
+}
+
+TEST_F(PlanStateTest, FailedFitLeavesNoPlanSoListingAndFlightPlanDoNothing) {
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    std::string szOut;
+    ASSERT_TRUE(bRunPlan(&szOut));
+    ASSERT_TRUE(bPlanExists());
+    writeFile("fltplan.txt", "old plan\n");
+    // A waypoint after the last time: "couldn't solve".
+    writeFile("traj1r.txt", "0 0 0 1 1 1 5 2 2 3 3 0\n");
+    ASSERT_FALSE(bRunPlan(&szOut));
+    EXPECT_EQ(szOut, "");
+    EXPECT_FALSE(bPlanExists());
+    EXPECT_NE(pvdfParamTraj1, nullptr);  // the numbers were read
+    EXPECT_EQ(pvdfUKnotTraj1X, nullptr);
+    EXPECT_EQ(pvdfT, nullptr);
+    writeFltplanTxt();
+    writeTraj1lTxt();
+    EXPECT_EQ(readFile("fltplan.txt"), "old plan\n");
+    EXPECT_FALSE(fileExists("traj1l.txt"));
+    // The next good file plans again.
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    ASSERT_TRUE(bRunPlan(&szOut));
+    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
+}
+
+TEST_F(PlanStateTest, SingularSystemIsAFailedFit) {
+    writeFile("traj1r.txt", "0 0 0 1 1 1 1 2 2 3 3 0\n");
+    EXPECT_FALSE(bPlanTraj1FromFile("traj1r.txt"));
+    EXPECT_FALSE(bPlanExists());
+}
+
+TEST_F(PlanStateTest, FlightPlanCommandRewritesTheSameFile) {
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    std::string szOut;
+    ASSERT_TRUE(bRunPlan(&szOut));
+    writeFile("fltplan.txt", "");
+    writeFltplanTxt();
+    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
+}
+
+TEST_F(PlanStateTest, CountNotAMultipleOfThreeEndsTheProgram) {
+    copyTestData("reference/plan/bad_count/traj1r.txt", "traj1r.txt");
+    std::string szOut;
+    std::string szPattern = szRef("bad_count/expected/stderr.txt");
+    szPattern.insert(0, 1, '^');
+    szPattern.push_back('$');
+    EXPECT_EXIT(bRunPlan(&szOut), ::testing::ExitedWithCode(1), szPattern);
+}
+
+TEST_F(PlanStateTest, MissingWaypointFileEndsTheProgramNamingIt) {
+    std::string szOut;
+    EXPECT_EXIT(bRunPlan(&szOut), ::testing::ExitedWithCode(1), "can't open traj1r.txt");
+}
+
+TEST_F(PlanStateTest, UnwritableReportIsSkippedWithOneLine) {
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    std::filesystem::create_directory("traj1l.txt");  // cannot be opened for writing
+    testing::internal::CaptureStderr();
+    writeTraj1lTxt();
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "can't write traj1l.txt\n");
+}

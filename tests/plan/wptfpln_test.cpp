@@ -1,0 +1,499 @@
+// Waypoint file, B-spline fit and path analysis, checked against independent
+// computations: a Cox-de Boor evaluation written here, closed forms and
+// finite differences.
+#include <cmath>
+#include <string>
+#include <vector>
+
+#include "plan/wptfpln.h"
+#include "sim/params.h"
+#include "support/testutil.h"
+
+using vttest::writeFile;
+
+namespace {
+
+// ---- an independent B-spline evaluation -----------------------------------------
+
+struct Spline {
+    Long n, p;
+    std::vector<double> u;   // knots 0..n+p+1
+    std::vector<double> cp;  // control points 0..n
+};
+
+Spline splineFm(Long n, Long p, Vd<double>* pvdfU, A<unsigned char*>* paCp) {
+    Spline s{n, p, {}, {}};
+    for (Long j = 0; j <= n + p + 1; j++) s.u.push_back((*pvdfU)[j]);
+    for (Long k = 0; k <= n; k++) s.cp.push_back((*pvdfAt(paCp, k))[1]);
+    return s;
+}
+
+// k-th derivative of basis function i of degree q at t, by the recursion on
+// degree; the last non-empty interval is closed on the right so that the end
+// of the range belongs to it.
+double fBasis(const Spline& s, Long i, Long q, Long k, double t) {
+    if (q == 0) {
+        if (k > 0) return 0.0;
+        const double fEnd = s.u[s.n + 1];
+        if (t == fEnd) return (s.u[i] < t && s.u[i + 1] == t) ? 1.0 : 0.0;
+        return (s.u[i] <= t && t < s.u[i + 1]) ? 1.0 : 0.0;
+    }
+    double f = 0.0;
+    const double d1 = s.u[i + q] - s.u[i];
+    const double d2 = s.u[i + q + 1] - s.u[i + 1];
+    if (k == 0) {
+        if (d1 > 0) f += (t - s.u[i]) / d1 * fBasis(s, i, q - 1, 0, t);
+        if (d2 > 0) f += (s.u[i + q + 1] - t) / d2 * fBasis(s, i + 1, q - 1, 0, t);
+    } else {
+        if (d1 > 0) f += q / d1 * fBasis(s, i, q - 1, k - 1, t);
+        if (d2 > 0) f -= q / d2 * fBasis(s, i + 1, q - 1, k - 1, t);
+    }
+    return f;
+}
+
+double fSpline(const Spline& s, Long k, double t) {
+    double f = 0.0;
+    for (Long i = 0; i <= s.n; i++) f += s.cp[i] * fBasis(s, i, s.p, k, t);
+    return f;
+}
+
+// ---- a fit held for the duration of a test ----------------------------------------
+
+struct Fit {
+    unsigned char bOk = 2;
+    Vd<double>* pvdfTParam = nullptr;
+    A<unsigned char*>* paPVdfXParam = nullptr;
+    double fTi = -99.0, fTf = -99.0;
+    Long nX = -1, pX = -1, mX = -1, nZ = -1, pZ = -1, mZ = -1;
+    Vd<double>* pvdfUKnotX = nullptr;
+    A<unsigned char*>* paPVdfXCpX = nullptr;
+    Vd<double>* pvdfUKnotZ = nullptr;
+    A<unsigned char*>* paPVdfXCpZ = nullptr;
+
+    explicit Fit(const std::vector<double>& vfParam) {
+        Vd<double> vdfParam(1, static_cast<Long>(vfParam.size()));
+        for (std::size_t i = 0; i < vfParam.size(); i++)
+            vdfParam[static_cast<Long>(i) + 1] = vfParam[i];
+        paramsToBSpline(&vdfParam, &bOk, &pvdfTParam, &paPVdfXParam, &fTi, &fTf, &nX, &pX, &mX,
+                        &pvdfUKnotX, &paPVdfXCpX, &nZ, &pZ, &mZ, &pvdfUKnotZ, &paPVdfXCpZ);
+    }
+    ~Fit() {
+        delete pvdfTParam;
+        deletePaPVdf(paPVdfXParam);
+        delete pvdfUKnotX;
+        deletePaPVdf(paPVdfXCpX);
+        delete pvdfUKnotZ;
+        deletePaPVdf(paPVdfXCpZ);
+    }
+    Spline splineX() const { return splineFm(nX, pX, pvdfUKnotX, paPVdfXCpX); }
+    Spline splineZ() const { return splineFm(nZ, pZ, pvdfUKnotZ, paPVdfXCpZ); }
+};
+
+// The waypoints of the short reference hop, and a longer, uneven one.
+const std::vector<double> vfHopShort = {0,   0,   0,   0.8,  0.04, 0.84, 1.6, 0.3,
+                                        1.5, 2.4, 0.56, 0.84, 3.2,  0.6,  0};
+const std::vector<double> vfHopLong = {1.0, 2.0, 0.0,  2.5, 2.5, 1.5,  4.0, 6.0, 4.0,
+                                       6.5, 11.0, 5.0, 8.0, 16.0, 3.0, 10.0, 19.5, 1.0,
+                                       11.0, 20.0, 0.0};
+
+}  // namespace
+
+// ---- waypoint file -------------------------------------------------------------------
+
+using ParamFileTest = InTempDir;
+
+TEST_F(ParamFileTest, NumbersOfTheFirstLineInFileOrder) {
+    writeFile("traj1r.txt", "  1\t-2.5e1 +3  .5\v6 1E-2 \r\n7 8 9\n");
+    Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
+    ASSERT_EQ(pvdf->lo, 1);
+    ASSERT_EQ(pvdf->hi, 6);
+    const double afExpected[] = {1.0, -25.0, 3.0, 0.5, 6.0, 0.01};
+    for (Long i = 1; i <= 6; i++) EXPECT_EQ((*pvdf)[i], afExpected[i - 1]) << i;
+    delete pvdf;
+}
+
+TEST_F(ParamFileTest, LineWithoutNewlineAtEndOfFile) {
+    writeFile("traj1r.txt", "4 5");
+    Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
+    ASSERT_EQ(pvdf->n(), 2);
+    EXPECT_EQ((*pvdf)[2], 5.0);
+    delete pvdf;
+}
+
+TEST_F(ParamFileTest, LengthLimitCountsTheNewlineAndStopsOneShortOfTheBuffer) {
+    // 4,093 characters and a newline fit.
+    writeFile("traj1r.txt", "1" + std::string(4092, ' ') + "\n");
+    Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
+    EXPECT_EQ(pvdf->n(), 1);
+    delete pvdf;
+    // 4,094 and a newline fill the buffer: refused.
+    writeFile("traj1r.txt", "1" + std::string(4093, ' ') + "\n");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) first line too long\n$");
+    // So is a longer line, whatever its end.
+    writeFile("traj1r.txt", std::string(5000, '1'));
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "first line too long");
+}
+
+TEST_F(ParamFileTest, EmptyFileIsAReadError) {
+    writeFile("traj1r.txt", "");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) read error\n$");
+}
+
+TEST_F(ParamFileTest, BlankFirstLineIsRefusedEvenWithNumbersBelow) {
+    writeFile("traj1r.txt", "\n1 2 3\n");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) first line is blank\n$");
+    writeFile("traj1r.txt", " \t \r\n");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "first line is blank");
+}
+
+TEST_F(ParamFileTest, MissingFileNamesTheFile) {
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) can't open traj1r.txt\n$");
+}
+
+TEST_F(ParamFileTest, TokenThatIsNotANumberStopsInsteadOfHanging) {
+    writeFile("traj1r.txt", "0 0 0 1 x1 1\n");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) bad number in traj1r.txt\n$");
+    writeFile("traj1r.txt", "1,5 2\n");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "bad number in traj1r.txt");
+}
+
+TEST_F(ParamFileTest, NumbersThatAreNotFiniteAreRefused) {
+    for (const char* sz : {"1 nan 2\n", "1 -inf\n", "1e999\n", "INFINITY 1\n"}) {
+        writeFile("traj1r.txt", sz);
+        EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                    "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) number not finite in "
+                    "traj1r.txt\n$")
+            << sz;
+    }
+}
+
+TEST_F(ParamFileTest, CountAboveTheLimitIsRefused) {
+    std::string sz;
+    for (Long i = 0; i < nParamTraj1Max; i++) sz += "1 ";
+    writeFile("traj1r.txt", sz + "\n");
+    Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
+    EXPECT_EQ(pvdf->n(), nParamTraj1Max);
+    delete pvdf;
+    writeFile("traj1r.txt", sz + "1\n");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) too many numbers in "
+                "traj1r.txt\n$");
+}
+
+// ---- knot vector ---------------------------------------------------------------------
+
+TEST(KnotVectorTest, ClampedUniformListedCase) {
+    Vd<double> vdfU(0, 17);
+    getBSplineVdfUKnot(10, 6, 17, 0.0, 100.0, &vdfU);
+    const double afExpected[18] = {0, 0, 0, 0, 0, 0, 0, 20, 40, 60, 80,
+                                   100, 100, 100, 100, 100, 100, 100};
+    for (Long j = 0; j <= 17; j++) EXPECT_EQ(vdfU[j], afExpected[j]) << j;
+}
+
+TEST(KnotVectorTest, ShiftedRangeIsEvenlySpacedBetweenClampedEnds) {
+    Vd<double> vdfU(0, 11);
+    getBSplineVdfUKnot(5, 5, 11, 1.5, 4.0, &vdfU);  // no interior knot
+    for (Long j = 0; j <= 5; j++) EXPECT_EQ(vdfU[j], 1.5);
+    for (Long j = 6; j <= 11; j++) EXPECT_EQ(vdfU[j], 4.0);
+    Vd<double> vdfU2(0, 14);
+    getBSplineVdfUKnot(8, 5, 14, -1.0, 2.0, &vdfU2);  // interior knots at -1 + 3 j / 4
+    for (Long j = 6; j <= 8; j++) EXPECT_DOUBLE_EQ(vdfU2[j], -1.0 + 3.0 * (j - 5) / 4.0) << j;
+    EXPECT_EQ(vdfU2[9], 2.0);
+}
+
+TEST(KnotVectorTest, FewerControlPointsThanTheDegreeIsFatal) {
+    Vd<double> vdfU(0, 10);
+    EXPECT_EXIT(getBSplineVdfUKnot(4, 5, 10, 0.0, 1.0, &vdfU), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    getBSplineVdfUKnot\\(\\) n = 4, p = 5, m = 10; must have "
+                "n >= p\n$");
+}
+
+// ---- fit -------------------------------------------------------------------------------
+
+TEST(FitTest, FourWaypointsGiveTheDocumentedSizes) {
+    Fit fit({0, 0, 0, 1, 1, 2, 2, 3, 2, 3, 4, 0});
+    ASSERT_TRUE(fit.bOk);
+    EXPECT_EQ(fit.nX, 9);
+    EXPECT_EQ(fit.pX, 6);
+    EXPECT_EQ(fit.mX, 16);
+    EXPECT_EQ(fit.nZ, 5);
+    EXPECT_EQ(fit.pZ, 5);
+    EXPECT_EQ(fit.mZ, 11);
+    EXPECT_EQ(fit.fTi, 0.0);
+    EXPECT_EQ(fit.fTf, 3.0);
+    EXPECT_EQ(fit.pvdfUKnotX->lo, 0);
+    EXPECT_EQ(fit.pvdfUKnotX->hi, 16);
+    EXPECT_EQ(fit.pvdfUKnotZ->hi, 11);
+    EXPECT_EQ(fit.paPVdfXCpX->lo(), 0);
+    EXPECT_EQ(fit.paPVdfXCpX->hi(), 9);  // ten control points
+    EXPECT_EQ(fit.paPVdfXCpZ->hi(), 5);  // six
+    EXPECT_EQ(pvdfAt(fit.paPVdfXCpX, 9)->lo, 1);
+    EXPECT_EQ(pvdfAt(fit.paPVdfXCpX, 9)->hi, 1);
+    // Waypoint outputs: times, and (x, 0, z).
+    ASSERT_EQ(fit.pvdfTParam->lo, 0);
+    ASSERT_EQ(fit.pvdfTParam->hi, 3);
+    EXPECT_EQ((*fit.pvdfTParam)[2], 2.0);
+    const Vd<double>& vdfX2 = *pvdfAt(fit.paPVdfXParam, 2);
+    EXPECT_EQ(vdfX2[1], 3.0);
+    EXPECT_EQ(vdfX2[2], 0.0);
+    EXPECT_EQ(vdfX2[3], 2.0);
+}
+
+TEST(FitTest, CurvesPassThroughEveryWaypointAndStartAndEndAtRest) {
+    for (const auto* pvf : {&vfHopShort, &vfHopLong}) {
+        Fit fit(*pvf);
+        ASSERT_TRUE(fit.bOk);
+        const Spline sX = fit.splineX(), sZ = fit.splineZ();
+        for (std::size_t i = 0; i < pvf->size(); i += 3) {
+            const double t = (*pvf)[i];
+            EXPECT_NEAR(fSpline(sX, 0, t), (*pvf)[i + 1], 1e-10) << "x at " << t;
+            EXPECT_NEAR(fSpline(sZ, 0, t), (*pvf)[i + 2], 1e-10) << "z at " << t;
+        }
+        for (double t : {fit.fTi, fit.fTf}) {
+            for (Long k = 1; k <= 3; k++)
+                EXPECT_NEAR(fSpline(sX, k, t), 0.0, 1e-8) << k << " " << t;
+            EXPECT_NEAR(fSpline(sZ, 1, t), 0.0, 1e-9) << t;
+        }
+        // Not trivially at rest everywhere: the motion in between is real.
+        EXPECT_GT(std::fabs(fSpline(sX, 1, 0.5 * (fit.fTi + fit.fTf))), 0.1);
+    }
+}
+
+TEST(FitTest, MultipleOfThreeIsFatal) {
+    EXPECT_EXIT(Fit({0, 0, 0, 1, 1, 1, 2, 2, 2, 3, 3, 3, 4}), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    paramsToBSpline with 13 params; must be a multiple of 3\n$");
+}
+
+TEST(FitTest, ThreeWaypointsStopAtTheVerticalKnotVector) {
+    EXPECT_EXIT(Fit({0, 0, 0, 1, 1, 1, 2, 2, 2}), ::testing::ExitedWithCode(1),
+                "^FATAL ERROR --\n    getBSplineVdfUKnot\\(\\) n = 4, p = 5, m = 10; must have "
+                "n >= p\n$");
+}
+
+TEST(FitTest, TimesTheKnotsCannotHoldFailCleanlyAndWriteNothing) {
+    const std::vector<std::vector<double>> avfBad = {
+        {0, 0, 0, 1, 1, 1, 5, 2, 2, 3, 3, 0},    // a waypoint after the last time
+        {0, 0, 0, -1, 1, 1, 2, 2, 2, 3, 3, 0},   // one before the first
+        {3, 0, 0, 2, 1, 1, 1, 2, 2, 0, 3, 0},    // a reversed range
+        {1, 0, 0, 1, 1, 1, 1, 2, 2, 1, 3, 0},    // an empty range
+    };
+    for (const auto& vf : avfBad) {
+        Fit fit(vf);
+        EXPECT_EQ(fit.bOk, 0);
+        EXPECT_EQ(fit.pvdfTParam, nullptr);
+        EXPECT_EQ(fit.paPVdfXCpX, nullptr);
+        EXPECT_EQ(fit.fTi, -99.0);
+        EXPECT_EQ(fit.nX, -1);
+    }
+}
+
+TEST(FitTest, RepeatedInteriorTimeMakesTheSystemSingular) {
+    Fit fit({0, 0, 0, 1, 1, 1, 1, 2, 2, 3, 3, 0});
+    EXPECT_EQ(fit.bOk, 0);
+    EXPECT_EQ(fit.paPVdfXCpZ, nullptr);
+}
+
+// ---- analysis ----------------------------------------------------------------------------
+
+namespace {
+
+struct Path {
+    A<unsigned char*>*paX = nullptr, *paXDot = nullptr, *paXDot2 = nullptr, *paF = nullptr,
+    *paM = nullptr;
+    Vd<double>*pvdfPitch = nullptr, *pvdfPitchDot = nullptr, *pvdfPitchDot2 = nullptr,
+    *pvdfMs = nullptr;
+    double fHorzRange = -1, fMsProp = -1, fFMin = -1, fFMax = -1;
+
+    Path(const Fit& fit, Vd<double>* pvdfT) {
+        analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
+                           fit.mZ, fit.pvdfUKnotZ, fit.paPVdfXCpZ, pvdfT, &paX, &pvdfPitch,
+                           &paXDot, &pvdfPitchDot, &paXDot2, &pvdfPitchDot2, &pvdfMs, &paF, &paM,
+                           &fHorzRange, &fMsProp, &fFMin, &fFMax);
+    }
+    ~Path() {
+        for (auto* pa : {paX, paXDot, paXDot2, paF, paM}) deletePaPVdf(pa);
+        for (auto* pv : {pvdfPitch, pvdfPitchDot, pvdfPitchDot2, pvdfMs}) delete pv;
+    }
+    double x(Long i) const { return (*pvdfAt(paX, i))[1]; }
+    double z(Long i) const { return (*pvdfAt(paX, i))[3]; }
+    double xdd(Long i) const { return (*pvdfAt(paXDot2, i))[1]; }
+    double zdd(Long i) const { return (*pvdfAt(paXDot2, i))[3]; }
+};
+
+// Evenly spaced times over [fTi, fTf], indexed lo..lo+n.
+Vd<double> vdfTimes(double fTi, double fTf, Long lo, Long n) {
+    Vd<double> vdfT(lo, lo + n);
+    for (Long i = 0; i <= n; i++) vdfT[lo + i] = fTi + (fTf - fTi) * i / n;
+    vdfT[lo + n] = fTf;
+    return vdfT;
+}
+
+class AnalysisTest : public ::testing::Test {
+protected:
+    void SetUp() override { initParams(); }
+};
+
+}  // namespace
+
+TEST_F(AnalysisTest, KinematicsMatchTheSplinesAndForceIsMassTimesInertiaPlusGravity) {
+    Fit fit(vfHopLong);
+    ASSERT_TRUE(fit.bOk);
+    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 3, 200);  // an index range not from 0
+    Path path(fit, &vdfT);
+    ASSERT_EQ(path.paF->lo(), 3);
+    ASSERT_EQ(path.paF->hi(), 203);
+    const Spline sX = fit.splineX(), sZ = fit.splineZ();
+    for (Long i = 3; i <= 203; i++) {
+        const double t = vdfT[i];
+        const Vd<double>& vdfXDot = *pvdfAt(path.paXDot, i);
+        EXPECT_NEAR(path.x(i), fSpline(sX, 0, t), 1e-10);
+        EXPECT_NEAR(path.z(i), fSpline(sZ, 0, t), 1e-10);
+        EXPECT_NEAR(vdfXDot[1], fSpline(sX, 1, t), 1e-9);
+        EXPECT_NEAR(vdfXDot[3], fSpline(sZ, 1, t), 1e-9);
+        EXPECT_NEAR(path.xdd(i), fSpline(sX, 2, t), 1e-8);
+        EXPECT_NEAR(path.zdd(i), fSpline(sZ, 2, t), 1e-8);
+        EXPECT_EQ((*pvdfAt(path.paX, i))[2], 0.0);
+        EXPECT_EQ(vdfXDot[2], 0.0);
+
+        const double fMs = (*path.pvdfMs)[i];
+        const Vd<double>& vdfF = *pvdfAt(path.paF, i);
+        EXPECT_DOUBLE_EQ(vdfF[1], fMs * path.xdd(i));
+        EXPECT_EQ(vdfF[2], 0.0);
+        EXPECT_DOUBLE_EQ(vdfF[3], fMs * (3.7 + path.zdd(i)));
+
+        // The thrust axis is along the force: tan(pitch) = -xdd / (g + zdd),
+        // thrust upward (|pitch| < 90 degrees here).
+        const double fPitch = (*path.pvdfPitch)[i];
+        EXPECT_LT(std::fabs(fPitch), 1.5);
+        EXPECT_NEAR(std::tan(fPitch) * (3.7 + path.zdd(i)), -path.xdd(i), 1e-9);
+
+        // The moment drives the pitch acceleration with the inertia of the
+        // current mass, linear between full and empty.
+        const double fIPitch = 13.83 + (fMs - 100.0) * (13.06 - 13.83) / (95.0 - 100.0);
+        EXPECT_NEAR((*pvdfAt(path.paM, i))[2], fIPitch * (*path.pvdfPitchDot2)[i], 1e-9);
+        EXPECT_EQ((*pvdfAt(path.paM, i))[1], 0.0);
+        EXPECT_EQ((*pvdfAt(path.paM, i))[3], 0.0);
+    }
+    // Starts and ends at rest and upright.
+    for (Long i : {3, 203}) {
+        EXPECT_NEAR((*pvdfAt(path.paXDot, i))[1], 0.0, 1e-9);
+        EXPECT_NEAR((*pvdfAt(path.paXDot, i))[3], 0.0, 1e-9);
+        EXPECT_NEAR((*path.pvdfPitch)[i], 0.0, 1e-9);
+    }
+    EXPECT_NEAR(path.fHorzRange, 18.0, 1e-9);
+}
+
+TEST_F(AnalysisTest, PitchRatesMatchFiniteDifferencesOfPitch) {
+    Fit fit(vfHopLong);
+    ASSERT_TRUE(fit.bOk);
+    const Long n = 4000;
+    const double h = (fit.fTf - fit.fTi) / n;
+    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 0, n);
+    Path path(fit, &vdfT);
+    const Vd<double>& th = *path.pvdfPitch;
+    const Vd<double>& thd = *path.pvdfPitchDot;
+    const Vd<double>& thdd = *path.pvdfPitchDot2;
+    double fRateMax = 0.0, fAccMax = 0.0;
+    for (Long i = 1; i < n; i++) {
+        fRateMax = std::max(fRateMax, std::fabs(thd[i]));
+        fAccMax = std::max(fAccMax, std::fabs(thdd[i]));
+        EXPECT_NEAR(thd[i], (th[i + 1] - th[i - 1]) / (2 * h), 2e-4 * (1 + std::fabs(thd[i]))) << i;
+        EXPECT_NEAR(thdd[i], (thd[i + 1] - thd[i - 1]) / (2 * h), 2e-3 * (1 + std::fabs(thdd[i])))
+            << i;
+        EXPECT_NEAR(thdd[i], (th[i + 1] - 2 * th[i] + th[i - 1]) / (h * h),
+                    2e-3 * (1 + std::fabs(thdd[i])))
+            << i;
+    }
+    // The path really pitches, so the comparison means something.
+    EXPECT_GT(fRateMax, 0.1);
+    EXPECT_GT(fAccMax, 0.1);
+}
+
+TEST_F(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
+    Fit fit(vfHopShort);
+    ASSERT_TRUE(fit.bOk);
+    // Uneven sample times: the interval length must come from the times.
+    Vd<double> vdfT(0, 6);
+    const double afT[] = {0.0, 0.1, 0.5, 0.6, 1.7, 3.0, 3.2};
+    for (Long i = 0; i <= 6; i++) vdfT[i] = afT[i];
+    Path path(fit, &vdfT);
+    double fBurnt = 0.0;
+    EXPECT_EQ((*path.pvdfMs)[0], 100.0);
+    for (Long i = 1; i <= 6; i++) {
+        const Vd<double>& f = *pvdfAt(path.paF, i - 1);
+        fBurnt += (afT[i] - afT[i - 1]) * std::sqrt(f[1] * f[1] + f[3] * f[3]) / 549.36;
+        EXPECT_NEAR((*path.pvdfMs)[i], 100.0 - fBurnt, 1e-12) << i;
+        EXPECT_LT((*path.pvdfMs)[i], (*path.pvdfMs)[i - 1]);
+    }
+    EXPECT_NEAR(path.fMsProp, fBurnt, 1e-12);
+    EXPECT_EQ(path.fMsProp, (*path.pvdfMs)[0] - (*path.pvdfMs)[6]);
+}
+
+TEST_F(AnalysisTest, ThrusterExtremesOverThreeThrustersOfTheSplitForce) {
+    Fit fit(vfHopLong);
+    ASSERT_TRUE(fit.bOk);
+    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 0, 300);
+    Path path(fit, &vdfT);
+    double fMin = 1e300, fMax = -1e300;
+    for (Long i = 0; i <= 300; i++) {
+        const Vd<double>& f = *pvdfAt(path.paF, i);
+        const double fAvg = std::sqrt(f[1] * f[1] + f[3] * f[3]) / 3.0;
+        const double fM = (*pvdfAt(path.paM, i))[2] / 0.8;
+        // Thrusters 1 and 2 carry avg - M/2, thruster 3 avg + M.
+        for (double fF : {fAvg - 0.5 * fM, fAvg + fM}) {
+            fMin = std::min(fMin, fF);
+            fMax = std::max(fMax, fF);
+        }
+    }
+    EXPECT_NEAR(path.fFMin, fMin, 1e-9);
+    EXPECT_NEAR(path.fFMax, fMax, 1e-9);
+    EXPECT_LT(path.fFMin, path.fFMax);
+}
+
+TEST_F(AnalysisTest, SingleSampleBurnsNothingAndCoversNoRange) {
+    Fit fit(vfHopShort);
+    ASSERT_TRUE(fit.bOk);
+    Vd<double> vdfT(7, 7);
+    vdfT[7] = 1.3;
+    Path path(fit, &vdfT);
+    EXPECT_EQ((*path.pvdfMs)[7], 100.0);
+    EXPECT_EQ(path.fMsProp, 0.0);
+    EXPECT_EQ(path.fHorzRange, 0.0);
+}
+
+TEST_F(AnalysisTest, HoveringInPlaceSplitsTheWeightEvenly) {
+    // All four waypoints at the same place: the fitted path stays there.
+    Fit fit({0, 2, 1, 1, 2, 1, 2, 2, 1, 3, 2, 1});
+    ASSERT_TRUE(fit.bOk);
+    Vd<double> vdfT = vdfTimes(0.0, 3.0, 0, 1);
+    Path path(fit, &vdfT);
+    EXPECT_NEAR((*path.pvdfPitch)[0], 0.0, 1e-12);
+    EXPECT_NEAR((*pvdfAt(path.paF, 0))[1], 0.0, 1e-10);
+    EXPECT_NEAR((*pvdfAt(path.paF, 0))[3], 370.0, 1e-10);
+    const double fMsEnd = 100.0 - 3.0 * 370.0 / 549.36;
+    EXPECT_NEAR((*pvdfAt(path.paF, 1))[3], fMsEnd * 3.7, 1e-9);
+    EXPECT_NEAR(path.fFMax, 370.0 / 3.0, 1e-9);
+    EXPECT_NEAR(path.fFMin, fMsEnd * 3.7 / 3.0, 1e-9);
+}
+
+TEST_F(AnalysisTest, NullOutputsAreSkippedAndTheFiguresStayTheSame) {
+    Fit fit(vfHopShort);
+    ASSERT_TRUE(fit.bOk);
+    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 0, 80);
+    Path path(fit, &vdfT);
+    double fMsProp = -1.0, fFMax = -1.0;
+    analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
+                       fit.mZ, fit.pvdfUKnotZ, fit.paPVdfXCpZ, &vdfT, nullptr, nullptr, nullptr,
+                       nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &fMsProp,
+                       nullptr, &fFMax);
+    EXPECT_EQ(fMsProp, path.fMsProp);
+    EXPECT_EQ(fFMax, path.fFMax);
+}
