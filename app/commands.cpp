@@ -1,0 +1,146 @@
+// The key commands of the program window (see commands.h).
+#include "app/commands.h"
+
+#include <cstdio>
+
+#include "plan/planstate.h"
+#include "sim/flight.h"
+#include "sim/params.h"
+
+bool bPath = false;
+bool bDisplayState = true;
+bool bDisplayPath = false;
+bool bDisplayRunPath = false;
+double fSDisplay = 0.025;
+double fSTiSim = 0.0;
+double fSTiReplay0 = 0.0;
+Stvehicle3dof stvehicle3dof;
+
+namespace {
+
+int iMsReplayTimer() { return static_cast<int>(1000.0 * fSDisplay); }
+
+Stvehicle3dof* pstStored(Long i) { return static_cast<Stvehicle3dof*>(arPStvehicle[i]); }
+
+// p: fit the waypoints, analyse the path, print the SUMMARY, write the plan.
+void cmdPlan(CmdHost& host) {
+    if (!bRunPlanCommand(stdout)) host.showMessage(MsgOwner::Top, "couldn't solve");
+}
+
+// s: fly the schedule in fltplan.txt for 30 s and write results.txt.
+void cmdSimulate(CmdHost& host) {
+    fSTiSim = 0.0;
+    stvehicle3dof = stvehicle3dof0;
+    // The previous run's records are released before the new run replaces
+    // them; a replay still running reads the new run on its next tick.
+    deleteStoredRun(&arFTiData, &arPStvehicle);
+    flyScheduleFile("fltplan.txt", &arFTiData, &arPStvehicle);
+    writeResultsTxt("results.txt", arFTiData, arPStvehicle);
+    bPath = true;
+    bDisplayRunPath = false;
+    bDisplayState = false;
+    bDisplayPath = true;
+    host.invalidate();
+}
+
+// r: start or stop the real-time replay.
+void cmdReplayToggle(CmdHost& host) {
+    if (!bPath) {
+        host.showMessage(MsgOwner::Program, "No sim to run!  's' first");
+        return;
+    }
+    if (bDisplayRunPath) {
+        host.stopReplayTimer();
+        bDisplayState = false;
+        bDisplayRunPath = false;
+        bDisplayPath = true;
+        host.invalidate();
+        return;
+    }
+    fSTiReplay0 = host.fMsTickCount() * 0.001;
+    bDisplayPath = false;
+    bDisplayState = false;
+    bDisplayRunPath = true;
+    host.invalidate();
+    host.startReplayTimer(iMsReplayTimer());
+}
+
+// i: show the first stored state.
+void cmdInitialize(CmdHost& host) {
+    if (!bPath || arFTiData.n() < 1) {
+        host.showMessage(MsgOwner::Program, "No sim to initialize!  's' first");
+        return;
+    }
+    if (bDisplayRunPath) {
+        // Leaves the replay; the timer is deliberately not stopped here, its
+        // next tick finds no replay running and does nothing.
+        bDisplayState = false;
+        bDisplayRunPath = false;
+        bDisplayPath = true;
+    }
+    stvehicle3dof = *pstStored(arFTiData.iFirst());
+    host.invalidate();
+}
+
+}  // namespace
+
+bool bRunKeyCommand(char ch, CmdHost& host) {
+    switch (ch) {
+        case 'c':
+        case 'C':
+            host.capturePane("pane.bmp");
+            return true;
+        case 'f':  // lower case only, as for 'l'
+            writeFltplanTxt();  // does nothing without a plan
+            return true;
+        case 'i':
+        case 'I':
+            cmdInitialize(host);
+            return true;
+        case 'l':
+            writeTraj1lTxt();  // does nothing without a plan
+            return true;
+        case 'p':
+        case 'P':
+            cmdPlan(host);
+            return true;
+        case 'r':
+        case 'R':
+            cmdReplayToggle(host);
+            return true;
+        case 's':
+        case 'S':
+            cmdSimulate(host);
+            return true;
+        default:
+            return false;
+    }
+}
+
+void replayTick(CmdHost& host) {
+    const Long nData = arFTiData.n();
+    if (!bDisplayRunPath || nData < 1) return;
+    const Long iFirst = arFTiData.iFirst();
+    const Long iLast = arFTiData.iLast();
+    fSTiSim = host.fMsTickCount() * 0.001 - fSTiReplay0;
+    if (fSTiSim <= arFTiData[iFirst]) {
+        stvehicle3dof = *pstStored(iFirst);
+        return;  // no repaint on this tick
+    }
+    if (fSTiSim >= arFTiData[iLast]) {
+        stvehicle3dof = *pstStored(iLast);
+        bDisplayRunPath = false;
+        bDisplayState = true;
+        host.stopReplayTimer();
+    } else {
+        stvehicle3dofAtFTi(&stvehicle3dof, fSTiSim);
+    }
+    host.invalidate();
+}
+
+void releaseCommandState() {
+    deleteStoredRun(&arFTiData, &arPStvehicle);
+    deleteTraj1Params();
+    deleteTraj1Path();
+    deletePathAnalysis();
+}
