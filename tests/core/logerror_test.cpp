@@ -1,4 +1,9 @@
 // Run log layout, fatal-error record and assertion texts.
+#include <sys/stat.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
 #include <regex>
 #include <string>
 
@@ -72,4 +77,209 @@ TEST_F(LogFileTest, CantHappenEndsTheProgramAfterItsRecord) {
         },
         "CAN'T HAPPEN -- Program bug -- will try and continue, but disaster may ensue!\n"
         "    logDateIfChanged1\nAssertion failed: 0,");
+}
+
+// ---- every writer writes what its format gives ---------------------------------
+
+TEST_F(LogFileTest, EverySuffixFamilyFormatsItsArguments) {
+    static unsigned char abTwo[2];
+    const unsigned char* p1 = &abTwo[0];
+    const unsigned char* p2 = &abTwo[1];
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            logSzFmtI("I=%i;", -7);
+            logSzFmtId("Id=%u;", 4000000000u);
+            logSzFmtU("U=%u;", 4000000001u);
+            logSzFmtP("P=%p;", p1);
+            logSzFmtSz("Sz=%s;", "abc");
+            logSzFmtCh("Ch=%c;", 'Q');
+            logSzFmtF32("F32=%.3f;", 1.5f);
+            logSzFmtF64("F64=%.2e;", 12345.678);
+            logSzFmtB("B=%s;", 0);
+            logSzFmtB("B=%s;", 7);
+            logSzFmtII("II=%i,%i;", 1, -2);
+            logSzFmtPP("PP=%p,%p;", p1, p2);
+            logSz("\n");
+            logLineSzFmtI("I=%i", 42);
+            logLineSzFmtId("Id=%u", 3u);
+            logLineSzFmtU("U=%x", 255u);
+            logLineSzFmtP("P=%p", p2);
+            logLineSzFmtSz("Sz=[%5s]", "ab");
+            logLineSzFmtCh("Ch=%c", 'x');
+            logLineSzFmtF32("F32=%g", 0.25f);
+            logLineSzFmtF64("F64=%8.3f", -2.0);
+            logLineSzFmtB("ok=%s", 0);
+            logLineSzFmtB("ok=%s", 1);
+            logLineSzFmtII("II=%i/%i", 3, 4);
+            logLineSzFmtPP("PP=%p/%p", p2, p1);
+            std::exit(0);  // leaves the log open: nothing past the last write
+        },
+        ::testing::ExitedWithCode(0), "");
+    char szP1[32], szP2[32];
+    std::snprintf(szP1, sizeof szP1, "%p", static_cast<const void*>(p1));
+    std::snprintf(szP2, sizeof szP2, "%p", static_cast<const void*>(p2));
+    const std::string sz1 = szP1, sz2 = szP2;
+    const std::string t = szTime;
+    const std::string szExpected =
+        "^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" +
+        "I=-7;Id=4000000000;U=4000000001;P=" + sz1 + ";Sz=abc;Ch=Q;F32=1\\.500;" +
+        "F64=1\\.23e\\+04;B=false;B=true;II=1,-2;PP=" + sz1 + "," + sz2 + ";\n" +
+        t + "I=42\n" + t + "Id=3\n" + t + "U=ff\n" + t + "P=" + sz2 + "\n" + t +
+        "Sz=\\[   ab\\]\n" + t + "Ch=x\n" + t + "F32=0\\.25\n" + t + "F64=  -2\\.000\n" + t +
+        "ok=false\n" + t + "ok=true\n" + t + "II=3/4\n" + t + "PP=" + sz2 + "/" + sz1 + "\n$";
+    const std::string szLog = readFile("fe.log");
+    EXPECT_TRUE(std::regex_match(szLog, std::regex(szExpected))) << szLog;
+}
+
+TEST_F(LogFileTest, TimerLinePadsToTwentyEightColumnsAndNeverCuts) {
+    const std::string szLong = "a step name longer than twenty-eight columns";
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            initTiming();
+            logTimeStepSz("short");
+            logTimeStepSz(szLong.c_str());
+            closeLogFile();
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    const std::string t = szTime;
+    const std::string szSec = " {3}[0-9]\\.[0-9]{3}";
+    const std::string szTail = " took " + szSec + " sec; time from start " + szSec + " sec\n";
+    const std::regex re("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" + t + "short" +
+                        std::string(23, ' ') + szTail + t + szLong + szTail + "\n" + t +
+                        "LOG FILE CLOSING\n$");
+    const std::string szLog = readFile("fe.log");
+    EXPECT_TRUE(std::regex_match(szLog, re)) << szLog;
+}
+
+// ---- the date rule ------------------------------------------------------------
+
+TEST_F(LogFileTest, DateRuleWritesANewDateLineWhenTheDateDiffers) {
+    // A date that differs from the stored one gets a date line. That line is
+    // itself time-stamped with the present moment, so its own date rule runs
+    // with today's date: today's line comes first, then the given date's, and
+    // today is what stays stored. The same date again writes nothing.
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            std::tm tm{};
+            tm.tm_year = 108;
+            tm.tm_mon = 2;
+            tm.tm_mday = 4;
+            tm.tm_wday = 2;
+            logDateIfChanged(&tm);
+            std::time_t t = std::time(nullptr);
+            std::tm tmToday{};
+            localtime_r(&t, &tmToday);
+            logDateIfChanged(&tmToday);
+            logLineSz("after");
+            closeLogFile();
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "");
+    const std::string t = szTime;
+    const std::regex re("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" + t + szDate + "\n" +
+                        t + "DATE -- 2008/Mar/04 \\(Tuesday\\)\n\n" + t + "after\n\n" + t +
+                        "LOG FILE CLOSING\n$");
+    const std::string szLog = readFile("fe.log");
+    EXPECT_TRUE(std::regex_match(szLog, re)) << szLog;
+}
+
+TEST_F(LogFileTest, MonthOrWeekdayOutOfRangeIsAnImpossibleState) {
+    const char szReport[] =
+        "CAN'T HAPPEN -- Program bug -- will try and continue, but disaster may ensue!\n"
+        "    logDateIfChanged1\nAssertion failed: 0,";
+    std::tm tm{};
+    tm.tm_year = 108;
+    tm.tm_mday = 4;
+    tm.tm_mon = 12;
+    EXPECT_DEATH(logDateIfChanged(&tm), szReport);
+    tm.tm_mon = -1;
+    EXPECT_DEATH(logDateIfChanged(&tm), szReport);
+    tm.tm_mon = 0;
+    tm.tm_wday = 7;
+    EXPECT_DEATH(logDateIfChanged(&tm), szReport);
+}
+
+// ---- fatal errors ---------------------------------------------------------------
+
+TEST(FatalErrorTest, EveryFormattingVariantReportsItsText) {
+    const auto status = ::testing::ExitedWithCode(1);
+    EXPECT_EXIT(fatalError("plain"), status, "^FATAL ERROR --\n    plain\n$");
+    EXPECT_EXIT(fatalErrorSzFmtI("n=%i", 5), status, "^FATAL ERROR --\n    n=5\n$");
+    EXPECT_EXIT(fatalErrorSzFmtII("%i..%i", 1, 2), status, "    1\\.\\.2\n$");
+    EXPECT_EXIT(fatalErrorSzFmtIII("%i %i %i", 1, 2, 3), status, "    1 2 3\n$");
+    EXPECT_EXIT(fatalErrorSzFmtSzI("%s at %i", "file.txt", 7), status, "    file\\.txt at 7\n$");
+    EXPECT_EXIT(fatalErrorSzFmtSzII("%s %i:%i", "f", 3, 4), status, "    f 3:4\n$");
+    EXPECT_EXIT(fatalErrorSzFmtSzIII("%s %i %i %i", "g", -1, 0, 1), status, "    g -1 0 1\n$");
+    EXPECT_EXIT(fatalErrorSzFmtF64("f=%.2f", 1.5), status, "^FATAL ERROR --\n    f=1\\.50\n$");
+}
+
+TEST_F(LogFileTest, PercentInAFatalMessageIsReadTwiceOnStandardError) {
+    // Deliberate: the message is the format string of its standard-error copy,
+    // so "%%" reaches the log as it is and the terminal as a single '%'.
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            fatalErrorSzMsg("50%% done");
+        },
+        ::testing::ExitedWithCode(1), "^FATAL ERROR --\n    50% done\n$");
+    const std::string szLog = readFile("fe.log");
+    EXPECT_NE(szLog.find("FATAL ERROR --\n    50%% done\n"), std::string::npos) << szLog;
+}
+
+TEST_F(LogFileTest, LogThatCannotBeOpenedIsReportedAndSkipped) {
+    ASSERT_EQ(mkdir("fe.log", 0755), 0);
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            if (pfileLogCurrent() != nullptr) std::exit(3);
+            logLineSz("nowhere");
+            flushLog();
+            closeLogFile();
+            std::exit(0);
+        },
+        ::testing::ExitedWithCode(0), "^Can't open log file\\.  Not using one\\.\n$");
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            fatalErrorSzMsg("still reported");
+        },
+        ::testing::ExitedWithCode(1),
+        "^Can't open log file\\.  Not using one\\.\nFATAL ERROR --\n    still reported\n$");
+}
+
+// ---- what reaches the file ----------------------------------------------------------
+
+TEST_F(LogFileTest, FlushMakesTextVisibleBeforeClosing) {
+    EXPECT_EXIT(
+        {
+            openLogFile();
+            logSz("visible");
+            flushLog();
+            const bool bSeen = readFile("fe.log").find("visible") != std::string::npos;
+            std::_Exit(bSeen ? 0 : 2);
+        },
+        ::testing::ExitedWithCode(0), "");
+}
+
+TEST_F(LogFileTest, AssertionsAndImpossibleStatesLeaveBufferedTextUnwritten) {
+    EXPECT_DEATH(
+        {
+            openLogFile();
+            logSz("pending");
+            VT_ASSERT(1 == 2);
+        },
+        "Assertion failed: 1 == 2");
+    EXPECT_EQ(readFile("fe.log").find("pending"), std::string::npos);
+    EXPECT_DEATH(
+        {
+            openLogFile();
+            logSz("pending");
+            cantHappen("lost");
+        },
+        "    lost\nAssertion failed: 0");
+    EXPECT_EQ(readFile("fe.log").find("CAN'T HAPPEN"), std::string::npos);
 }
