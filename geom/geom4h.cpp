@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <new>
 #include <utility>
 #include <vector>
@@ -142,7 +143,8 @@ X4h::X4h(NoInit) : mxF(nullptr), bInv(false), mxFInv(nullptr) { pointIntoStorage
 
 X4h::X4h() : mxF(nullptr), bInv(false), mxFInv(nullptr) {
     pointIntoStorage();
-    for (int i = 0; i < 17; ++i) _arF[i] = _arFInv[i] = 0.0;
+    std::memset(_arF, 0, sizeof _arF);
+    std::memset(_arFInv, 0, sizeof _arFInv);
 }
 
 namespace {
@@ -183,19 +185,15 @@ X4h::X4h(double** mxFGiven, double** mxFInvGiven) : X4h(NoInit{}) {
 }
 
 X4h::X4h(X4h const& x4h) : X4h(NoInit{}) {
-    for (int i = 0; i < 17; ++i) {
-        _arF[i] = x4h._arF[i];
-        _arFInv[i] = x4h._arFInv[i];
-    }
+    std::memcpy(_arF, x4h._arF, sizeof _arF);
+    std::memcpy(_arFInv, x4h._arFInv, sizeof _arFInv);
     bInv = x4h.bInv;
 }
 
 X4h& X4h::operator=(X4h const& x4h) {
     if (this != &x4h) {
-        for (int i = 0; i < 17; ++i) {
-            _arF[i] = x4h._arF[i];
-            _arFInv[i] = x4h._arFInv[i];
-        }
+        std::memcpy(_arF, x4h._arF, sizeof _arF);
+        std::memcpy(_arFInv, x4h._arFInv, sizeof _arFInv);
         bInv = x4h.bInv;
     }
     return *this;
@@ -204,8 +202,12 @@ X4h& X4h::operator=(X4h const& x4h) {
 // ---- factories ------------------------------------------------------------------------
 
 X4h x4hIdent() {
-    X4h x4h;
-    for (int i = 1; i <= 4; ++i) x4h.mxF[i][i] = x4h.mxFInv[i][i] = 1.0;
+    // Slot 0 of each block is unused; the identity is written in one pass.
+    static constexpr double arFIdent[17] = {0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0, 0.0, 0.0,
+                                            0.0, 0.0, 1.0, 0.0, 0.0, 0.0, 0.0, 1.0};
+    X4h x4h{X4h::NoInit{}};
+    std::memcpy(x4h._arF, arFIdent, sizeof arFIdent);
+    std::memcpy(x4h._arFInv, arFIdent, sizeof arFIdent);
     x4h.bInv = true;
     return x4h;
 }
@@ -389,38 +391,40 @@ X4h x4hRflPlnPtDrNrm(Pt3c const& ptOn, Dr3c const& drNrm) {
 
 // ---- composition and inversion -----------------------------------------------------------
 
+namespace {
+
+// c = a . b for 4-by-4 blocks stored row by row from element 1 (slot 0 of
+// each block unused); fixed bounds let the compiler unroll and vectorise.
+inline void mulBlock(double* c, const double* a, const double* b) {
+    for (int i = 0; i < 4; ++i) {
+        double arRow[4] = {0.0, 0.0, 0.0, 0.0};
+        for (int k = 0; k < 4; ++k) {
+            double f = a[1 + 4 * i + k];
+            for (int j = 0; j < 4; ++j) arRow[j] += f * b[1 + 4 * k + j];
+        }
+        for (int j = 0; j < 4; ++j) c[1 + 4 * i + j] = arRow[j];
+    }
+}
+
+}  // namespace
+
 X4h operator*(X4h const& a, X4h const& b) {
     X4h x4h{X4h::NoInit{}};
     x4h._arF[0] = x4h._arFInv[0] = 0.0;
-    for (int i = 1; i <= 4; ++i) {
-        for (int j = 1; j <= 4; ++j) {
-            double f = 0.0;
-            for (int k = 1; k <= 4; ++k) f += a.mxF[i][k] * b.mxF[k][j];
-            x4h.mxF[i][j] = f;
-        }
-    }
+    mulBlock(x4h._arF, a._arF, b._arF);
     x4h.bInv = a.bInv && b.bInv;
-    if (x4h.bInv) {
-        for (int i = 1; i <= 4; ++i) {
-            for (int j = 1; j <= 4; ++j) {
-                double f = 0.0;
-                for (int k = 1; k <= 4; ++k) f += b.mxFInv[i][k] * a.mxFInv[k][j];
-                x4h.mxFInv[i][j] = f;
-            }
-        }
-    } else {
+    if (x4h.bInv)
+        mulBlock(x4h._arFInv, b._arFInv, a._arFInv);
+    else
         for (int i = 1; i <= 16; ++i) x4h._arFInv[i] = 0.0;
-    }
     return x4h;
 }
 
 X4h x4hInv(X4h const& x4h) {
     VT_ASSERT(x4h.bInv);
     X4h x4hResult{X4h::NoInit{}};
-    for (int i = 0; i < 17; ++i) {
-        x4hResult._arF[i] = x4h._arFInv[i];
-        x4hResult._arFInv[i] = x4h._arF[i];
-    }
+    std::memcpy(x4hResult._arF, x4h._arFInv, sizeof x4hResult._arF);
+    std::memcpy(x4hResult._arFInv, x4h._arF, sizeof x4hResult._arFInv);
     x4hResult.bInv = true;
     return x4hResult;
 }

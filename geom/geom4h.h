@@ -86,6 +86,7 @@ private:
 
     friend X4h operator*(X4h const& a, X4h const& b);
     friend X4h x4hInv(X4h const& x4h);
+    friend X4h x4hIdent();
 };
 
 // ---- factories ------------------------------------------------------------------------
