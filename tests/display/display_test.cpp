@@ -1,0 +1,638 @@
+// Scene drawing: the pieces computed without OpenGL (track colours, when
+// the vehicle is shown along a track, the graticule rings, the body
+// profile), and whole frames rendered offscreen and checked pixel by pixel
+// against positions and colours worked out independently here.
+#include <GL/gl.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <numbers>
+#include <string>
+#include <vector>
+
+#include "core/logerror.h"
+#include "display/camera.h"
+#include "display/display.h"
+#include "display/offscreen.h"
+#include "display/viewstack.h"
+#include "sim/params.h"
+#include "support/testutil.h"
+
+using vttest::readFile;
+
+namespace {
+
+const double fPi = std::numbers::pi;
+
+// ---- a stored run made by hand ----------------------------------------------------------
+
+struct StoredRun {
+    A1Val<double> arFTi{0};
+    A1Val<void*> arPSt{0};
+    std::vector<std::unique_ptr<Stvehicle3dof>> arPOwn;
+
+    void add(double fTi, double fX, double fZ, double fMs, double fPitch = 0.0,
+             double fThrust = 0.0) {
+        auto pst = std::make_unique<Stvehicle3dof>();
+        pst->fXf = fX;
+        pst->fZf = fZ;
+        pst->fMs = fMs;
+        pst->fPitch = fPitch;
+        pst->fFcThrustAct = fThrust;
+        const Long n = arPSt.n() + 1;
+        A1Val<double> arFTiNew(1, n);
+        A1Val<void*> arPStNew(1, n);
+        for (Long i = 1; i < n; ++i) {
+            arFTiNew[i] = arFTi[i];
+            arPStNew[i] = arPSt[i];
+        }
+        arFTiNew[n] = fTi;
+        arPStNew[n] = pst.get();
+        arFTi = arFTiNew;
+        arPSt = arPStNew;
+        arPOwn.push_back(std::move(pst));
+    }
+};
+
+std::vector<Long> arIStPlotted(A1Val<double>& arFTi, Long n) {
+    std::vector<Long> arI;
+    visitIStPlotPath(arFTi, n, [&arI](Long i) { arI.push_back(i); });
+    return arI;
+}
+
+// ---- frames read back from OpenGL -----------------------------------------------------
+
+struct Rgb {
+    int iR, iG, iB;
+};
+
+struct Frame {
+    Long iPxDX = 0;
+    Long iPxDY = 0;
+    std::vector<unsigned char> arB;  // rows bottom-up, 3 bytes per pixel
+
+    void read(Long dx, Long dy) {
+        iPxDX = dx;
+        iPxDY = dy;
+        arB.assign(static_cast<size_t>(dx * dy * 3), 0);
+        glPixelStorei(GL_PACK_ALIGNMENT, 1);
+        glReadPixels(0, 0, dx, dy, GL_RGB, GL_UNSIGNED_BYTE, arB.data());
+    }
+    bool bIn(Long iX, Long iY) const { return iX >= 0 && iY >= 0 && iX < iPxDX && iY < iPxDY; }
+    // Pixel at column iX, row iY counted from the bottom.
+    Rgb at(Long iX, Long iY) const {
+        const size_t i = static_cast<size_t>((iY * iPxDX + iX) * 3);
+        return {arB[i], arB[i + 1], arB[i + 2]};
+    }
+    // Is there a pixel within iPxR of (iX, iY) whose colour is within
+    // iTol of rgb in every channel?
+    bool bColourNear(Long iX, Long iY, Long iPxR, Rgb rgb, int iTol = 2) const {
+        for (Long dy = -iPxR; dy <= iPxR; ++dy) {
+            for (Long dx = -iPxR; dx <= iPxR; ++dx) {
+                if (!bIn(iX + dx, iY + dy)) continue;
+                const Rgb c = at(iX + dx, iY + dy);
+                if (std::abs(c.iR - rgb.iR) <= iTol && std::abs(c.iG - rgb.iG) <= iTol &&
+                    std::abs(c.iB - rgb.iB) <= iTol)
+                    return true;
+            }
+        }
+        return false;
+    }
+};
+
+Rgb rgbFmClr(const ClrF& clr) {
+    return {static_cast<int>(std::lround(clr.fR * 255.0)),
+            static_cast<int>(std::lround(clr.fG * 255.0)),
+            static_cast<int>(std::lround(clr.fB * 255.0))};
+}
+
+// Where a world point lands in the pane: its pixel column and row (from the
+// bottom), through the camera's normalised coordinates and the viewport.
+struct PxPos {
+    Long iX, iY;
+};
+PxPos pxposFmPt(const XfmCFmW3c& xfm, const Pane& pane, const Pt3c& pt) {
+    const Pt3c ptN = ptXgm3c(xfm.x4hCFmW, pt);
+    return {static_cast<Long>(std::floor((ptN.fX + 1.0) / 2.0 * pane.iPxDX)),
+            static_cast<Long>(std::floor((ptN.fY + 1.0) / 2.0 * pane.iPxDY))};
+}
+
+// The colour fixed-function lighting gives a flat surface with unit normal
+// drN under the scene's light 0 and light-model ambient: eye coordinates are
+// world coordinates here (the model-view matrix is the identity), the viewer
+// is at infinity along +z, and every term is clamped at 1.
+Rgb rgbLitFlat(const PmdspSf3cLighting& mat, const Dr3c& drN) {
+    const Dr3c drL(arFPositionLight[0], arFPositionLight[1], arFPositionLight[2]);
+    const Dr3c drH(drL.fX, drL.fY, drL.fZ + 1.0);
+    const double fNL = std::max(0.0, drN.fX * drL.fX + drN.fY * drL.fY + drN.fZ * drL.fZ);
+    const double fNH = std::max(0.0, drN.fX * drH.fX + drN.fY * drH.fY + drN.fZ * drH.fZ);
+    const double fSpec = fNL > 0.0 ? std::pow(fNH, mat.fShininess) : 0.0;
+    auto ch = [&](float fAmb, float fDif, float fSpc, float fEm, int i) {
+        const double f = fEm + arFAmbientLightModel[i] * fAmb + arFAmbientLight[i] * fAmb +
+                         fNL * arFDiffuseLight[i] * fDif + fSpec * arFSpecularLight[i] * fSpc;
+        return static_cast<int>(std::lround(std::min(1.0, f) * 255.0));
+    };
+    return {ch(mat.clrFAmbient.fR, mat.clrFDiffuse.fR, mat.clrFSpecular.fR, mat.clrFEmission.fR, 0),
+            ch(mat.clrFAmbient.fG, mat.clrFDiffuse.fG, mat.clrFSpecular.fG, mat.clrFEmission.fG, 1),
+            ch(mat.clrFAmbient.fB, mat.clrFDiffuse.fB, mat.clrFSpecular.fB, mat.clrFEmission.fB,
+               2)};
+}
+
+const Rgb rgbBk = {128, 64, 64};
+
+}  // namespace
+
+// ---- without OpenGL ----------------------------------------------------------------------
+
+TEST(SceneSettingsTest, DocumentedValues) {
+    EXPECT_FLOAT_EQ(clrFBk.fR, 0.5f);
+    EXPECT_FLOAT_EQ(clrFBk.fG, 0.25f);
+    EXPECT_FLOAT_EQ(clrFBk.fB, 0.25f);
+    const float arFPos[4] = {0.1f, -1.0f, 0.5f, 0.0f};
+    for (int i = 0; i < 4; ++i) {
+        EXPECT_EQ(arFAmbientLight[i], 0.0f);
+        EXPECT_EQ(arFDiffuseLight[i], 1.0f);
+        EXPECT_EQ(arFSpecularLight[i], 1.0f);
+        EXPECT_EQ(arFPositionLight[i], arFPos[i]);
+    }
+    EXPECT_EQ(nRadGraticuleGnd, 4);
+    EXPECT_EQ(arFRadGraticuleGnd[0], 10.0);
+    EXPECT_EQ(arFRadGraticuleGnd[3], 40.0);
+    const PmdspSf3cLighting& gnd = *ppmdspSfGnd;
+    EXPECT_FLOAT_EQ(gnd.clrFDiffuse.fR, 0.6f);
+    EXPECT_FLOAT_EQ(gnd.clrFDiffuse.fG, 0.165f);
+    EXPECT_FLOAT_EQ(gnd.clrFDiffuse.fB, 0.12f);
+    EXPECT_EQ(gnd.clrFAmbient.fG, gnd.clrFDiffuse.fG);
+    EXPECT_EQ(gnd.clrFSpecular.fB, 1.0f);
+    EXPECT_EQ(gnd.clrFEmission.fR + gnd.clrFEmission.fG + gnd.clrFEmission.fB, 0.0f);
+    EXPECT_EQ(gnd.fShininess, 5.0f);
+    EXPECT_EQ(pmdspCoordtriadScene.fWidthAxis, 3.0);
+    EXPECT_EQ(pmdspCoordtriadScene.fLAxis1, 16.0);
+    EXPECT_EQ(pmdspCoordtriadScene.fLAxis2, 16.0);
+    EXPECT_EQ(pmdspCoordtriadScene.fLAxis3, 6.0);
+    EXPECT_STREQ(pmdspCoordtriadScene.szLabelAxis3, "Z");
+}
+
+TEST(VehicleBodyTest, ProfileIsClosedAndBuiltFromTheListedDimensions) {
+    // Starts and ends on the axis, each surface begins where the last ended.
+    EXPECT_EQ(arSfRevVehicle[0].fRadA, 0.0);
+    EXPECT_EQ(arSfRevVehicle[nSfRevVehicle - 1].fRadB, 0.0);
+    for (Long i = 1; i < nSfRevVehicle; ++i) {
+        EXPECT_EQ(arSfRevVehicle[i].fRadA, arSfRevVehicle[i - 1].fRadB) << i;
+        EXPECT_EQ(arSfRevVehicle[i].fHA, arSfRevVehicle[i - 1].fHB) << i;
+    }
+    // Bottom at fH1 out to the skirt radius fRad4; the skirt top at fH3
+    // between fRad3 and fRad2; the dome top at fH5 inside fRad1.
+    EXPECT_EQ(arSfRevVehicle[0].fHA, 0.2);
+    EXPECT_EQ(arSfRevVehicle[0].fRadB, 0.5);
+    EXPECT_EQ(arSfRevVehicle[1].fHB, 0.395);
+    EXPECT_EQ(arSfRevVehicle[3].fRadA, 0.4);
+    EXPECT_EQ(arSfRevVehicle[3].fRadB, 0.15);
+    EXPECT_EQ(arSfRevVehicle[3].fHA, 0.495);
+    EXPECT_EQ(arSfRevVehicle[4].fHB, 0.545);
+    EXPECT_EQ(arSfRevVehicle[6].fRadA, 0.075);
+    EXPECT_EQ(arSfRevVehicle[6].fHA, 0.62);
+    // Each surface has its own material.
+    const PmdspSf3cLighting* arP[nSfRevVehicle] = {
+        ppmdspSfVehicleBot,      ppmdspSfVehicleSkirtVert, ppmdspSfVehicleSkirtSlant,
+        ppmdspSfVehicleSkirtTop, ppmdspSfVehicleDomeVert,  ppmdspSfVehicleDomeSlant,
+        ppmdspSfVehicleDomeTop};
+    for (Long i = 0; i < nSfRevVehicle; ++i) EXPECT_EQ(arSfRevVehicle[i].ppmdsp, arP[i]) << i;
+    // The profile turns anticlockwise: (dh, -dr) points out of the body,
+    // away from a point inside it.
+    for (Long i = 0; i < nSfRevVehicle; ++i) {
+        const SfRevVehicle& sf = arSfRevVehicle[i];
+        const double fNR = sf.fHB - sf.fHA;
+        const double fNH = -(sf.fRadB - sf.fRadA);
+        const double fRadM = (sf.fRadA + sf.fRadB) / 2.0;
+        const double fHM = (sf.fHA + sf.fHB) / 2.0;
+        EXPECT_GT(fNR * (fRadM - 0.0) + fNH * (fHM - 0.4), 0.0) << i;
+    }
+}
+
+TEST(PathColourTest, ThresholdsAtAQuarterAndATwentiethOfThePropellant) {
+    // Full 100 kg, empty 95 kg: mHi = 96.25, mLo = 95.25.
+    Vehicle v;
+    v.fMsGTO = 100.0;
+    v.fMsEmpty = 95.0;
+    EXPECT_EQ(&clrFPathAtFMs(&v, 100.0), &clrFPathHiProp);
+    EXPECT_EQ(&clrFPathAtFMs(&v, 96.26), &clrFPathHiProp);
+    EXPECT_EQ(&clrFPathAtFMs(&v, 96.25), &clrFPathLoProp);  // at mHi is not above it
+    EXPECT_EQ(&clrFPathAtFMs(&v, 95.26), &clrFPathLoProp);
+    EXPECT_EQ(&clrFPathAtFMs(&v, 95.25), &clrFPathEmpty);
+    EXPECT_EQ(&clrFPathAtFMs(&v, 95.0), &clrFPathEmpty);
+    EXPECT_EQ(&clrFPathAtFMs(&v, 90.0), &clrFPathEmpty);
+    EXPECT_EQ(rgbFmClr(clrFPathHiProp).iG, 255);
+    EXPECT_EQ(rgbFmClr(clrFPathLoProp).iR + rgbFmClr(clrFPathLoProp).iG, 510);
+    EXPECT_EQ(rgbFmClr(clrFPathEmpty).iR, 255);
+}
+
+TEST(PathVehicleTimesTest, FirstStateThenOncePerSecondOfFlight) {
+    StoredRun run;
+    // Irregular times: 0 drawn; 1.1 is the first at or after 1.0; then
+    // 2.2 (>= 2.1); 3.05 is short of 3.2.
+    for (double fTi : {0.0, 0.6, 1.1, 1.5, 2.0, 2.2, 3.05}) run.add(fTi, 0.0, 0.0, 100.0);
+    EXPECT_EQ(arIStPlotted(run.arFTi, run.arPSt.n()), (std::vector<Long>{1, 3, 6}));
+
+    // Exact quarter-second samples from 0.5 s: every fourth state.
+    StoredRun runQ;
+    for (int i = 0; i < 17; ++i) runQ.add(0.5 + 0.25 * i, 0.0, 0.0, 100.0);
+    EXPECT_EQ(arIStPlotted(runQ.arFTi, runQ.arPSt.n()), (std::vector<Long>{1, 5, 9, 13, 17}));
+    // A time exactly at the next drawing time counts as reached.
+    EXPECT_EQ(arIStPlotted(runQ.arFTi, 5), (std::vector<Long>{1, 5}));
+    EXPECT_EQ(arIStPlotted(runQ.arFTi, 1), (std::vector<Long>{1}));
+    EXPECT_TRUE(arIStPlotted(runQ.arFTi, 0).empty());
+}
+
+class GraticuleTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() { initParams(); }
+};
+
+TEST_F(GraticuleTest, RingsLieOnTheGroundOnTheSideOfPositiveX) {
+    const double fTan20 = std::tan(20.0 * fPi / 180.0);
+    for (Long iRad = 0; iRad < nRadGraticuleGnd; ++iRad) {
+        const double fRad = arFRadGraticuleGnd[iRad];
+        const Long k = std::lround(fRad * fPi);  // 31, 63, 94, 126
+        std::vector<Pt3c> arPtA;
+        std::vector<Pt3c> arPtB;
+        visitSegGraticuleGnd(fRad, &arPArPPtVtxPgnGnd, [&](const Pt3c& ptA, const Pt3c& ptB) {
+            arPtA.push_back(ptA);
+            arPtB.push_back(ptB);
+        });
+        // The whole half ring is over the ground: k - 1 joined segments.
+        ASSERT_EQ(static_cast<Long>(arPtA.size()), k - 1) << fRad;
+        for (size_t i = 0; i + 1 < arPtA.size(); ++i) {
+            EXPECT_EQ(arPtB[i].fX, arPtA[i + 1].fX);
+            EXPECT_EQ(arPtB[i].fZ, arPtA[i + 1].fZ);
+        }
+        // From -90 to +90 degrees: (0, -r) to (0, +r) through (r, 0).
+        EXPECT_NEAR(arPtA.front().fX, 0.0, 1e-12);
+        EXPECT_NEAR(arPtA.front().fY, -fRad, 1e-12);
+        EXPECT_NEAR(arPtB.back().fY, fRad, 1e-12);
+        for (size_t i = 0; i < arPtA.size(); ++i) {
+            const Pt3c& pt = arPtA[i];
+            EXPECT_NEAR(std::hypot(pt.fX, pt.fY), fRad, 1e-9);
+            EXPECT_GE(pt.fX, -1e-9);
+            // Height of the ground under the point, from the strips' own
+            // geometry: level to x = 1, then the 20 degree slope.
+            double fZGnd = pt.fZ;
+            if (pt.fX <= 1.0) fZGnd = 0.0;
+            if (pt.fX > 1.0 && pt.fX < 9.0) fZGnd = -(pt.fX - 1.0) * fTan20;
+            if (pt.fX > 12.0 && pt.fX < 17.0) fZGnd = -5.911761874129619;
+            EXPECT_NEAR(pt.fZ, fZGnd, 1e-9) << pt.fX;
+        }
+    }
+}
+
+TEST_F(GraticuleTest, ARingIsBrokenWhereItLeavesTheGround) {
+    // One strip ending at x = 15: the ring of radius 20 keeps only the
+    // segments whose two ends both have x <= 15.
+    Pt3c arPt[4] = {{-1000.0, -1000.0, 0.0}, {15.0, -1000.0, 0.0}, {15.0, 1000.0, 0.0},
+                    {-1000.0, 1000.0, 0.0}};
+    A1Val<void*> arPVtx(1, 4);
+    for (Long i = 1; i <= 4; ++i) arPVtx[i] = &arPt[i - 1];
+    A1Val<void*> arPPgn(1, 1);
+    arPPgn[1] = &arPVtx;
+
+    const double fRad = 20.0;
+    const Long k = std::lround(fRad * fPi);
+    std::vector<bool> arBOn;
+    for (Long j = 1; j <= k; ++j)
+        arBOn.push_back(fRad * std::cos((j - 1) * fPi / (k - 1) - fPi / 2.0) < 15.0);
+    Long nSegExpected = 0;
+    for (Long j = 1; j < k; ++j) nSegExpected += (arBOn[j - 1] && arBOn[j]) ? 1 : 0;
+    ASSERT_GT(nSegExpected, 0);
+    ASSERT_LT(nSegExpected, k - 1);
+
+    Long nSeg = 0;
+    visitSegGraticuleGnd(fRad, &arPPgn, [&](const Pt3c& ptA, const Pt3c& ptB) {
+        ++nSeg;
+        EXPECT_LT(ptA.fX, 15.0);
+        EXPECT_LT(ptB.fX, 15.0);
+    });
+    EXPECT_EQ(nSeg, nSegExpected);
+
+    // No ground at all, and a ring too small to have two points: nothing.
+    A1Val<void*> arPPgnNone(0);
+    nSeg = 0;
+    visitSegGraticuleGnd(fRad, &arPPgnNone, [&](const Pt3c&, const Pt3c&) { ++nSeg; });
+    visitSegGraticuleGnd(0.3, &arPPgn, [&](const Pt3c&, const Pt3c&) { ++nSeg; });
+    EXPECT_EQ(nSeg, 0);
+}
+
+TEST(ProjectionMatrixTest, OpenGlGetsTheMatrixColumnByColumn) {
+    double arF[16];
+    arFGlFmX4h(arF, x4hTrans(1.0, 2.0, 3.0) * x4hRotZ(0.5));
+    const X4h x4h = x4hTrans(1.0, 2.0, 3.0) * x4hRotZ(0.5);
+    for (int r = 1; r <= 4; ++r) {
+        for (int c = 1; c <= 4; ++c) EXPECT_EQ(arF[(c - 1) * 4 + (r - 1)], x4h.mxF[r][c]);
+    }
+    EXPECT_EQ(arF[12], -1.0);  // the translation sits in the last column
+    EXPECT_EQ(arF[14], -3.0);
+}
+
+TEST(TextGlyphTest, LabelsHaveSixteenRowsOfTwelvePixels) {
+    for (char ch : {'X', 'Y', 'Z'}) {
+        const char* const* arSz = PmdspText::arSzGlyph(ch);
+        ASSERT_NE(arSz, nullptr);
+        for (int i = 0; i < PmdspText::iPxDYGlyph; ++i)
+            EXPECT_EQ(std::string(arSz[i]).size(), 12u) << ch << " row " << i;
+    }
+    EXPECT_EQ(PmdspText::arSzGlyph('Q'), nullptr);
+}
+
+// ---- whole frames, offscreen ----------------------------------------------------------
+
+class SceneFrameTest : public InTempDir {
+protected:
+    static void SetUpTestSuite() { initParams(); }
+    void SetUp() override {
+        InTempDir::SetUp();
+        pane.iPxDX = 1152;
+        pane.iPxDY = 831;
+        if (!offscreengl.bOpen(pane.iPxDX, pane.iPxDY))
+            GTEST_SKIP() << "no offscreen OpenGL on this machine";
+        xfmPFmCHere = xfmPFmC3cFm(pane);
+        xfmCFmWHere = xfmCFmW3cDefaultFm(xfmPFmCHere);
+        stInit = stvehicle3dof0;
+    }
+    void TearDown() override {
+        offscreengl.close();
+        InTempDir::TearDown();
+    }
+    Frame frameState(Stvehicle3dof st) {
+        displayStInPane(&pane, &xfmCFmWHere, &xfmPFmCHere, &st);
+        Frame frame;
+        frame.read(pane.iPxDX, pane.iPxDY);
+        return frame;
+    }
+    Frame framePath(StoredRun& run) {
+        displayPathInPane(&pane, &xfmCFmWHere, &xfmPFmCHere, &vehicle, run.arFTi, run.arPSt);
+        Frame frame;
+        frame.read(pane.iPxDX, pane.iPxDY);
+        return frame;
+    }
+    PxPos px(const Pt3c& pt) const { return pxposFmPt(xfmCFmWHere, pane, pt); }
+
+    OffscreenGl offscreengl;
+    Pane pane;
+    XfmPFmC3c xfmPFmCHere;
+    XfmCFmW3c xfmCFmWHere;
+    Stvehicle3dof stInit;
+};
+
+TEST_F(SceneFrameTest, InitialStateShowsBackgroundAboveAndLitGroundBelow) {
+    openLogFile();
+    const Frame frame = frameState(stInit);
+    closeLogFile();
+    // Nothing drawn in the top corners: the clear colour.
+    EXPECT_TRUE(frame.bColourNear(2, pane.iPxDY - 3, 0, rgbBk, 1));
+    EXPECT_TRUE(frame.bColourNear(pane.iPxDX - 3, pane.iPxDY - 3, 0, rgbBk, 1));
+    // On the level pad, left of the triad: the ground material lit by
+    // light 0 with the upward normal.
+    const Rgb rgbPad = rgbLitFlat(*ppmdspSfGnd, Dr3c(0.0, 0.0, 1.0));
+    const PxPos pxPad = px(Pt3c(-4.0, 10.0, 0.0));
+    ASSERT_TRUE(frame.bIn(pxPad.iX, pxPad.iY));
+    EXPECT_TRUE(frame.bColourNear(pxPad.iX, pxPad.iY, 0, rgbPad, 2))
+        << frame.at(pxPad.iX, pxPad.iY).iR << " " << frame.at(pxPad.iX, pxPad.iY).iG << " "
+        << frame.at(pxPad.iX, pxPad.iY).iB;
+    // On the valley floor the same (it is level too), on the 20 degree
+    // slope the colour of its own normal.
+    const PxPos pxValley = px(Pt3c(14.5, 20.0, -5.911761874129619));
+    EXPECT_TRUE(frame.bColourNear(pxValley.iX, pxValley.iY, 0, rgbPad, 2));
+    const double fA = 20.0 * fPi / 180.0;
+    const Rgb rgbSlope = rgbLitFlat(*ppmdspSfGnd, Dr3c(std::sin(fA), 0.0, std::cos(fA)));
+    const PxPos pxSlope = px(Pt3c(4.0, 25.0, -3.0 * std::tan(fA)));
+    EXPECT_TRUE(frame.bColourNear(pxSlope.iX, pxSlope.iY, 0, rgbSlope, 2));
+    // A frame raises no OpenGL error.
+    EXPECT_EQ(readFile("fe.log").find("location ="), std::string::npos) << readFile("fe.log");
+}
+
+TEST_F(SceneFrameTest, GraticuleAndTriadLabelsAreDrawn) {
+    const Frame frame = frameState(stInit);
+    // A vertex of the 10 m ring at +60 degrees, on the 20 degree slope.
+    const double fA = fPi / 3.0;
+    const double fX = 10.0 * std::cos(fA);
+    const double fY = 10.0 * std::sin(fA);
+    const PxPos pxRing = px(Pt3c(fX, fY, -(fX - 1.0) * std::tan(20.0 * fPi / 180.0)));
+    EXPECT_TRUE(frame.bColourNear(pxRing.iX, pxRing.iY, 1, rgbFmClr(clrFGraticuleGnd), 1));
+
+    // The "X" label: its glyph, pixel for pixel, centred 0.5 m beyond the
+    // tip of the x axis, in the axis' far colour.
+    const PxPos pxLabel = px(Pt3c(16.5, 0.0, 0.0));
+    const Rgb rgbLabel = rgbFmClr(pmdspCoordtriadScene.clrFFarAxis1);
+    const char* const* arSz = PmdspText::arSzGlyph('X');
+    bool bFound = false;
+    for (Long iDY = -2; iDY <= 2 && !bFound; ++iDY) {
+        for (Long iDX = -2; iDX <= 2 && !bFound; ++iDX) {
+            bool bAll = true;
+            for (int iRow = 0; iRow < 16 && bAll; ++iRow) {
+                for (int iCol = 0; iCol < 12 && bAll; ++iCol) {
+                    const Long iX = pxLabel.iX - 6 + iCol + iDX;
+                    const Long iY = pxLabel.iY + 7 - iRow + iDY;
+                    const bool bSet = arSz[iRow][iCol] == '#';
+                    if (bSet != frame.bColourNear(iX, iY, 0, rgbLabel, 1)) bAll = false;
+                }
+            }
+            bFound = bAll;
+        }
+    }
+    EXPECT_TRUE(bFound) << "no X glyph near pixel " << pxLabel.iX << ", " << pxLabel.iY;
+}
+
+TEST_F(SceneFrameTest, VehicleIsVisibleAtTheDefaultCamera) {
+    Stvehicle3dof stFar = stInit;
+    stFar.fXf = 1.0e5;  // far out of the view
+    stFar.fZf = 1.0e5;
+    const Frame frameWithout = frameState(stFar);
+    Stvehicle3dof stHigh = stInit;
+    stHigh.fXf = 10.0;
+    stHigh.fZf = 5.0;  // in the air over the valley, against the ground
+    const Frame frameWith = frameState(stHigh);
+    // The pixels that changed surround the vehicle's projected position
+    // and span about its width (1 m).
+    Long iXMin = pane.iPxDX, iXMax = -1, iYMin = pane.iPxDY, iYMax = -1;
+    for (Long iY = 0; iY < pane.iPxDY; ++iY) {
+        for (Long iX = 0; iX < pane.iPxDX; ++iX) {
+            const Rgb a = frameWithout.at(iX, iY);
+            const Rgb b = frameWith.at(iX, iY);
+            if (a.iR == b.iR && a.iG == b.iG && a.iB == b.iB) continue;
+            iXMin = std::min(iXMin, iX);
+            iXMax = std::max(iXMax, iX);
+            iYMin = std::min(iYMin, iY);
+            iYMax = std::max(iYMax, iY);
+        }
+    }
+    const PxPos pxL = px(Pt3c(9.5, 0.0, 5.3));
+    const PxPos pxR = px(Pt3c(10.5, 0.0, 5.3));
+    const PxPos pxBot = px(Pt3c(10.0, 0.0, 5.0));
+    const PxPos pxTop = px(Pt3c(10.0, 0.0, 5.62));
+    ASSERT_GE(iXMax, 0) << "the vehicle changed no pixel";
+    EXPECT_NEAR(iXMin, pxL.iX, 3);
+    EXPECT_NEAR(iXMax, pxR.iX, 3);
+    EXPECT_NEAR(iYMin, pxBot.iY, 3);
+    EXPECT_NEAR(iYMax, pxTop.iY, 3);
+    EXPECT_GE(iXMax - iXMin, 15);  // big enough to see
+}
+
+TEST_F(SceneFrameTest, AnEmptyRunDrawsOnlyTheGroundAndTheTriad) {
+    Stvehicle3dof stFar = stInit;
+    stFar.fXf = 1.0e5;
+    stFar.fZf = 1.0e5;
+    const Frame frameGround = frameState(stFar);
+    StoredRun run;
+    const Frame frameEmpty = framePath(run);
+    EXPECT_EQ(frameEmpty.arB, frameGround.arB);
+}
+
+TEST_F(SceneFrameTest, TrackIsColouredByThePropellantLeft) {
+    // A straight climb to (20, 10) over 5 s, 100 states: full at first,
+    // then between a twentieth and a quarter left, then less.
+    StoredRun run;
+    for (int i = 1; i <= 100; ++i) {
+        const double fMs = i <= 33 ? 99.0 : (i <= 66 ? 96.0 : 95.1);
+        run.add(0.05 * (i - 1), 0.2 * i, 0.1 * i, fMs);
+    }
+    const Frame frame = framePath(run);
+    const Rgb rgbHi = rgbFmClr(clrFPathHiProp);
+    const Rgb rgbLo = rgbFmClr(clrFPathLoProp);
+    const Rgb rgbEmpty = rgbFmClr(clrFPathEmpty);
+    // Vehicles are drawn at states 1, 21, 41, 61, 81; look between them.
+    for (int i : {8, 12, 28, 31}) {
+        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i));
+        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbHi)) << i;
+        EXPECT_FALSE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbEmpty)) << i;
+    }
+    for (int i : {48, 52, 55}) {
+        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i));
+        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbLo)) << i;
+    }
+    for (int i : {70, 75, 90, 95, 100}) {
+        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i));
+        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbEmpty)) << i;
+        EXPECT_FALSE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbHi)) << i;
+    }
+    // The vehicle stands at the drawing states (its legs are black) and not
+    // half-way between them.
+    const Rgb rgbLeg = rgbFmClr(clrFLegVehicle);
+    for (int i : {21, 41, 61, 81}) {
+        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i + 0.1));
+        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 12, rgbLeg, 10)) << i;
+    }
+    for (int i : {31, 51, 71}) {
+        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i + 0.1));
+        EXPECT_FALSE(frame.bColourNear(pxp.iX, pxp.iY, 6, rgbLeg, 10)) << i;
+    }
+}
+
+TEST_F(SceneFrameTest, FrameDoesNotDependOnStateLeftInTheContext) {
+    StoredRun run;
+    for (int i = 1; i <= 40; ++i) run.add(0.05 * (i - 1), 0.3 * i, 0.2 * i, 99.0, 0.1, 900.0);
+    const Frame frameClean = framePath(run);
+    // What a window toolkit or an earlier frame might leave behind.
+    glEnable(GL_CULL_FACE);
+    glCullFace(GL_FRONT_AND_BACK);
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(0, 0, 10, 10);
+    glColorMask(GL_FALSE, GL_TRUE, GL_FALSE, GL_TRUE);
+    glDepthMask(GL_FALSE);
+    glEnable(GL_LIGHTING);
+    glEnable(GL_BLEND);
+    glBlendFunc(GL_ONE, GL_ONE);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 8);
+    glMatrixMode(GL_TEXTURE);
+    glColor3f(0.3f, 0.3f, 0.3f);
+    const Frame frameAgain = framePath(run);
+    EXPECT_EQ(frameAgain.arB, frameClean.arB);
+}
+
+class VehiclePlacementTest : public InTempDir {
+protected:
+    static void SetUpTestSuite() { initParams(); }
+    void SetUp() override {
+        InTempDir::SetUp();
+        pane.iPxDX = 240;
+        pane.iPxDY = 240;
+        if (!offscreengl.bOpen(pane.iPxDX, pane.iPxDY))
+            GTEST_SKIP() << "no offscreen OpenGL on this machine";
+        xfmPFmCHere = xfmPFmC3cFm(pane);
+        // Orthographic, looking along +y at the plane y = 0, 6 m x 6 m
+        // around (2, 3): 40 pixels per metre.
+        xfmCFmWHere = xfmCFmW3cFm(Pt3c(2.0, -50.0, 3.0), Dr3c(0.0, 1.0, 0.0),
+                                  Dr3c(0.0, 0.0, 1.0), -3.0, 3.0, -3.0, 3.0, 1.0, 100.0, 1);
+    }
+    void TearDown() override {
+        offscreengl.close();
+        InTempDir::TearDown();
+    }
+    Frame frame(double fPitch, double fThrust) {
+        Stvehicle3dof st = stvehicle3dof0;
+        st.fXf = 2.0;
+        st.fZf = 3.0;
+        st.fPitch = fPitch;
+        st.fFcThrustAct = fThrust;
+        displayStInPane(&pane, &xfmCFmWHere, &xfmPFmCHere, &st);
+        Frame frame;
+        frame.read(pane.iPxDX, pane.iPxDY);
+        return frame;
+    }
+    // A point given along the body's thrust axis and across it (in the
+    // flight plane), with the body z axis along (-sin p, 0, cos p).
+    PxPos pxBody(double fPitch, double fAcross, double fAlong) const {
+        const double fX = 2.0 + fAlong * -std::sin(fPitch) + fAcross * std::cos(fPitch);
+        const double fZ = 3.0 + fAlong * std::cos(fPitch) + fAcross * std::sin(fPitch);
+        return pxposFmPt(xfmCFmWHere, pane, Pt3c(fX, 0.0, fZ));
+    }
+
+    OffscreenGl offscreengl;
+    Pane pane;
+    XfmPFmC3c xfmPFmCHere;
+    XfmCFmW3c xfmCFmWHere;
+};
+
+TEST_F(VehiclePlacementTest, UprightVehicleWithThrustBelowIt) {
+    const Frame fr = frame(0.0, 1000.0);
+    const Rgb rgbThrust = rgbFmClr(clrFThrustVcVehicle);
+    // 1000 N is 2 m of thrust vector below the bottom at 0.2 m.
+    for (double fAlong : {0.0, -0.8, -1.6}) {
+        const PxPos p = pxBody(0.0, 0.0, fAlong);
+        EXPECT_TRUE(fr.bColourNear(p.iX, p.iY, 1, rgbThrust, 1)) << fAlong;
+    }
+    const PxPos pEnd = pxBody(0.0, 0.0, -2.0);
+    EXPECT_FALSE(fr.bColourNear(pEnd.iX, pEnd.iY - 4, 3, rgbThrust, 1));
+    // Body from 0.2 to 0.62 m on the axis and 0.5 m either side of it.
+    for (double fAlong : {0.25, 0.45, 0.58}) {
+        const PxPos p = pxBody(0.0, 0.0, fAlong);
+        EXPECT_FALSE(fr.bColourNear(p.iX, p.iY, 0, rgbBk, 3)) << fAlong;
+    }
+    EXPECT_FALSE(fr.bColourNear(pxBody(0.0, 0.45, 0.3).iX, pxBody(0.0, 0.45, 0.3).iY, 0, rgbBk, 3));
+    EXPECT_TRUE(fr.bColourNear(pxBody(0.0, 0.0, 0.7).iX, pxBody(0.0, 0.0, 0.7).iY, 0, rgbBk, 1));
+    EXPECT_TRUE(fr.bColourNear(pxBody(0.0, 0.6, 0.3).iX, pxBody(0.0, 0.6, 0.3).iY, 0, rgbBk, 1));
+    // Legs, black, below the body on both sides: at 0.1 m up a leg is
+    // 0.3603 m out, seen at 0.3603 * cos 30 degrees across.
+    const Rgb rgbLeg = rgbFmClr(clrFLegVehicle);
+    const double fAcross = (0.412 - 0.1 / 0.445 * (0.412 - 0.182)) * std::cos(fPi / 6.0);
+    for (double fSide : {-1.0, 1.0}) {
+        const PxPos p = pxBody(0.0, fSide * fAcross, 0.1);
+        EXPECT_TRUE(fr.bColourNear(p.iX, p.iY, 1, rgbLeg, 1)) << fSide;
+    }
+}
+
+TEST_F(VehiclePlacementTest, PitchTiltsTheThrustAxisTowardsMinusX) {
+    const double fPitch = 0.5;
+    const Frame fr = frame(fPitch, 1000.0);
+    const Rgb rgbThrust = rgbFmClr(clrFThrustVcVehicle);
+    // The exhaust points along -body z, i.e. down and towards +x.
+    const PxPos p = pxBody(fPitch, 0.0, -1.0);
+    EXPECT_TRUE(fr.bColourNear(p.iX, p.iY, 1, rgbThrust, 1));
+    const PxPos pMirror = pxBody(-fPitch, 0.0, -1.0);
+    EXPECT_FALSE(fr.bColourNear(pMirror.iX, pMirror.iY, 3, rgbThrust, 1));
+    // The dome top is up and towards -x.
+    const PxPos pDome = pxBody(fPitch, 0.0, 0.58);
+    EXPECT_FALSE(fr.bColourNear(pDome.iX, pDome.iY, 0, rgbBk, 3));
+    // No thrust, no vector.
+    const Frame frOff = frame(fPitch, 0.0);
+    EXPECT_FALSE(frOff.bColourNear(p.iX, p.iY, 3, rgbThrust, 1));
+}
