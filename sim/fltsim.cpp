@@ -111,9 +111,14 @@ ArFFnFArFModel::ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fD
       bEngineOff(false),
       bLanded(false) {}
 
-void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
-    const Long nCmd = arFTiCmd.n();
-    if (fTi < arFTiCmd[1] || fTi > arFTiCmd[nCmd]) {
+namespace {
+
+// The command look-up over a table whose rows 1..nCmd are read through
+// fnTi(i), fnFc(i), fnMm(i).
+template <class FnTi, class FnFc, class FnMm>
+void cmdFromTable(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi, Long nCmd,
+                  bool bEngineOff, FnTi fnTi, FnFc fnFc, FnMm fnMm) {
+    if (fTi < fnTi(1) || fTi > fnTi(nCmd)) {
         *pfFcThrustCmd = 0.0;
         *pfMmPitchCmd = 0.0;
         return;
@@ -122,21 +127,47 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
     Long iHi = nCmd;
     while (iHi - iLo > 1) {
         const Long i = (iLo + iHi) / 2;
-        if (arFTiCmd[i] > fTi)
+        if (fnTi(i) > fTi)
             iHi = i;
         else
             iLo = i;
     }
-    const double fH = arFTiCmd[iHi] - arFTiCmd[iLo];
+    const double fH = fnTi(iHi) - fnTi(iLo);
     VT_ASSERT(fH != 0.0);
-    const double fA = (arFTiCmd[iHi] - fTi) / fH;
-    const double fB = (fTi - arFTiCmd[iLo]) / fH;
+    const double fA = (fnTi(iHi) - fTi) / fH;
+    const double fB = (fTi - fnTi(iLo)) / fH;
     if (bEngineOff) {
         *pfFcThrustCmd = 0.0;
         *pfMmPitchCmd = 0.0;
     } else {
-        *pfFcThrustCmd = fA * arFFcThrustCmd[iLo] + fB * arFFcThrustCmd[iHi];
-        *pfMmPitchCmd = fA * arFMmPitchCmd[iLo] + fB * arFMmPitchCmd[iHi];
+        *pfFcThrustCmd = fA * fnFc(iLo) + fB * fnFc(iHi);
+        *pfMmPitchCmd = fA * fnMm(iLo) + fB * fnMm(iHi);
+    }
+}
+
+bool bCovers(A1Val<double> const& ar, Long nCmd) { return ar.iFirst() <= 1 && ar.iLast() >= nCmd; }
+
+}  // namespace
+
+void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
+    const Long nCmd = arFTiCmd.n();
+    if (nCmd >= 1 && arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
+        bCovers(arFMmPitchCmd, nCmd)) {
+        // Every index used lies in 1..nCmd, which all three arrays cover:
+        // read them directly (this runs in every derivative evaluation).
+        const double* arFTi = arFTiCmd._pel0;
+        const double* arFFc = arFFcThrustCmd._pel0;
+        const double* arFMm = arFMmPitchCmd._pel0;
+        cmdFromTable(
+            pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff, [arFTi](Long i) { return arFTi[i]; },
+            [arFFc](Long i) { return arFFc[i]; }, [arFMm](Long i) { return arFMm[i]; });
+    } else {
+        // Any other shape: the checked reads end the program at the first
+        // index outside an array ("array bounds").
+        cmdFromTable(
+            pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff,
+            [this](Long i) { return arFTiCmd[i]; }, [this](Long i) { return arFFcThrustCmd[i]; },
+            [this](Long i) { return arFMmPitchCmd[i]; });
     }
 }
 
@@ -200,19 +231,20 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
                                                       &arPArPPtVtxPgnGnd)) {
         // a. Slope of the ground under the vehicle.
         const double fPitchGnd = std::atan2(-dxNGnd, dzNGnd);
+        const double fCosPitchGnd = std::cos(fPitchGnd);
+        const double fSinPitchGnd = std::sin(fPitchGnd);
         if (!bLanded) fPitchGndAtLandingSite = fPitchGnd;
         // b. Attitude relative to the ground, and friction while upright.
         const double fAttErr = std::fmod(fPitch, 2.0 * std::numbers::pi) - fPitchGnd;
         const double fMu = (std::fabs(fAttErr) <= fRdnAttErrFriction) ? fMuGnd : 0.0;
         // c. Normal force of the penalty spring on the depth.
-        const double fFcNormal = -fKSpringGnd * (z - zAtGnd) * std::cos(fPitchGnd);
+        const double fFcNormal = -fKSpringGnd * (z - zAtGnd) * fCosPitchGnd;
         // d. Friction opposing the horizontal velocity.
         double fFcFriction = std::fabs(fMu * fFcNormal);
         if (vx >= 0.0) fFcFriction = -fFcFriction;
         // e. Contact force in the flight frame.
-        const double fFcZGnd =
-            fFcNormal * std::cos(fPitchGnd) + fFcFriction * std::sin(fPitchGnd);
-        double fFcXGnd = fFcFriction * std::cos(fPitchGnd) - fFcNormal * std::sin(fPitchGnd);
+        const double fFcZGnd = fFcNormal * fCosPitchGnd + fFcFriction * fSinPitchGnd;
+        double fFcXGnd = fFcFriction * fCosPitchGnd - fFcNormal * fSinPitchGnd;
         if (std::fabs(vx) < fVeXfStuck) fFcXGnd = 0.0;
         // f. Damping.
         fFcZf += fFcZGnd - fCDampGnd * vz;

@@ -1,7 +1,9 @@
 // Ground polygons and terrain queries (see ground.h).
 #include "sim/ground.h"
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <numbers>
 
 namespace {
@@ -18,9 +20,32 @@ A1Val<void*>* parPPtVtxPgn(A1Val<void*>* parPArPPtVtxPgn, Long iPgn) {
 // gives vertex i (iFirst..iLast) in the two test coordinates; the point is
 // (u0, v0). Each edge adds the signed angle it subtends at the point; a full
 // turn (+-2 pi) is inside, 0 is outside, and the threshold sits at pi.
+//
+// A point strictly outside the vertices' bounding box is answered at once:
+// there every edge subtends less than half a turn and the angles sum to 0
+// up to rounding (a few ulps, nowhere near pi), so the full sum would say
+// "outside" too. A not-a-number point fails every comparison and takes the
+// full path, as before; so does any point when the first vertex is not a
+// number (and a not-a-number vertex elsewhere makes the full sum not a
+// number, "outside", whatever the box says). This spares the four arctangents per polygon that
+// most ground queries would otherwise spend on polygons far away.
 template <class FnUV>
 bool bInsideByWinding(double u0, double v0, Long iFirst, Long iLast, FnUV fnUV) {
     if (iLast < iFirst) return false;
+    double uMin, uMax, vMin, vMax;
+    fnUV(iFirst, &uMin, &vMin);
+    uMax = uMin;
+    vMax = vMin;
+    for (Long i = iFirst + 1; i <= iLast; i++) {
+        double u, v;
+        fnUV(i, &u, &v);
+        if (u < uMin) uMin = u;
+        if (u > uMax) uMax = u;
+        if (v < vMin) vMin = v;
+        if (v > vMax) vMax = v;
+    }
+    if (u0 < uMin || u0 > uMax || v0 < vMin || v0 > vMax) return false;
+
     double fSumAngle = 0.0;
     for (Long i = iFirst; i <= iLast; i++) {
         const Long j = (i == iLast) ? iFirst : i + 1;
@@ -38,9 +63,8 @@ bool bInsideByWinding(double u0, double v0, Long iFirst, Long iLast, FnUV fnUV) 
     return std::fabs(fSumAngle) >= std::numbers::pi;
 }
 
-}  // namespace
-
-void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
+// Newell's sums over the polygon's edges, and d from the vertices' mean.
+void plnEqnPgnBySums(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
     const Long iFirst = parPPtVtx->iFirst();
     const Long iLast = parPPtVtx->iLast();
     double a = 0.0, b = 0.0, c = 0.0;
@@ -64,6 +88,78 @@ void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* par
     *pb = b;
     *pc = c;
     *pd = -(a * xMean + b * yMean + c * zMean);
+}
+
+// Planes already computed, per thread. The ground queries ask for the same
+// few polygons' planes thousands of times per flight. An entry is found by
+// the polygon's address and used only while the polygon still has the same
+// index range and the same vertex coordinates, bit for bit, as when it was
+// computed; so the result is always exactly what the sums would give, even
+// for a polygon that was changed or freed and another built at its address.
+constexpr int nPlnCache = 16;
+constexpr Long nVtxPlnCacheMax = 8;
+
+struct PlnCached {
+    A1Val<void*> const* parPPtVtx;
+    Long iFirst;
+    Long iLast;
+    std::uint64_t aiBitsVtx[nVtxPlnCacheMax][3];
+    double a, b, c, d;
+};
+
+thread_local PlnCached aplnCache[nPlnCache];
+thread_local int iPlnCacheNext = 0;
+
+void bitsOfPt(std::uint64_t* aiBits, Pt3c const& pt) {
+    aiBits[0] = std::bit_cast<std::uint64_t>(pt.fX);
+    aiBits[1] = std::bit_cast<std::uint64_t>(pt.fY);
+    aiBits[2] = std::bit_cast<std::uint64_t>(pt.fZ);
+}
+
+bool bPlnCachedValid(PlnCached const& pln, A1Val<void*>* parPPtVtx) {
+    if (pln.iFirst != parPPtVtx->iFirst() || pln.iLast != parPPtVtx->iLast()) return false;
+    for (Long i = pln.iFirst; i <= pln.iLast; i++) {
+        std::uint64_t aiBits[3];
+        bitsOfPt(aiBits, ptVtx(parPPtVtx, i));
+        const std::uint64_t* aiBitsCached = pln.aiBitsVtx[i - pln.iFirst];
+        if (aiBits[0] != aiBitsCached[0] || aiBits[1] != aiBitsCached[1] ||
+            aiBits[2] != aiBitsCached[2])
+            return false;
+    }
+    return true;
+}
+
+}  // namespace
+
+void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
+    const Long nVtx = parPPtVtx->n();
+    if (nVtx < 1 || nVtx > nVtxPlnCacheMax) {
+        plnEqnPgnBySums(pa, pb, pc, pd, parPPtVtx);
+        return;
+    }
+    for (PlnCached const& pln : aplnCache) {
+        if (pln.parPPtVtx == parPPtVtx && bPlnCachedValid(pln, parPPtVtx)) {
+            *pa = pln.a;
+            *pb = pln.b;
+            *pc = pln.c;
+            *pd = pln.d;
+            return;
+        }
+    }
+    plnEqnPgnBySums(pa, pb, pc, pd, parPPtVtx);
+    // Keep it, replacing the entries in turn. A polygon whose stale entry is
+    // still there gets a second, fresh one; the stale one is never matched.
+    PlnCached& pln = aplnCache[iPlnCacheNext];
+    iPlnCacheNext = (iPlnCacheNext + 1) % nPlnCache;
+    pln.parPPtVtx = parPPtVtx;
+    pln.iFirst = parPPtVtx->iFirst();
+    pln.iLast = parPPtVtx->iLast();
+    for (Long i = pln.iFirst; i <= pln.iLast; i++)
+        bitsOfPt(pln.aiBitsVtx[i - pln.iFirst], ptVtx(parPPtVtx, i));
+    pln.a = *pa;
+    pln.b = *pb;
+    pln.c = *pc;
+    pln.d = *pd;
 }
 
 Dr3c dr3cPgnNormal(A1Val<void*>* parPPtVtx) {

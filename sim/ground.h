@@ -26,7 +26,9 @@
 // last back to the first), a = sum (yi - yj)(zi + zj), b = sum (zi - zj)(xi
 // + xj), c = sum (xi - xj)(yi + yj); d = -(a*xm + b*ym + c*zm) with (xm, ym,
 // zm) the mean of the vertices. No guard: a polygon with no vertices gives
-// a not-a-number d.
+// a not-a-number d. Results are kept per thread for polygons of up to 8
+// vertices and reused while the polygon's vertex coordinates are unchanged
+// bit for bit, so they are always exactly those of the sums.
 void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx);
 
 // Unit normal of a polygon: the Newell sums above, normalised (a degenerate

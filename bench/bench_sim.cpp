@@ -1,0 +1,145 @@
+// The flight simulation's hot path: one derivative evaluation of the vehicle
+// model, one accuracy-controlled step of it, and a whole flight of a
+// realistic plan (evaluations per flight, ns per evaluation, ms per flight).
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <string>
+
+#include "sim/flight.h"
+#include "sim/fltsim.h"
+#include "sim/params.h"
+
+namespace {
+
+// The model with a count of its evaluations (the stepper's included).
+class ArFFnFArFModelCounting : public ArFFnFArFModel {
+public:
+    using ArFFnFArFModel::ArFFnFArFModel;
+    void arFAtFArF(A1Val<double>* parFDeriv, double fTi, const A1Val<double>& arFState) override {
+        nEval++;
+        ArFFnFArFModel::arFAtFArF(parFDeriv, fTi, arFState);
+    }
+    long nEval = 0;
+};
+
+// The reference plan with a pitch manoeuvre: climb, tilt and back, cut,
+// fall onto the 20 degree slope and settle there.
+struct PlanPitchStep {
+    A1Val<double> arFTi{0}, arFFc{0}, arFMm{0};
+    PlanPitchStep() {
+        const std::string szPath =
+            std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt";
+        std::FILE* pfile = std::fopen(szPath.c_str(), "r");
+        if (pfile == nullptr) {
+            std::fprintf(stderr, "bench_sim: can't open %s\n", szPath.c_str());
+            return;
+        }
+        readCmdsFromPFILE(&arFTi, &arFFc, &arFMm, pfile, szPath.c_str());
+        std::fclose(pfile);
+    }
+};
+
+A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz,
+                         double fPitchDot, double fMs) {
+    A1Val<double> ar(1, 7);
+    ar[1] = x;
+    ar[2] = z;
+    ar[3] = fPitch;
+    ar[4] = vx;
+    ar[5] = vz;
+    ar[6] = fPitchDot;
+    ar[7] = fMs;
+    return ar;
+}
+
+// One evaluation in flight, with the ground armed (so the contact query
+// runs over all six polygons and finds nothing), as for most of a hop.
+void BM_ModelDerivativeInFlight(benchmark::State& state) {
+    initParams();
+    PlanPitchStep plan;
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    model.bClearedGnd = true;
+    A1Val<double> arFState = arFStateAt(2.0, 3.0, 0.1, 1.0, -0.5, 0.05, 99.0);
+    A1Val<double> arFDeriv(1, 7);
+    double fTi = 1.0;
+    for (auto _ : state) {
+        model.arFAtFArF(&arFDeriv, fTi, arFState);
+        benchmark::DoNotOptimize(arFDeriv[5]);
+        fTi += 1e-6;
+    }
+}
+BENCHMARK(BM_ModelDerivativeInFlight);
+
+// One evaluation resting on the 20 degree slope (contact forces computed).
+void BM_ModelDerivativeOnSlope(benchmark::State& state) {
+    initParams();
+    PlanPitchStep plan;
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    model.bClearedGnd = true;
+    A1Val<double> arFState = arFStateAt(5.0, -1.5, -0.3, 0.0, 0.0, 0.0, 98.0);
+    A1Val<double> arFDeriv(1, 7);
+    for (auto _ : state) {
+        model.arFAtFArF(&arFDeriv, 9.0, arFState);
+        benchmark::DoNotOptimize(arFDeriv[5]);
+    }
+}
+BENCHMARK(BM_ModelDerivativeOnSlope);
+
+// One rk5StepQC step of the model in flight, the state advanced in place as
+// the driver does (the state is reset every 20 steps to stay in the air).
+void BM_ModelRk5StepQC(benchmark::State& state) {
+    initParams();
+    PlanPitchStep plan;
+    ArFFnFArFModelCounting model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    model.bClearedGnd = true;
+    const A1Val<double> arFState0 = arFStateAt(2.0, 3.0, 0.1, 1.0, 0.5, 0.05, 99.0);
+    A1Val<double> arFState = arFState0;
+    A1Val<double> arFDeriv(1, 7), arFScale(1, 7);
+    for (Long i = 1; i <= 7; i++) arFScale[i] = 0.001;
+    double fTi = 1.0;
+    long nStep = 0;
+    for (auto _ : state) {
+        double fTiNext, fHUsed, fHNext;
+        model.arFAtFArF(&arFDeriv, fTi, arFState);
+        rk5StepQC(&arFState, &fTiNext, &fHUsed, &fHNext, fTi, &arFState, &arFDeriv, 7, 0.05, 1.0,
+                  &arFScale, &model);
+        fTi = fTiNext;
+        if (++nStep % 20 == 0) {
+            arFState = arFState0;
+            fTi = 1.0;
+        }
+        benchmark::DoNotOptimize(arFState[2]);
+    }
+    state.counters["evals_per_step"] =
+        benchmark::Counter(static_cast<double>(model.nEval), benchmark::Counter::kAvgIterations);
+}
+BENCHMARK(BM_ModelRk5StepQC);
+
+// A whole flight of the pitch-step plan with the program's settings, the
+// stored records released after each flight.
+void BM_FlightPitchStep(benchmark::State& state) {
+    initParams();
+    PlanPitchStep plan;
+    ArFFnFArFModelCounting model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    A1Val<double> arFTiRun(0);
+    A1Val<void*> arPStRun(0);
+    long nData = 0;
+    for (auto _ : state) {
+        A1Val<double> arFStateIC = arFStateAt(0, 0, 0, 0, 0, 0, 100.0);
+        sim(&arFTiRun, &arPStRun, &model, 0.0, arFStateIC, 30.0, 0.05, 1e-6, 20000, 0.001, 0.001,
+            0.001, 0.001, 0.001);
+        nData = arFTiRun.n();
+        deleteStoredRun(&arFTiRun, &arPStRun);
+    }
+    const double fEval = static_cast<double>(model.nEval);
+    state.counters["evals_per_flight"] =
+        benchmark::Counter(fEval, benchmark::Counter::kAvgIterations);
+    // Seconds of CPU time per evaluation, shown with an SI prefix (n = ns).
+    state.counters["time_per_eval"] =
+        benchmark::Counter(fEval, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["records"] = static_cast<double>(nData);
+}
+BENCHMARK(BM_FlightPitchStep)->Unit(benchmark::kMillisecond);
+
+}  // namespace
