@@ -69,7 +69,13 @@ void bitmapfileDisplaySetINumElm(const char* szFile, Long iPxDX, Long iPxDY,
 #ifdef VT_HAVE_GL
 #include <GL/gl.h>
 
+#include "display/camera.h"
 #include "display/glcheck.h"
+
+void captureOpenGLPPaneToBmp(const char* szFile, Pane* ppane) {
+    // The pane's corner is where the drawing put its viewport.
+    captureOpenGLRectToBmp(szFile, ppane->iPxXL, ppane->iPxYT, ppane->iPxDX, ppane->iPxDY);
+}
 
 void captureOpenGLRectToBmp(const char* szFile, Long iPxXL, Long iPxYB, Long iPxDX, Long iPxDY) {
     VT_ASSERT(iPxDX >= 0 && iPxDX <= iPxMaxBmp && iPxDY >= 0 && iPxDY <= iPxMaxBmp);

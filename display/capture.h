@@ -41,11 +41,12 @@ constexpr Long nBytRowBmp(Long iPxDX) { return (3 * iPxDX + 3) & ~3; }
 void bitmapfileDisplaySetINumElm(const char* szFile, Long iPxDX, Long iPxDY,
                                  const unsigned char* pbBits);
 
-// Reads the pane's rectangle (left iPxXL, bottom row iPxYT counted in
-// OpenGL's window coordinates, iPxDX by iPxDY) from the current read buffer
-// of the current OpenGL context and writes it to szFile as above. OpenGL
-// errors of the read-back are reported to the log; the file is written in
-// any case.
+// Reads the pane's iPxDX by iPxDY pixels from the current read buffer of
+// the current OpenGL context and writes them to szFile as above. The pane's
+// corner (iPxXL, iPxYT) is taken where the scene drawing puts its viewport:
+// as the lower-left pixel in OpenGL's window coordinates (the program's
+// panes fill their drawable and start at 0, 0). OpenGL errors of the
+// read-back are reported to the log; the file is written in any case.
 void captureOpenGLPPaneToBmp(const char* szFile, Pane* ppane);
 
 // The same for a rectangle given by its lower-left pixel (OpenGL window

@@ -366,6 +366,8 @@ void beginFrame(Pane* ppane, XfmCFmW3c* pxfmCFmW) {
     checkGlErrorSzLocation("glPolygonMode()");
 
     glEnable(GL_DEPTH_TEST);
+    // The pane's corner is taken as its lower-left pixel in the drawable;
+    // the program's panes fill their drawable, so it is (0, 0).
     glViewport(ppane->iPxXL, ppane->iPxYT, ppane->iPxDX, ppane->iPxDY);
     glClearColor(clrFBk.fR, clrFBk.fG, clrFBk.fB, 1.0f);
     glClearDepth(1.0);

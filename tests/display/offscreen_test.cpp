@@ -6,6 +6,7 @@
 #include <string>
 
 #include "core/logerror.h"
+#include "display/camera.h"
 #include "display/capture.h"
 #include "display/glcheck.h"
 #include "display/offscreen.h"
@@ -162,6 +163,32 @@ TEST_F(OffscreenTest, ReopeningAndASecondContextWork) {
     EXPECT_EQ(bmp.bAt(10, 10, 2), 0);
     ASSERT_TRUE(offscreengl.bOpen(32, 16));
     EXPECT_EQ(offscreengl.iPxDX(), 32);
+}
+
+TEST_F(OffscreenTest, PaneCaptureReadsThePaneRectangle) {
+    glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    // The pane: 20 x 10 pixels from column 4, row 2; filled with red.
+    Pane pane;
+    pane.iPxDX = 20;
+    pane.iPxDY = 10;
+    pane.iPxXL = 4;
+    pane.iPxYT = 2;
+    glEnable(GL_SCISSOR_TEST);
+    glScissor(4, 2, 20, 10);
+    glClearColor(1.0f, 0.0f, 0.0f, 1.0f);
+    glClear(GL_COLOR_BUFFER_BIT);
+    glDisable(GL_SCISSOR_TEST);
+    captureOpenGLPPaneToBmp("pane.bmp", &pane);
+    const BmpPixels bmp = bmpRead("pane.bmp");
+    ASSERT_EQ(bmp.iPxDX, 20);
+    ASSERT_EQ(bmp.iPxDY, 10);
+    for (Long iY = 0; iY < 10; ++iY) {
+        for (Long iX = 0; iX < 20; ++iX) {
+            ASSERT_EQ(bmp.bAt(iX, iY, 2), 255) << iX << "," << iY;
+            ASSERT_EQ(bmp.bAt(iX, iY, 0), 0) << iX << "," << iY;
+        }
+    }
 }
 
 TEST(GlErrorTextTest, EachCodeHasItsText) {
