@@ -1,0 +1,31 @@
+// WndDAndC, the display-and-control panel: one line of status text across the
+// top of the frame, redrawn by its own timer every 1000 * fSDisplay ms (25 ms).
+//
+// While a replay runs the line gives the replayed time ("12.3 sec"); at any
+// other time the propellant used and remaining in the state shown in the pane,
+// from the gross and empty masses of the global vehicle.
+#pragma once
+
+#include <QTimer>
+#include <QWidget>
+
+#include <string>
+
+// The panel's line of text for the current program-wide state.
+std::string szDAndCText();
+
+class WndDAndC : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit WndDAndC(QWidget* pwndParent);
+
+    // The refresh timer (running from creation on).
+    const QTimer& timerRefresh() const { return _timerRefresh; }
+
+protected:
+    void paintEvent(QPaintEvent* pevent) override;
+
+private:
+    QTimer _timerRefresh;
+};

@@ -1,0 +1,91 @@
+// WndProgram, the 3-D pane: an OpenGL widget that draws one complete frame of
+// the scene on every paint, runs the key commands typed into it, drives the
+// real-time replay from its 25 ms timer and moves the camera by mouse drags.
+//
+// Keys: the typed character (not the key) goes to bRunKeyCommand; characters
+// that are not commands go on to the base class untouched.
+// Mouse: a left drag turns the camera about the point it looks at, a right
+// drag zooms; every finished drag pushes the camera onto the view history.
+// The replay timer is held while a drag lasts.
+//
+// The pane is the whole client area in device pixels, with its left and top
+// at 0. The camera (xfmCFmW), the projection (xfmPFmC) and the view history
+// are the program-wide ones of display/viewstack.h: there is one pane.
+#pragma once
+
+#include <QOpenGLWidget>
+#include <QTimer>
+
+#include "app/commands.h"
+#include "display/camera.h"
+
+class WndProgram : public QOpenGLWidget, public CmdHost {
+    Q_OBJECT
+
+public:
+    // pwndTop owns the message boxes whose owner is the top window.
+    WndProgram(QWidget* pwndParent, QWidget* pwndTop);
+
+    // Runs one command character as if it had been typed into the pane;
+    // false when ch is not a command.
+    bool bRunCommand(char ch);
+
+    // Stepping through the camera history. Back shows the previous camera
+    // when the history holds more than the one shown; Forward shows the
+    // camera last stepped back from, until a new drag pushes a camera. Both
+    // do nothing when not possible.
+    bool bViewBackPossible() const;
+    bool bViewForwardPossible() const;
+    void viewBack();
+    void viewForward();
+
+    // What the window does when it goes away: writes "view.out" and stops
+    // the replay timer. Runs once; later calls do nothing.
+    void saveViewAndStop();
+
+    const Pane& pane() const { return _pane; }
+    const QTimer& timerReplay() const { return _timerReplay; }
+    // Mouse-move messages seen during camera drags.
+    Long nMouseMove() const { return iMouseMove; }
+
+    // ---- CmdHost ---------------------------------------------------------------
+    void showMessage(MsgOwner owner, const char* szText) override;
+    void invalidate() override;
+    void startReplayTimer(int iMs) override;
+    void stopReplayTimer() override;
+    double fMsTickCount() override;
+    void capturePane(const char* szFile) override;
+
+protected:
+    void initializeGL() override;
+    void resizeGL(int iPxW, int iPxH) override;
+    void paintGL() override;
+    void keyPressEvent(QKeyEvent* pevent) override;
+    void mousePressEvent(QMouseEvent* pevent) override;
+    void mouseMoveEvent(QMouseEvent* pevent) override;
+    void mouseReleaseEvent(QMouseEvent* pevent) override;
+
+private:
+    void setPaneFromWidget();
+    void drawScene();
+    // Mouse position in pane pixels.
+    Long iPxXFm(const QMouseEvent* pevent) const;
+    Long iPxYFm(const QMouseEvent* pevent) const;
+
+    QWidget* _pwndTop;
+    Pane _pane{};
+    QTimer _timerReplay;
+    bool _bViewLoaded = false;
+    bool _bGone = false;
+
+    // Left drag: turn about the point looked at.
+    bool bDragView = false;
+    Long iPxX0Drag = 0;
+    Long iPxY0Drag = 0;
+    XfmCFmW3c xfmCFmW0DragView;
+    Long iMouseMove = 0;
+    // Right drag: zoom, step by step from the last position.
+    bool bDragZoom = false;
+    Long iPxXLastDragZoom = 0;
+    Long iPxYLastDragZoom = 0;
+};
