@@ -90,7 +90,81 @@ TEST_F(Ground, FootOfPerpendicularLiesInThePlaneAlongTheNormal) {
     EXPECT_NEAR(z, 5.0 - 3.0 * c / 3.0, 1e-12);
 }
 
+TEST_F(Ground, PlaneFollowsAPolygonChangedInPlace) {
+    // Planes are kept between calls; a polygon moved in place, or given other
+    // vertices at the same address, must still get its own plane.
+    Pgn pgn({Pt3c(0, 0, 0), Pt3c(1, 0, 0), Pt3c(1, 1, 0), Pt3c(0, 1, 0)});
+    double a, b, c, d;
+    plnEqnPgn(&a, &b, &c, &d, pgn.par());
+    EXPECT_EQ(d, 0.0);
+    for (Long i = 1; i <= 4; i++) static_cast<Pt3c*>((*pgn.par())[i])->fZ = 2.0;
+    plnEqnPgn(&a, &b, &c, &d, pgn.par());
+    EXPECT_EQ(c, 2.0);
+    EXPECT_EQ(d, -4.0);
+    Pt3c ptOther(0, 1, 5);
+    (*pgn.par())[4] = &ptOther;  // one vertex swapped for another
+    plnEqnPgn(&a, &b, &c, &d, pgn.par());
+    EXPECT_NE(b, 0.0);
+    // The same polygon shortened to a triangle at the same address.
+    pgn.par()->reconstructIFirstILast(1, 4);
+    Pgn pgnTri({Pt3c(0, 0, 1), Pt3c(1, 0, 1), Pt3c(0, 1, 1)});
+    double a3, b3, c3, d3;
+    plnEqnPgn(&a3, &b3, &c3, &d3, pgnTri.par());
+    EXPECT_EQ(c3, 1.0);
+    EXPECT_EQ(d3, -1.0);
+    // Many polygons in turn, each asked twice: always its own plane.
+    for (int k = 0; k < 40; k++) {
+        Pgn pgnK({Pt3c(0, 0, k), Pt3c(1, 0, k), Pt3c(1, 1, k)});
+        for (int iTwice = 0; iTwice < 2; iTwice++) {
+            plnEqnPgn(&a, &b, &c, &d, pgnK.par());
+            EXPECT_EQ(d, -1.0 * k) << k;  // c = twice the area = 1
+        }
+    }
+}
+
 // ---- containment ----------------------------------------------------------------------------
+
+// The winding-angle rule written out plainly, to compare against.
+bool bInsideByAngleSum(double x, double y, A1Val<double> const& arX, A1Val<double> const& arY) {
+    const Long n = arX.n();
+    if (n < 1) return false;
+    double fSum = 0.0;
+    for (Long i = 1; i <= n; i++) {
+        const Long j = (i == n) ? 1 : i + 1;
+        const double px = arX[i] - x, py = arY[i] - y;
+        const double qx = arX[j] - x, qy = arY[j] - y;
+        const double fL = std::sqrt((px * px + py * py) * (qx * qx + qy * qy));
+        fSum += std::atan2((px * qy - qx * py) / fL, (px * qx + py * qy) / fL);
+    }
+    return std::fabs(fSum) >= M_PI;
+}
+
+TEST_F(Ground, WindingTestAgreesWithThePlainAngleSumEverywhere) {
+    // A concave hexagon; points on a grid that includes its vertices, its
+    // edges, its bounding box's sides and far outside.
+    A1Val<double> arX(1, 6), arY(1, 6);
+    const double ax[6] = {0.0, 4.0, 4.0, 2.0, 1.0, 0.0}, ay[6] = {0.0, 0.0, 3.0, 1.0, 3.0, 3.0};
+    for (Long i = 1; i <= 6; i++) {
+        arX[i] = ax[i - 1];
+        arY[i] = ay[i - 1];
+    }
+    int nInside = 0, nOutside = 0;
+    for (double x = -1.0; x <= 5.0; x += 0.25) {
+        for (double y = -1.0; y <= 4.0; y += 0.25) {
+            const bool bExpected = bInsideByAngleSum(x, y, arX, arY);
+            EXPECT_EQ(bPt2dInsidePgn(x, y, &arX, &arY), bExpected) << x << " " << y;
+            (bExpected ? nInside : nOutside)++;
+        }
+    }
+    EXPECT_GT(nInside, 50);
+    EXPECT_GT(nOutside, 50);
+    EXPECT_FALSE(bPt2dInsidePgn(fNaN, 1.0, &arX, &arY));
+    EXPECT_FALSE(bPt2dInsidePgn(1.0, std::numeric_limits<double>::infinity(), &arX, &arY));
+    // A vertex that is not a number: outside, everywhere.
+    arX[1] = fNaN;
+    EXPECT_FALSE(bPt2dInsidePgn(2.0, 0.5, &arX, &arY));
+    EXPECT_FALSE(bPt2dInsidePgn(-7.0, 0.5, &arX, &arY));
+}
 
 TEST_F(Ground, WindingTestInsideOutsideAndEitherWinding) {
     A1Val<double> arX(1, 4), arY(1, 4);
