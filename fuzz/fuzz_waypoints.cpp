@@ -1,0 +1,30 @@
+// Fuzzes the waypoint file "traj1r.txt" through the whole planning chain: read,
+// fit, sample, analyse, and both plan reports. A fatal error or an assertion
+// is a specified outcome; a report holding a non-finite number is a finding.
+#include <cstdlib>
+
+#include "core/logerror.h"
+#include "fuzzutil.h"
+#include "plan/planstate.h"
+#include "sim/params.h"
+
+extern "C" int LLVMFuzzerInitialize(int*, char***) {
+    enterFuzzDir();
+    initParams();
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize) {
+    writeFuzzFile("traj1r.txt", pData, nSize);
+    std::remove("fltplan.txt");
+    std::remove("traj1l.txt");
+    try {
+        if (bPlanTraj1FromFile("traj1r.txt")) {
+            writeFltplanTxt();
+            writeTraj1lTxt();
+            if (bFileHasNonFinite("fltplan.txt") || bFileHasNonFinite("traj1l.txt")) std::abort();
+        }
+    } catch (const ProgramStop&) {
+    }
+    return 0;
+}

@@ -1,0 +1,167 @@
+// The batch mode end to end: the program run as a user runs it, on the
+// reference cases and on hand-made fixtures, with its exact outputs, messages
+// and exit statuses.
+#include <filesystem>
+#include <string>
+
+#include "support/testutil.h"
+
+using vttest::copyTestData;
+using vttest::fileExists;
+using vttest::readFile;
+using vttest::runCommand;
+using vttest::szProgram;
+using vttest::writeFile;
+
+namespace {
+
+vttest::RunResult runKeys(const std::string& szKeys, const std::string& szDir) {
+    return runCommand(szProgram() + " -k " + szKeys, szDir);
+}
+
+std::string szRef(const std::string& szRel) {
+    return readFile(std::string(VT_TEST_DATA) + "/reference/" + szRel);
+}
+
+}  // namespace
+
+using BatchTest = InTempDir;
+
+TEST_F(BatchTest, PlanReferenceHopShortWritesExactReportsAndSummary) {
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    const auto r = runKeys("pl", szDir);
+    EXPECT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_EQ(r.szOut, szRef("plan/hop_short/expected/summary.txt"));
+    EXPECT_EQ(r.szErr, szRef("plan/hop_short/expected/stderr.txt"));
+    EXPECT_EQ(readFile("fltplan.txt"), szRef("plan/hop_short/expected/fltplan.txt"));
+    EXPECT_EQ(readFile("traj1l.txt"), szRef("plan/hop_short/expected/traj1l.txt"));
+}
+
+TEST_F(BatchTest, PlanReferenceBadCountIsFatalWithNoPlanWritten) {
+    copyTestData("reference/plan/bad_count/traj1r.txt", "traj1r.txt");
+    const auto r = runKeys("pl", szDir);
+    EXPECT_EQ(r.iExit, 1);
+    EXPECT_EQ(r.szErr, szRef("plan/bad_count/expected/stderr.txt"));
+    EXPECT_EQ(r.szOut, szRef("plan/bad_count/expected/summary.txt"));
+    EXPECT_FALSE(fileExists("fltplan.txt"));
+    EXPECT_FALSE(fileExists("traj1l.txt"));
+    const std::string szLog = readFile("fe.log");
+    EXPECT_NE(szLog.find("FATAL ERROR --\n    paramsToBSpline with 13 params; must be a "
+                         "multiple of 3\n\n" +
+                         std::string(78, '#') + "\n"),
+              std::string::npos)
+        << szLog;
+}
+
+TEST_F(BatchTest, FlightReferencesReproduceResultsByteForByte) {
+    for (const char* szCase : {"freefall_cut", "pitch_step"}) {
+        SCOPED_TRACE(szCase);
+        copyTestData(std::string("reference/flight/") + szCase + "/fltplan.txt", "fltplan.txt");
+        const auto r = runKeys("s", szDir);
+        EXPECT_EQ(r.iExit, 0) << r.szErr;
+        EXPECT_EQ(r.szOut, "");
+        EXPECT_EQ(readFile("results.txt"),
+                  szRef(std::string("flight/") + szCase + "/expected/results.txt"));
+    }
+}
+
+TEST_F(BatchTest, MessagesGoToStandardErrorAndExitThree) {
+    const auto r = runKeys("ri", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr,
+              "Vantorell: No sim to run!  's' first\n"
+              "Vantorell: No sim to initialize!  's' first\n");
+}
+
+TEST_F(BatchTest, FailedFitSaysCouldntSolveAndLeavesNoPlanForFAndL) {
+    // Four waypoints whose times leave the range of the first and last.
+    writeFile("traj1r.txt", "0 0 0 5 1 1 2 2 2 3 3 0\n");
+    const auto r = runKeys("plf", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr, "Vantorell: couldn't solve\n");
+    EXPECT_EQ(r.szOut, "");
+    EXPECT_FALSE(fileExists("fltplan.txt"));
+    EXPECT_FALSE(fileExists("traj1l.txt"));
+}
+
+TEST_F(BatchTest, CapitalFAndLDoNothing) {
+    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
+    const auto r = runKeys("pFL", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    std::filesystem::remove("fltplan.txt");
+    const auto r2 = runKeys("FL", szDir);
+    EXPECT_EQ(r2.iExit, 0);
+    EXPECT_FALSE(fileExists("fltplan.txt"));
+    EXPECT_FALSE(fileExists("traj1l.txt"));
+}
+
+TEST_F(BatchTest, ReplayHasNoClockInBatchModeAndTheChainGoesOn) {
+    copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
+    const auto r = runKeys("sri", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_EQ(r.szErr, "Vantorell: r: the replay needs the window; skipped\n");
+}
+
+TEST_F(BatchTest, MissingInputFilesAreFatalErrorsNamingTheFile) {
+    auto r = runKeys("s", szDir);
+    EXPECT_EQ(r.iExit, 1);
+    EXPECT_NE(r.szErr.find("fltplan.txt"), std::string::npos) << r.szErr;
+    EXPECT_NE(readFile("fe.log").find("FATAL ERROR --"), std::string::npos);
+    r = runKeys("p", szDir);
+    EXPECT_EQ(r.iExit, 1);
+    EXPECT_NE(r.szErr.find("traj1r.txt"), std::string::npos) << r.szErr;
+}
+
+TEST_F(BatchTest, LogHasDateLineBannerAndClosingLine) {
+    const auto r = runKeys("ff", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    const std::string szLog = readFile("fe.log");
+    EXPECT_NE(szLog.find(" DATE -- "), std::string::npos);
+    EXPECT_NE(szLog.find(" LOG FILE OPENED\n\n"), std::string::npos);
+    EXPECT_NE(szLog.find(" LOG FILE CLOSING\n"), std::string::npos);
+}
+
+TEST_F(BatchTest, UsageErrorsHelpAndVersion) {
+    auto r = runKeys("px", szDir);
+    EXPECT_EQ(r.iExit, 2);
+    EXPECT_NE(r.szErr.find("unknown key 'x'"), std::string::npos);
+    EXPECT_FALSE(fileExists("fe.log"));  // nothing ran
+    r = runCommand(szProgram() + " --bogus", szDir);
+    EXPECT_EQ(r.iExit, 2);
+    r = runCommand(szProgram() + " -k", szDir);
+    EXPECT_EQ(r.iExit, 2);
+    r = runCommand(szProgram() + " --help", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_NE(r.szOut.find("Usage: vantorell"), std::string::npos);
+    r = runCommand(szProgram() + " --version", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_EQ(r.szOut.rfind("vantorell ", 0), 0u);
+    r = runCommand(szProgram() + " -C /nonexistent/dir -k p", szDir);
+    EXPECT_EQ(r.iExit, 2);
+}
+
+TEST_F(BatchTest, DashCRunsInTheGivenDirectory) {
+    std::filesystem::create_directory("work");
+    copyTestData("reference/flight/freefall_cut/fltplan.txt", "work/fltplan.txt");
+    const auto r = runCommand(szProgram() + " -C work -k s", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_TRUE(fileExists("work/results.txt"));
+    EXPECT_FALSE(fileExists("results.txt"));
+}
+
+TEST_F(BatchTest, CaptureWritesABitmapOfTheRequestedSize) {
+    copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
+    const auto r = runCommand(szProgram() + " -k sc --size 64x48", szDir);
+    ASSERT_EQ(r.iExit, 0) << r.szErr;
+    const std::string szBmp = readFile("pane.bmp");
+    ASSERT_EQ(szBmp.size(), 54u + 48u * 192u);  // rows of 64 * 3 bytes, already 4-aligned
+    EXPECT_EQ(szBmp.substr(0, 2), "BM");
+    auto i32At = [&](size_t i) {
+        return static_cast<int>(static_cast<unsigned char>(szBmp[i]) |
+                                static_cast<unsigned char>(szBmp[i + 1]) << 8 |
+                                static_cast<unsigned char>(szBmp[i + 2]) << 16 |
+                                static_cast<unsigned char>(szBmp[i + 3]) << 24);
+    };
+    EXPECT_EQ(i32At(18), 64);
+    EXPECT_EQ(i32At(22), 48);
+}
