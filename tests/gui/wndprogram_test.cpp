@@ -67,7 +67,7 @@ QString szFlags() {
 }
 
 // Pixel of a world point in the pane, from the top left.
-[[maybe_unused]] QPoint ptPxOfWorld(const Pane& pane, double fX, double fZ) {
+QPoint ptPxOfWorld(const Pane& pane, double fX, double fZ) {
     const Pt3c ptN = ptXgm3c(xfmCFmW.x4hCFmW, Pt3c(fX, 0.0, fZ));
     return QPoint(static_cast<int>(std::lround((ptN.fX + 1.0) * 0.5 * pane.iPxDX)),
                   static_cast<int>(std::lround((1.0 - ptN.fY) * 0.5 * pane.iPxDY)));
@@ -481,8 +481,103 @@ void WndProgramTest::viewOutThenViewInRestores() {
 
 // ---- capture -----------------------------------------------------------------------
 
+// A tilted climb at a little more than the take-off weight until the tanks
+// are dry, then a ballistic arc into the valley: the track passes through
+// all three propellant colours above the ground, in view of the default
+// camera.
+const char szFltplanBurn[] =
+    "   3   9\n"
+    "    time         thrust      moment\n"
+    "    0.000000   420.000000   -20.000000\n"
+    "    0.300000   420.000000   -20.000000\n"
+    "    0.350000   420.000000    20.000000\n"
+    "    0.650000   420.000000    20.000000\n"
+    "    0.700000   420.000000     0.000000\n"
+    "    8.000000   420.000000     0.000000\n"
+    "    8.050000     0.000000     0.000000\n"
+    "   30.000000     0.000000     0.000000\n";
+
 void WndProgramTest::captureShowsBackgroundAndTrack() {
-    QSKIP("needs the burn fixture");
+    QFile file("fltplan.txt");
+    QVERIFY(file.open(QIODevice::WriteOnly));
+    file.write(szFltplanBurn);
+    file.close();
+    typeKey('s');
+    QCOMPARE(szFlags(), QString("FTF"));
+    typeKey('c');
+
+    const Pane& paneShown = pane().pane();
+    const QByteArray byBmp = byFile("pane.bmp");
+    const int nBytRow = (3 * paneShown.iPxDX + 3) & ~3;
+    // Headers: the file, then the 40-byte information block; 24-bit, rows
+    // bottom-up, no compression.
+    QVERIFY(byBmp.size() >= 54);
+    QCOMPARE(byBmp.left(2), QByteArray("BM"));
+    QCOMPARE(uLe32(byBmp, 2), static_cast<quint32>(54 + nBytRow * paneShown.iPxDY));
+    QCOMPARE(byBmp.size(), 54 + nBytRow * paneShown.iPxDY);
+    QCOMPARE(uLe32(byBmp, 10), 54u);
+    QCOMPARE(uLe32(byBmp, 14), 40u);
+    QCOMPARE(uLe32(byBmp, 18), static_cast<quint32>(paneShown.iPxDX));
+    QCOMPARE(uLe32(byBmp, 22), static_cast<quint32>(paneShown.iPxDY));
+    QCOMPARE(uLe16(byBmp, 26), 1u);
+    QCOMPARE(uLe16(byBmp, 28), 24u);
+    QCOMPARE(uLe32(byBmp, 30), 0u);
+    QCOMPARE(paneShown.iPxDX, pane().width());
+    QCOMPARE(paneShown.iPxDY, pane().height());
+
+    // Nothing is drawn in the top corners: the clear colour (0.5, 0.25, 0.25).
+    for (int iX : {2, paneShown.iPxDX - 3}) {
+        const Rgb rgb = rgbBmpPixel(byBmp, iX, 2);
+        QVERIFY2(std::abs(rgb.iR - 128) <= 1 && std::abs(rgb.iG - 64) <= 1 &&
+                     std::abs(rgb.iB - 64) <= 1,
+                 qPrintable(QString("%1 %2 %3").arg(rgb.iR).arg(rgb.iG).arg(rgb.iB)));
+    }
+
+    // Along the track, half-way between the vehicle drawings (one a second),
+    // the line has the colour of the propellant left at that point.
+    const double fMsE = vehicle.fMsEmpty;
+    const double fMsP = vehicle.fMsGTO - vehicle.fMsEmpty;
+    const double fMsHi = fMsE + 0.25 * fMsP;
+    const double fMsLo = fMsE + 0.05 * fMsP;
+    int arNChecked[3] = {0, 0, 0};
+    for (Long i = 1; i <= nStored(); i++) {
+        const double fTi = arFTiData[i];
+        const double fFrac = fTi - std::floor(fTi);
+        if (fTi < 2.4 || fTi > 10.0 || std::fabs(fFrac - 0.5) > 1e-6) continue;
+        const Stvehicle3dof st = stStored(i);
+        if (st.fZf < 0.5) continue;
+        const int iClass = st.fMs > fMsHi ? 0 : st.fMs > fMsLo ? 1 : 2;
+        const Rgb rgbWant = iClass == 0 ? Rgb{0, 255, 0} : iClass == 1 ? Rgb{255, 255, 0} : Rgb{255, 0, 0};
+        const QPoint ptPx = ptPxOfWorld(paneShown, st.fXf, st.fZf);
+        bool bFound = false;
+        for (int iDY = -3; iDY <= 3 && !bFound; iDY++)
+            for (int iDX = -3; iDX <= 3 && !bFound; iDX++) {
+                const int iX = ptPx.x() + iDX, iY = ptPx.y() + iDY;
+                if (iX < 0 || iY < 0 || iX >= paneShown.iPxDX || iY >= paneShown.iPxDY) continue;
+                const Rgb rgb = rgbBmpPixel(byBmp, iX, iY);
+                bFound = std::abs(rgb.iR - rgbWant.iR) <= 8 && std::abs(rgb.iG - rgbWant.iG) <= 8 &&
+                         std::abs(rgb.iB - rgbWant.iB) <= 8;
+            }
+        QVERIFY2(bFound, qPrintable(QString("no track colour %1 at t = %2 s, pixel (%3, %4)")
+                                        .arg(iClass)
+                                        .arg(fTi)
+                                        .arg(ptPx.x())
+                                        .arg(ptPx.y())));
+        arNChecked[iClass]++;
+    }
+    // The run passes through all three colours.
+    QVERIFY(arNChecked[0] >= 3);
+    QVERIFY(arNChecked[1] >= 1);
+    QVERIFY(arNChecked[2] >= 3);
+
+    // The file holds what the pane shows.
+    const QImage imgPane = pane().grabFramebuffer();
+    for (const QPoint& ptPx : {QPoint(2, 2), ptPxOfWorld(paneShown, 4.0, 5.0),
+                               QPoint(paneShown.iPxDX / 2, paneShown.iPxDY - 5)}) {
+        const Rgb rgb = rgbBmpPixel(byBmp, ptPx.x(), ptPx.y());
+        const QColor clr = imgPane.pixelColor(ptPx);
+        QCOMPARE(QColor(rgb.iR, rgb.iG, rgb.iB), clr);
+    }
 }
 
 void WndProgramTest::screenshots() {
@@ -492,7 +587,8 @@ void WndProgramTest::screenshots() {
     WndTop& wnd = wndTop();
     QTest::qWait(100);
     wnd.grab().save(szDir + "/startup.png");
-    copyFile(QString(VT_EXAMPLES) + "/traj1r.txt", "traj1r.txt");
+    const QString szExample = QString(VT_EXAMPLES) + "/traj1r.txt";
+    copyFile(QFile::exists(szExample) ? szExample : QString(szHopShort) + "traj1r.txt", "traj1r.txt");
     typeKey('p');
     typeKey('s');
     QTest::qWait(100);
