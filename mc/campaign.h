@@ -90,6 +90,10 @@ struct McRunResult {
     double fMsPropLeft;    // kg of propellant left: mass at rest - fMsEmpty
 };
 
+// No padding: results are compared and sent between processes as bytes.
+static_assert(sizeof(McRunResult) == 6 * sizeof(Long) + (nMcParam + 8) * sizeof(double),
+              "McRunResult must have no padding");
+
 // Flies one run: the schedule and program-wide vehicle, planet and initial
 // state with the deviations applied (a deviation of exactly 0 leaves its
 // value untouched, bit for bit). A drawn vehicle with a mass, exhaust speed
