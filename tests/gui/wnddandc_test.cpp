@@ -84,11 +84,35 @@ void WndDAndCTest::drawsTheLineAtItsPlaceOnGrey() {
     QVERIFY2(iYFirstDark >= 10 && iYFirstDark < 20, qPrintable(QString::number(iYFirstDark)));
 }
 
+namespace {
+
+class PaintCounter : public QObject {
+public:
+    int nPaint = 0;
+
+protected:
+    bool eventFilter(QObject*, QEvent* pevent) override {
+        if (pevent->type() == QEvent::Paint) nPaint++;
+        return false;
+    }
+};
+
+}  // namespace
+
 void WndDAndCTest::refreshesEvery25Ms() {
     QWidget wndParent;
+    wndParent.resize(600, 60);
     auto* pwnd = new WndDAndC(&wndParent);
     QVERIFY(pwnd->timerRefresh().isActive());
     QCOMPARE(pwnd->timerRefresh().interval(), 25);
+    wndParent.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&wndParent));
+    // Nothing else asks it to repaint: its own timer does, about 40 times a
+    // second, so a change of the replay time shows without any request.
+    PaintCounter counter;
+    pwnd->installEventFilter(&counter);
+    QTest::qWait(400);
+    QVERIFY2(counter.nPaint >= 4, qPrintable(QString::number(counter.nPaint)));
 }
 
 QTEST_MAIN(WndDAndCTest)
