@@ -101,6 +101,7 @@ private slots:
     void rightDragZooms();
     void historyBackAndForward();
     void viewOutThenViewInRestores();
+    void resizeMatchesAspectAndRestartsHistory();
     void captureShowsBackgroundAndTrack();
     void screenshots();
 
@@ -477,6 +478,31 @@ void WndProgramTest::viewOutThenViewInRestores() {
     _pwndTop->close();
     _pwndTop.reset();
     QCOMPARE(szFile("view.out"), szViewOut);
+}
+
+void WndProgramTest::resizeMatchesAspectAndRestartsHistory() {
+    const QPoint ptCentre = wndTop().pwndProgram()->rect().center();
+    dragLeft(ptCentre, ptCentre + QPoint(60, 0));
+    dragLeft(ptCentre, ptCentre + QPoint(60, 0));
+    QCOMPARE(nStack(), 3);
+    const XfmCFmW3c xfmBefore = xfmCFmW;
+    _pwndTop->resize(640, 700);
+    QTRY_COMPARE(pane().pane().iPxDX, pane().width());
+    QTRY_COMPARE(pane().pane().iPxDY, pane().height());
+    // The view window takes the pane's shape, widened, not narrowed.
+    const double fArPane = static_cast<double>(pane().pane().iPxDY) / pane().pane().iPxDX;
+    QVERIFY(std::fabs((xfmCFmW.fT - xfmCFmW.fB) / (xfmCFmW.fR - xfmCFmW.fL) - fArPane) < 1e-9);
+    QVERIFY(xfmCFmW.fR - xfmCFmW.fL >= xfmBefore.fR - xfmBefore.fL - 1e-12);
+    QVERIFY(xfmCFmW.fT - xfmCFmW.fB >= xfmBefore.fT - xfmBefore.fB - 1e-12);
+    // Same eye and look; the history starts again from this one camera.
+    QCOMPARE(xfmCFmW.ptEye.fX, xfmBefore.ptEye.fX);
+    QCOMPARE(xfmCFmW.drLook.fY, xfmBefore.drLook.fY);
+    QCOMPARE(nStack(), 1);
+    QVERIFY(!pane().bViewBackPossible());
+    QVERIFY(!pane().bViewForwardPossible());
+    // The projection follows the pane.
+    QCOMPARE(xfmPFmC.fDX, static_cast<float>(pane().pane().iPxDX));
+    QCOMPARE(xfmPFmC.fDY, static_cast<float>(pane().pane().iPxDY));
 }
 
 // ---- capture -----------------------------------------------------------------------
