@@ -1,12 +1,15 @@
 // Scene drawing with fixed-function OpenGL.
 #include "display/display.h"
 
+#define GL_GLEXT_PROTOTYPES
 #include <GL/gl.h>
+#include <GL/glext.h>
 
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <numbers>
+#include <vector>
 
 #include "core/logerror.h"
 #include "display/glcheck.h"
@@ -442,49 +445,129 @@ void displayGround() {
     checkGlErrorSzLocation("glEnd()");
 }
 
-void displayVehicle(Stvehicle3dof* pstvehicle3dof) {
-    const MeshVehicle& mesh = meshVehicle();
-    const X4h x4hFFmB = xgmFFmB_Fm_PStvehicle3dof(pstvehicle3dof);
-    double arF[16];
-    arFGlFmX4h(arF, x4hFFmB);
-    glMatrixMode(GL_MODELVIEW);
-    glPushMatrix();
-    glMultMatrixd(arF);
+namespace {
 
-    glEnable(GL_LIGHTING);
-    for (Long iSf = 0; iSf < nSfRevVehicle; ++iSf) {
-        arSfRevVehicle[iSf].ppmdsp->apply();
-        glBegin(GL_QUAD_STRIP);
-        for (const MeshVehicle::Vtx& vtx : mesh.arVtx[iSf]) {
-            glNormal3fv(vtx.arFN);
-            glVertex3fv(vtx.arFPt);
+// Work buffers of the vehicle drawing, kept from frame to frame so that
+// after the first frames no drawing allocates.
+struct BatchVehicle {
+    std::vector<double> arFPlace;  // per vehicle the rows 1..3 of its placement, 12 values
+    std::vector<float> arFSf;      // normal and point per vertex
+    std::vector<float> arFLine;    // colour and point per vertex
+    std::vector<Stvehicle3dof*> arPStPlot;
+};
+
+BatchVehicle& batchVehicle() {
+    static BatchVehicle batch;
+    return batch;
+}
+
+void pushPlaced(std::vector<float>& arF, const double* arFPlace, const float* arFA,
+                const float* arFPt, bool bRotateOnlyA) {
+    // arFA is a normal (rotated only) or a colour (kept); arFPt is a point
+    // of the body, placed.
+    for (int r = 0; r < 3; ++r) {
+        const double* m = arFPlace + 4 * r;
+        arF.push_back(bRotateOnlyA
+                          ? static_cast<float>(m[0] * arFA[0] + m[1] * arFA[1] + m[2] * arFA[2])
+                          : arFA[r]);
+    }
+    for (int r = 0; r < 3; ++r) {
+        const double* m = arFPlace + 4 * r;
+        arF.push_back(static_cast<float>(m[0] * arFPt[0] + m[1] * arFPt[1] + m[2] * arFPt[2] + m[3]));
+    }
+}
+
+}  // namespace
+
+void displayVehicles(Stvehicle3dof* const* arPSt, Long n) {
+    if (n <= 0) return;
+    const MeshVehicle& mesh = meshVehicle();
+    BatchVehicle& batch = batchVehicle();
+
+    batch.arFPlace.resize(static_cast<size_t>(12 * n));
+    for (Long v = 0; v < n; ++v) {
+        const X4h x4hFFmB = xgmFFmB_Fm_PStvehicle3dof(arPSt[v]);
+        for (int r = 1; r <= 3; ++r) {
+            for (int c = 1; c <= 4; ++c)
+                batch.arFPlace[static_cast<size_t>(12 * v + 4 * (r - 1) + (c - 1))] =
+                    x4hFFmB.mxF[r][c];
         }
-        glEnd();
-        checkGlErrorSzLocation("glEnd()");
+    }
+
+    // Client-side arrays: no buffer object may be bound while they are in
+    // use, and the caller's array settings come back afterwards.
+    glPushClientAttrib(GL_CLIENT_VERTEX_ARRAY_BIT);
+    glBindBuffer(GL_ARRAY_BUFFER, 0);
+    glDisableClientState(GL_COLOR_ARRAY);
+    glDisableClientState(GL_TEXTURE_COORD_ARRAY);
+    glDisableClientState(GL_EDGE_FLAG_ARRAY);
+    glDisableClientState(GL_INDEX_ARRAY);
+    glEnableClientState(GL_VERTEX_ARRAY);
+    glEnableClientState(GL_NORMAL_ARRAY);
+    const GLsizei nBytVtx = 6 * sizeof(float);
+
+    // One triangle strip per body surface for all the vehicles: each
+    // vehicle's quad strip is a triangle strip of even length, and two
+    // repeated vertices join it to the next one with empty triangles. So the
+    // whole batch costs seven draws, however many vehicles it holds.
+    glEnable(GL_LIGHTING);
+    batch.arFSf.reserve(static_cast<size_t>(6 * n * (MeshVehicle::nVtxSf + 2)));
+    for (Long iSf = 0; iSf < nSfRevVehicle; ++iSf) {
+        batch.arFSf.clear();
+        const MeshVehicle::Vtx* arVtx = mesh.arVtx[iSf];
+        const int nVtx = MeshVehicle::nVtxSf;
+        for (Long v = 0; v < n; ++v) {
+            const double* arFPlace = &batch.arFPlace[static_cast<size_t>(12 * v)];
+            if (v > 0) {
+                const double* arFPlacePrev = &batch.arFPlace[static_cast<size_t>(12 * (v - 1))];
+                pushPlaced(batch.arFSf, arFPlacePrev, arVtx[nVtx - 1].arFN,
+                           arVtx[nVtx - 1].arFPt, true);
+                pushPlaced(batch.arFSf, arFPlace, arVtx[0].arFN, arVtx[0].arFPt, true);
+            }
+            for (int k = 0; k < nVtx; ++k)
+                pushPlaced(batch.arFSf, arFPlace, arVtx[k].arFN, arVtx[k].arFPt, true);
+        }
+        arSfRevVehicle[iSf].ppmdsp->apply();
+        glNormalPointer(GL_FLOAT, nBytVtx, batch.arFSf.data());
+        glVertexPointer(3, GL_FLOAT, nBytVtx, batch.arFSf.data() + 3);
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, static_cast<GLsizei>(batch.arFSf.size() / 6));
+        checkGlErrorSzLocation("glDrawArrays()");
     }
     glDisable(GL_LIGHTING);
+    glDisableClientState(GL_NORMAL_ARRAY);
 
+    // Legs, and the thrust vector: it leaves the engine at the centre of the
+    // bottom and points along the exhaust, its length showing the actual
+    // thrust.
+    batch.arFLine.clear();
+    batch.arFLine.reserve(static_cast<size_t>(6 * n * (2 * nLegVehicle + 2)));
+    for (Long v = 0; v < n; ++v) {
+        const double* arFPlace = &batch.arFPlace[static_cast<size_t>(12 * v)];
+        for (Long iLeg = 0; iLeg < nLegVehicle; ++iLeg) {
+            pushPlaced(batch.arFLine, arFPlace, clrFLegVehicle.arF(), mesh.arFLegTop[iLeg], false);
+            pushPlaced(batch.arFLine, arFPlace, clrFLegVehicle.arF(), mesh.arFLegFoot[iLeg],
+                       false);
+        }
+        const double fLThrust = arPSt[v]->fFcThrustAct * fLThrustVcPerFcVehicle;
+        if (fLThrust > 0.0) {
+            const float arFEngine[3] = {0.0f, 0.0f, static_cast<float>(fH1Vehicle)};
+            const float arFEnd[3] = {0.0f, 0.0f, static_cast<float>(fH1Vehicle - fLThrust)};
+            pushPlaced(batch.arFLine, arFPlace, clrFThrustVcVehicle.arF(), arFEngine, false);
+            pushPlaced(batch.arFLine, arFPlace, clrFThrustVcVehicle.arF(), arFEnd, false);
+        }
+    }
+    glEnableClientState(GL_COLOR_ARRAY);
+    glColorPointer(3, GL_FLOAT, nBytVtx, batch.arFLine.data());
+    glVertexPointer(3, GL_FLOAT, nBytVtx, batch.arFLine.data() + 3);
     glLineWidth(2.0f);
-    glColor3fv(clrFLegVehicle.arF());
-    glBegin(GL_LINES);
-    for (Long iLeg = 0; iLeg < nLegVehicle; ++iLeg) {
-        glVertex3fv(mesh.arFLegTop[iLeg]);
-        glVertex3fv(mesh.arFLegFoot[iLeg]);
-    }
-    // The thrust vector leaves the engine at the centre of the bottom and
-    // points along the exhaust, its length showing the actual thrust.
-    const double fLThrust = pstvehicle3dof->fFcThrustAct * fLThrustVcPerFcVehicle;
-    if (fLThrust > 0.0) {
-        glColor3fv(clrFThrustVcVehicle.arF());
-        glVertex3d(0.0, 0.0, fH1Vehicle);
-        glVertex3d(0.0, 0.0, fH1Vehicle - fLThrust);
-    }
-    glEnd();
-    checkGlErrorSzLocation("glEnd()");
+    glDrawArrays(GL_LINES, 0, static_cast<GLsizei>(batch.arFLine.size() / 6));
+    checkGlErrorSzLocation("glDrawArrays()");
 
-    glPopMatrix();
-    checkGlErrorSzLocation("glPopMatrix()");
+    glPopClientAttrib();
+    checkGlErrorSzLocation("glPopClientAttrib()");
 }
+
+void displayVehicle(Stvehicle3dof* pstvehicle3dof) { displayVehicles(&pstvehicle3dof, 1); }
 
 void displayPath(Vehicle* pvehicle, A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle) {
     const Long n = arPStvehicle.n();
@@ -501,9 +584,12 @@ void displayPath(Vehicle* pvehicle, A1Val<double>& arFTiData, A1Val<void*>& arPS
     glEnd();
     checkGlErrorSzLocation("glEnd()");
 
-    visitIStPlotPath(arFTiData, n, [&arPStvehicle](Long i) {
-        displayVehicle(static_cast<Stvehicle3dof*>(arPStvehicle[i]));
+    std::vector<Stvehicle3dof*>& arPStPlot = batchVehicle().arPStPlot;
+    arPStPlot.clear();
+    visitIStPlotPath(arFTiData, n, [&arPStvehicle, &arPStPlot](Long i) {
+        arPStPlot.push_back(static_cast<Stvehicle3dof*>(arPStvehicle[i]));
     });
+    displayVehicles(arPStPlot.data(), static_cast<Long>(arPStPlot.size()));
 }
 
 void displayStInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC,

@@ -188,5 +188,8 @@ void displayGround();
 // The vehicle in a state: lit body, legs, thrust vector, placed by
 // xgmFFmB_Fm_PStvehicle3dof.
 void displayVehicle(Stvehicle3dof* pstvehicle3dof);
+// The vehicle in n states at once (arPSt[0..n-1], the caller's records):
+// the same picture as displayVehicle for each, drawn in eight batches.
+void displayVehicles(Stvehicle3dof* const* arPSt, Long n);
 // The track of a stored run and the vehicle along it; nothing for n = 0.
 void displayPath(Vehicle* pvehicle, A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle);
