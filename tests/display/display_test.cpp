@@ -487,6 +487,39 @@ TEST_F(SceneFrameTest, AnEmptyRunDrawsOnlyTheGroundAndTheTriad) {
     EXPECT_EQ(frameEmpty.arB, frameGround.arB);
 }
 
+TEST_F(SceneFrameTest, VehiclesDrawnTogetherLookAsDrawnOneByOne) {
+    // Three vehicles in different places and attitudes: the batch must not
+    // join them with stray triangles or lose any of them.
+    Stvehicle3dof arSt[3] = {stInit, stInit, stInit};
+    const double arFX[3] = {2.0, 9.0, 20.0};
+    const double arFZ[3] = {3.0, 8.0, 1.0};
+    const double arFPitch[3] = {0.4, -0.7, 1.2};
+    for (int i = 0; i < 3; ++i) {
+        arSt[i].fXf = arFX[i];
+        arSt[i].fZf = arFZ[i];
+        arSt[i].fPitch = arFPitch[i];
+        arSt[i].fFcThrustAct = 400.0 * (i + 1);
+    }
+    Stvehicle3dof stFar = stInit;
+    stFar.fXf = 1.0e5;
+    stFar.fZf = 1.0e5;
+    const Frame frameGround = frameState(stFar);
+
+    displayStInPane(&pane, &xfmCFmWHere, &xfmPFmCHere, &stFar);
+    for (Stvehicle3dof& st : arSt) displayVehicle(&st);
+    Frame frameOneByOne;
+    frameOneByOne.read(pane.iPxDX, pane.iPxDY);
+
+    displayStInPane(&pane, &xfmCFmWHere, &xfmPFmCHere, &stFar);
+    Stvehicle3dof* arPSt[3] = {&arSt[0], &arSt[1], &arSt[2]};
+    displayVehicles(arPSt, 3);
+    Frame frameTogether;
+    frameTogether.read(pane.iPxDX, pane.iPxDY);
+
+    EXPECT_NE(frameOneByOne.arB, frameGround.arB);
+    EXPECT_EQ(frameTogether.arB, frameOneByOne.arB);
+}
+
 TEST_F(SceneFrameTest, TrackIsColouredByThePropellantLeft) {
     // A straight climb to (20, 10) over 5 s, 100 states: full at first,
     // then between a twentieth and a quarter left, then less.
