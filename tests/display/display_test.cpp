@@ -560,6 +560,26 @@ TEST_F(SceneFrameTest, TrackIsColouredByThePropellantLeft) {
     }
 }
 
+TEST_F(SceneFrameTest, ARunThatKeepsAQuarterOfItsPropellantIsAllGreen) {
+    StoredRun run;
+    for (int i = 1; i <= 100; ++i) run.add(0.05 * (i - 1), 0.2 * i, 0.1 * i, 96.26);
+    const Frame frame = framePath(run);
+    Long nHi = 0, nLo = 0, nEmpty = 0;
+    const Rgb rgbHi = rgbFmClr(clrFPathHiProp);
+    const Rgb rgbLo = rgbFmClr(clrFPathLoProp);
+    const Rgb rgbEmpty = rgbFmClr(clrFPathEmpty);
+    for (Long iY = 0; iY < pane.iPxDY; ++iY) {
+        for (Long iX = 0; iX < pane.iPxDX; ++iX) {
+            nHi += frame.bColourNear(iX, iY, 0, rgbHi, 0) ? 1 : 0;
+            nLo += frame.bColourNear(iX, iY, 0, rgbLo, 0) ? 1 : 0;
+            nEmpty += frame.bColourNear(iX, iY, 0, rgbEmpty, 0) ? 1 : 0;
+        }
+    }
+    EXPECT_GT(nHi, 100);
+    EXPECT_EQ(nLo, 0);
+    EXPECT_EQ(nEmpty, 0);
+}
+
 TEST_F(SceneFrameTest, FrameDoesNotDependOnStateLeftInTheContext) {
     StoredRun run;
     for (int i = 1; i <= 40; ++i) run.add(0.05 * (i - 1), 0.3 * i, 0.2 * i, 99.0, 0.1, 900.0);
