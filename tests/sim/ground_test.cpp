@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <random>
 #include <vector>
 
 #include "sim/params.h"
@@ -205,6 +206,49 @@ TEST_F(Ground, WindingTestEmptyPolygonAndPointOnVertexAreOutside) {
     arX3[3] = 0; arY3[3] = 1;
     EXPECT_FALSE(bPt2dInsidePgn(1.0, 0.0, &arX3, &arY3));
     EXPECT_TRUE(bPt2dInsidePgn(0.2, 0.2, &arX3, &arY3));
+}
+
+TEST_F(Ground, WindingTestAgreesWithThePlainAngleSumNearEdgesAndVertices) {
+    // Random polygons (convex and not, either winding) and points on, just
+    // beside (a few ulps), near and far from their edges and vertices.
+    std::mt19937 rng(20261122);
+    std::uniform_real_distribution<double> unif(-1.0, 1.0);
+    int nInside = 0, nCases = 0;
+    for (int iPgn = 0; iPgn < 60; iPgn++) {
+        const Long n = 3 + iPgn % 5;
+        A1Val<double> arX(1, n), arY(1, n);
+        for (Long i = 1; i <= n; i++) {
+            // Around a circle (convex) or with random radii (often not).
+            const double fAng = 2.0 * M_PI * (i - 1) / n * (iPgn % 2 ? 1.0 : -1.0);
+            const double fRad = (iPgn % 3 == 0) ? 1.0 : 0.3 + std::fabs(unif(rng));
+            const double fScale = std::pow(10.0, iPgn % 7 - 3);
+            arX[i] = fScale * (fRad * std::cos(fAng) + 0.1 * unif(rng));
+            arY[i] = fScale * (fRad * std::sin(fAng) + 0.1 * unif(rng));
+        }
+        for (int k = 0; k < 200; k++) {
+            const Long i = 1 + static_cast<Long>(rng() % n);
+            const Long j = (i == n) ? 1 : i + 1;
+            const double t = (k % 4 == 0) ? 0.0 : (k % 4 == 1) ? 0.5 : 0.5 + 0.5 * unif(rng);
+            double x = arX[i] + t * (arX[j] - arX[i]);
+            double y = arY[i] + t * (arY[j] - arY[i]);
+            const int nUlp = k % 9 - 4;  // -4..4 ulps away
+            for (int u = 0; u < std::abs(nUlp); u++) {
+                x = std::nextafter(x, nUlp > 0 ? INFINITY : -INFINITY);
+                if (k % 2) y = std::nextafter(y, nUlp > 0 ? -INFINITY : INFINITY);
+            }
+            if (k % 10 == 9) {  // somewhere in the box or beyond
+                x = 2.0 * std::fabs(arX[1]) * unif(rng) * 1.5;
+                y = 2.0 * std::fabs(arY[1]) * unif(rng) * 1.5;
+            }
+            const bool bExpected = bInsideByAngleSum(x, y, arX, arY);
+            ASSERT_EQ(bPt2dInsidePgn(x, y, &arX, &arY), bExpected)
+                << "polygon " << iPgn << " point " << k << " (" << x << ", " << y << ")";
+            nInside += bExpected;
+            nCases++;
+        }
+    }
+    EXPECT_GT(nInside, nCases / 10);
+    EXPECT_LT(nInside, nCases * 9 / 10);
 }
 
 TEST_F(Ground, ThreeDTestDropsTheDominantNormalAxis) {
