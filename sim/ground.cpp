@@ -48,15 +48,12 @@ template <class FnUV>
 bool bInsideByWinding(double u0, double v0, Long iFirst, Long iLast, FnUV fnUV) {
     if (iLast < iFirst) return false;
 
+    // The box, and whether every vertex is at a well-scaled distance.
     bool bScaled = true;
     double uMin = 0.0, uMax = 0.0, vMin = 0.0, vMax = 0.0;
-    int iSignTurn = 0;
-    bool bClearlyInside = true;
     for (Long i = iFirst; i <= iLast && bScaled; i++) {
-        const Long j = (i == iLast) ? iFirst : i + 1;
-        double ui, vi, uj, vj;
+        double ui, vi;
         fnUV(i, &ui, &vi);
-        fnUV(j, &uj, &vj);
         if (i == iFirst) {
             uMin = uMax = ui;
             vMin = vMax = vi;
@@ -68,23 +65,32 @@ bool bInsideByWinding(double u0, double v0, Long iFirst, Long iLast, FnUV fnUV) 
         }
         const double px = ui - u0;
         const double py = vi - v0;
-        const double qx = uj - u0;
-        const double qy = vj - v0;
         const double fP2 = px * px + py * py;
         bScaled = fP2 >= 1e-150 && fP2 <= 1e150;
-        if (bClearlyInside) {
-            const double fCross = px * qy - qx * py;
-            const double fScale = std::fabs(px * qy) + std::fabs(qx * py);
-            const int iSign = (fCross > 1e-15 * fScale) ? 1 : (fCross < -1e-15 * fScale) ? -1 : 0;
-            if (iSign == 0 || (iSignTurn != 0 && iSign != iSignTurn))
-                bClearlyInside = false;
-            else
-                iSignTurn = iSign;
-        }
     }
     if (bScaled) {
         if (u0 < uMin || u0 > uMax || v0 < vMin || v0 > vMax) return false;
-        if (bClearlyInside) return true;
+        // Every edge turning the same way by a clear margin?
+        int iSignTurn = 0;
+        for (Long i = iFirst; i <= iLast; i++) {
+            const Long j = (i == iLast) ? iFirst : i + 1;
+            double ui, vi, uj, vj;
+            fnUV(i, &ui, &vi);
+            fnUV(j, &uj, &vj);
+            const double px = ui - u0;
+            const double py = vi - v0;
+            const double qx = uj - u0;
+            const double qy = vj - v0;
+            const double fCross = px * qy - qx * py;
+            const double fScale = std::fabs(px * qy) + std::fabs(qx * py);
+            const int iSign = (fCross > 1e-15 * fScale) ? 1 : (fCross < -1e-15 * fScale) ? -1 : 0;
+            if (iSign == 0 || (iSignTurn != 0 && iSign != iSignTurn)) {
+                iSignTurn = 0;
+                break;
+            }
+            iSignTurn = iSign;
+        }
+        if (iSignTurn != 0) return true;
     }
 
     double fSumAngle = 0.0;

@@ -786,6 +786,29 @@ TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
     EXPECT_EQ(run.st(1).fMs, 100.0);
 }
 
+TEST_F(SimInTempDir, StepThatCannotAdvanceTheClockLeavesTheStepperDump) {
+    // At t = 1e17 s the clock cannot move by 0.05 s: the stepper writes
+    // "debug.txt" and fails.
+    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    EXPECT_DEATH(
+        {
+            StoredFlight run;
+            simRun(&run, &model, 1e17, arFState(0, 5, 0, 0, 0, 0, 100), 2e17, 0.05, 1e-6, 20000,
+                   0.001, 0.001, 0.001, 0.001, 0.001);
+        },
+        "Assertion failed");
+    const std::string szDump = vttest::readFile("debug.txt");
+    EXPECT_EQ(szDump.rfind("Step size too small in routine rk5StepQC\n    iLoop       = 1\n", 0),
+              0u)
+        << szDump;
+    // The step lands on the next output time, 1e17 + 0.05 - 1e17: zero.
+    EXPECT_NE(szDump.find("    fX          =     1.0000000000e+17\n"
+                          "    fHTry       =     0.0000000000e+00\n"),
+              std::string::npos)
+        << szDump;
+}
+
 // ---- the schedule reader --------------------------------------------------------------------------
 
 TEST_F(Sim, ReaderSkipsToTheFirstDataLine) {
