@@ -308,14 +308,18 @@ void showProgress(Long nDone, Long nTotal, void* pv) {
         std::chrono::duration<double>(std::chrono::steady_clock::now() - prog.tStart).count();
     const double fRate = (fS > 0.0) ? nDone / fS : 0.0;
     const double fLeft = (fRate > 0.0) ? (nTotal - nDone) / fRate : 0.0;
-    std::fprintf(stderr, "\rvantorell-mc: %i/%i runs%s, %.0f runs/s, %.0f s left   ", nDone,
-                 nTotal, prog.nRankShare > 1 ? " (this process)" : "", fRate, fLeft);
+    if (nDone == 0)
+        std::fprintf(stderr, "\rvantorell-mc: 0/%i runs%s", nTotal,
+                     prog.nRankShare > 1 ? " (this process)" : "");
+    else
+        std::fprintf(stderr, "\rvantorell-mc: %i/%i runs%s, %.0f runs/s, %.0f s left   ", nDone,
+                     nTotal, prog.nRankShare > 1 ? " (this process)" : "", fRate, fLeft);
     if (nDone >= nTotal) std::fputs("\n", stderr);
     std::fflush(stderr);
 }
 
-// On an assertion (abort) inside a flight: name the runs in flight. Only
-// async-signal-safe calls.
+// On an assertion (abort) inside a flight: name the runs in flight, then
+// abort. Only async-signal-safe calls.
 void reportRunsInFlight(int) {
     char sz[4096];
     std::size_t n = 0;
@@ -341,6 +345,9 @@ void reportRunsInFlight(int) {
     put("\n");
     ssize_t iIgnored = write(STDERR_FILENO, sz, n);
     (void)iIgnored;
+    // Then end as the abort would have ended the process.
+    signal(SIGABRT, SIG_DFL);
+    raise(SIGABRT);
 }
 
 }  // namespace

@@ -115,6 +115,21 @@ TEST_F(McProgram, TargetAndDirectoryOptions) {
     EXPECT_FALSE(vttest::fileExists("sub/mc_rest_points.png"));
 }
 
+TEST_F(McProgram, AnAbortDuringTheFlightsNamesTheRunsInFlight) {
+    // The driver's assertions end the process with abort(); the program then
+    // names the runs being flown. Here the abort comes from outside, a second
+    // into a campaign of some minutes.
+    copyPlan();
+    vttest::writeFile("dispersion.txt", "runs 100000\ninitial_vx 0.1\n");
+    vttest::writeFile("abort.sh", std::string("'") + VT_MC_BIN +
+                                      "' -j 2 --no-picture & p=$!\nsleep 1\nkill -ABRT $p\n"
+                                      "wait $p\n");
+    const vttest::RunResult r = vttest::runCommand("sh abort.sh", szDir, 60);
+    EXPECT_EQ(r.iExit, 134) << r.szErr;
+    EXPECT_NE(r.szErr.find("vantorell-mc: stopped during run(s) "), std::string::npos) << r.szErr;
+    EXPECT_FALSE(vttest::fileExists("mc_runs.csv"));
+}
+
 TEST_F(McProgram, OneAndTwoThreadsWriteTheSameBytes) {
     copyPlan();
     vttest::copyTestData("../../examples/dispersion.txt", "dispersion.txt");

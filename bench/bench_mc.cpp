@@ -1,0 +1,146 @@
+// Landing-dispersion campaigns: one dispersed flight of the bundled hop, the
+// same flight without the campaign's watcher, and whole campaigns on one and
+// two threads (parallel efficiency = rate on 2 / (2 x rate on 1)).
+//
+// The plan is the bundled hop, planned in-process from examples/traj1r.txt
+// when that file exists; otherwise the checked-in pitch-step flight plan
+// (tests/data/reference/flight/pitch_step/fltplan.txt). The label of every
+// benchmark says which.
+#include <benchmark/benchmark.h>
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "mc/campaign.h"
+#include "mc/dispersion.h"
+#include "plan/planstate.h"
+#include "sim/flight.h"
+#include "sim/fltsim.h"
+
+namespace {
+
+struct BenchSetup {
+    McSchedule sched;
+    McDispersion disp;
+    std::string szPlanName;
+};
+
+// Plans the bundled hop in a scratch directory and reads its schedule, or
+// falls back to the reference plan.
+BenchSetup const& setup() {
+    static BenchSetup* psetup = [] {
+        auto* p = new BenchSetup;
+        initParams();
+        std::string szErr;
+        if (!bReadDispersionFile(&p->disp, VT_EXAMPLES "/dispersion.txt", &szErr)) {
+            std::fprintf(stderr, "bench_mc: %s\n", szErr.c_str());
+            std::exit(1);
+        }
+        std::string szPlan = VT_TEST_DATA "/reference/flight/pitch_step/fltplan.txt";
+        p->szPlanName = "pitch_step plan";
+        const std::string szHop = VT_EXAMPLES "/traj1r.txt";
+        if (std::filesystem::exists(szHop)) {
+            const std::filesystem::path dirOld = std::filesystem::current_path();
+            char szDir[] = "/tmp/vt_bench_mc_XXXXXX";
+            if (mkdtemp(szDir) != nullptr) {
+                std::filesystem::current_path(szDir);
+                if (bPlanTraj1FromFile(szHop.c_str())) {
+                    writeFltplanTxt();
+                    szPlan = std::string(szDir) + "/fltplan.txt";
+                    p->szPlanName = "bundled hop";
+                }
+                std::filesystem::current_path(dirOld);
+            }
+        }
+        std::FILE* pfile = std::fopen(szPlan.c_str(), "r");
+        if (pfile == nullptr) {
+            std::fprintf(stderr, "bench_mc: can't open %s\n", szPlan.c_str());
+            std::exit(1);
+        }
+        readMcSchedule(&p->sched, pfile, szPlan.c_str());
+        std::fclose(pfile);
+        return p;
+    }();
+    return *psetup;
+}
+
+// One dispersed flight per iteration, runs 1, 2, 3, ... of the example
+// dispersion: flights per second on one core.
+void BM_McFlight(benchmark::State& state) {
+    BenchSetup const& s = setup();
+    McWork work;
+    Long iRun = 0;
+    Long nStep = 0;
+    for (auto _ : state) {
+        iRun = iRun % 1000 + 1;
+        const McRunResult res = mcRunFly(s.sched, mcInputsForRun(s.disp, iRun), iRun, &work);
+        nStep += res.nStep;
+        benchmark::DoNotOptimize(res.fXfRest);
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.counters["steps/flight"] =
+        benchmark::Counter(static_cast<double>(nStep) / static_cast<double>(state.iterations()));
+    state.SetLabel(s.szPlanName);
+}
+BENCHMARK(BM_McFlight)->Unit(benchmark::kMicrosecond);
+
+// The undispersed flight through the campaign (with its watcher) and the
+// same flight straight through the model and driver: the watcher's cost.
+void BM_McFlightUndispersed(benchmark::State& state) {
+    BenchSetup const& s = setup();
+    McWork work;
+    for (auto _ : state) {
+        const McRunResult res = mcRunFly(s.sched, McInputs{}, 0, &work);
+        benchmark::DoNotOptimize(res.fXfRest);
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.SetLabel(s.szPlanName);
+}
+BENCHMARK(BM_McFlightUndispersed)->Unit(benchmark::kMicrosecond);
+
+void BM_SimulateFlightUnwatched(benchmark::State& state) {
+    BenchSetup const& s = setup();
+    A1Val<double> arFTi = s.sched.arFTiCmd, arFFc = s.sched.arFFcThrustCmd,
+                  arFMm = s.sched.arFMmPitchCmd;
+    A1Val<double> arFTiData(0);
+    A1Val<void*> arPSt(0);
+    for (auto _ : state) {
+        Vehicle veh = vehicle;
+        Planet pla = planet;
+        ArFFnFArFModel model(&pla, &veh, fDTiDataMc, arFTi, arFFc, arFMm);
+        A1Val<double> arFIC(1, 7);
+        for (Long i = 1; i <= 6; i++) arFIC[i] = 0.0;
+        arFIC[7] = stvehicle3dof0.fMs;
+        sim(&arFTiData, &arPSt, &model, 0.0, arFIC, fTiMaxMc, fDTiDataMc, fDTiStepMinMc,
+            iNStepMaxMc, fTolIntgMc, fTolIntgMc, fTolIntgMc, fTolIntgMc, fTolIntgMc);
+        benchmark::DoNotOptimize(arPSt[arPSt.iLast()]);
+        deleteStoredRun(&arFTiData, &arPSt);
+    }
+    state.SetItemsProcessed(state.iterations());
+    state.SetLabel(s.szPlanName);
+}
+BENCHMARK(BM_SimulateFlightUnwatched)->Unit(benchmark::kMicrosecond);
+
+// A campaign of 400 runs on N threads (wall clock): items per second is the
+// campaign's flights per second.
+void BM_McCampaign(benchmark::State& state) {
+    BenchSetup const& s = setup();
+    const Long nThread = static_cast<Long>(state.range(0));
+    const Long nRun = 400;
+    const std::vector<Long> aiRun = aiMcRunsOfRank(nRun, 0, 1);
+    std::vector<McRunResult> ares(aiRun.size());
+    for (auto _ : state) {
+        mcFlyRuns(ares.data(), aiRun, s.sched, s.disp, nThread);
+        benchmark::DoNotOptimize(ares.data());
+    }
+    state.SetItemsProcessed(state.iterations() * nRun);
+    state.SetLabel(s.szPlanName);
+}
+BENCHMARK(BM_McCampaign)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+}  // namespace
