@@ -22,11 +22,11 @@
 
 namespace {
 
-// The EGL display is one per process; every OffscreenGl shares it, and the
-// last one to close terminates it (terminating it earlier would destroy the
-// contexts of the others).
+// The EGL display is one per process, initialised by the first OffscreenGl
+// and kept until the process ends: terminating it would unload the driver,
+// and opening again would load it again (tens of milliseconds), while what
+// the driver keeps for the display would no longer be reachable.
 EGLDisplay pdisplayShared = EGL_NO_DISPLAY;
-Long nRefDisplayShared = 0;
 
 void logEglFailure(const char* szWhat) {
     logLineSzFmtU("ERROR: Windows error %u", static_cast<ULong>(eglGetError()));
@@ -45,10 +45,7 @@ bool bExtensionIn(const char* szList, const char* szExt) {
 }
 
 EGLDisplay pdisplayAcquire() {
-    if (nRefDisplayShared > 0) {
-        ++nRefDisplayShared;
-        return pdisplayShared;
-    }
+    if (pdisplayShared != EGL_NO_DISPLAY) return pdisplayShared;
     const char* szClientExt = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
     if (!bExtensionIn(szClientExt, "EGL_MESA_platform_surfaceless")) {
         logEglFailure("no surfaceless EGL platform");
@@ -73,17 +70,7 @@ EGLDisplay pdisplayAcquire() {
         return EGL_NO_DISPLAY;
     }
     pdisplayShared = pdisplay;
-    nRefDisplayShared = 1;
     return pdisplay;
-}
-
-void releaseDisplay() {
-    if (nRefDisplayShared <= 0) return;
-    if (--nRefDisplayShared == 0) {
-        eglTerminate(pdisplayShared);
-        eglReleaseThread();
-        pdisplayShared = EGL_NO_DISPLAY;
-    }
 }
 
 // A context of the compatibility profile, of whatever version the driver
@@ -146,25 +133,21 @@ bool OffscreenGl::bOpen(Long iPxDX, Long iPxDY) {
     if (pdisplay == EGL_NO_DISPLAY) return false;
     if (eglBindAPI(EGL_OPENGL_API) != EGL_TRUE) {
         logEglFailure("eglBindAPI(EGL_OPENGL_API)");
-        releaseDisplay();
         return false;
     }
     EGLConfig config = nullptr;
     if (!bChooseConfig(pdisplay, &config)) {
         logEglFailure("no 8-8-8-8 OpenGL configuration");
-        releaseDisplay();
         return false;
     }
     EGLContext pcontext = pcontextCreate(pdisplay, config);
     if (pcontext == EGL_NO_CONTEXT) {
         logEglFailure("eglCreateContext()");
-        releaseDisplay();
         return false;
     }
     if (eglMakeCurrent(pdisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, pcontext) != EGL_TRUE) {
         logEglFailure("eglMakeCurrent()");
         eglDestroyContext(pdisplay, pcontext);
-        releaseDisplay();
         return false;
     }
     _pvDisplay = pdisplay;
@@ -216,7 +199,6 @@ void OffscreenGl::close() {
     }
     eglMakeCurrent(_pvDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     eglDestroyContext(_pvDisplay, _pvContext);
-    releaseDisplay();
     _pvDisplay = nullptr;
     _pvContext = nullptr;
     _uFbo = _uRbColour = _uRbDepth = 0;

@@ -12,8 +12,9 @@
 // with the EGL error number (or the framebuffer status) and a line naming
 // the step to the run log, and bOpen() returns false.
 //
-// Only one OffscreenGl should be current at a time on a thread; the EGL
-// display is shared by all of them and released with the last one.
+// Only one OffscreenGl is current at a time on a thread. The EGL display is
+// shared by all of them and stays initialised until the process ends (the
+// driver is loaded once).
 #pragma once
 
 #include <functional>
