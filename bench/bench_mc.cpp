@@ -18,6 +18,7 @@
 
 #include "mc/campaign.h"
 #include "mc/dispersion.h"
+#include "mc/summary.h"
 #include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
@@ -142,5 +143,48 @@ void BM_McCampaign(benchmark::State& state) {
     state.SetLabel(s.szPlanName);
 }
 BENCHMARK(BM_McCampaign)->Arg(1)->Arg(2)->Unit(benchmark::kMillisecond)->UseRealTime();
+
+// What process 0 does after the flights, per run: one row of mc_runs.csv,
+// and the statistics of 100000 runs (sorting the misses).
+void BM_McCsvRow(benchmark::State& state) {
+    BenchSetup const& s = setup();
+    McRunResult res{};
+    res.iRun = 123456;
+    const McInputs inputs = mcInputsForRun(s.disp, 7);
+    for (int j = 0; j < nMcParam; j++) res.arFDev[j] = inputs.arFDev[j];
+    res.fTiRest = 6.35;
+    res.fXfRest = 30.123456789;
+    res.fZfRest = -0.0371234;
+    res.bTouchdown = 1;
+    res.fTiTouchdown = 5.4321;
+    res.fVeXfTouchdown = 0.123;
+    res.fVeZfTouchdown = -0.456;
+    res.fMsPropLeft = 0.7654;
+    res.nStep = 321;
+    for (auto _ : state) {
+        std::string sz = szMcCsvRow(res, 0.54321);
+        benchmark::DoNotOptimize(sz.data());
+    }
+    state.SetItemsProcessed(state.iterations());
+}
+BENCHMARK(BM_McCsvRow);
+
+void BM_McSummarize100k(benchmark::State& state) {
+    const Long n = 100000;
+    std::vector<McRunResult> ares(static_cast<std::size_t>(n));
+    McRng rng{99};
+    for (Long i = 0; i < n; i++) {
+        ares[static_cast<std::size_t>(i)] = McRunResult{};
+        ares[static_cast<std::size_t>(i)].iRun = i + 1;
+        ares[static_cast<std::size_t>(i)].fXfRest = 30.0 + rng.fNormal();
+        ares[static_cast<std::size_t>(i)].fZfRest = 0.1 * rng.fNormal();
+    }
+    for (auto _ : state) {
+        const McSummary summ = mcSummarize(ares.data(), n, 30.0, 0.0);
+        benchmark::DoNotOptimize(summ.fR95);
+    }
+    state.SetItemsProcessed(state.iterations() * n);
+}
+BENCHMARK(BM_McSummarize100k)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -448,7 +448,7 @@ int main(int argc, char** argv) {
     std::fflush(stdout);
 
     iStatus = 0;
-    if (!bWriteMcCsv(szRunsCsv, aAll.data(), disp.nRun, fXfRef, fZfRef)) {
+    if (!bWriteMcCsv(szRunsCsv, aAll.data(), disp.nRun, fXfRef, fZfRef, nThread)) {
         std::fprintf(stderr, "vantorell-mc: can't write %s\n", szRunsCsv);
         iStatus = 1;
     }

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
+#include <thread>
 
 namespace {
 
@@ -162,13 +163,33 @@ std::string szMcCsvRow(McRunResult const& res, double fMiss) {
 }
 
 bool bWriteMcCsv(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
-                 double fZfRef) {
+                 double fZfRef, Long nThread) {
     std::FILE* pfile = std::fopen(szFile, "w");
     if (pfile == nullptr) return false;
     bool bOk = std::fputs(szMcCsvHeader().c_str(), pfile) >= 0;
-    for (Long i = 0; i < n && bOk; i++)
-        bOk = std::fputs(szMcCsvRow(arResult[i], fMcMiss(arResult[i], fXfRef, fZfRef)).c_str(),
-                         pfile) >= 0;
+    // Rows are formatted in batches, each batch cut into one block per
+    // thread; the blocks are written in run order.
+    if (nThread < 1) nThread = 1;
+    constexpr Long nBatch = 65536;
+    std::vector<std::string> aszBlock(static_cast<std::size_t>(nThread));
+    for (Long iBatch = 0; iBatch < n && bOk; iBatch += nBatch) {
+        const Long nInBatch = std::min(nBatch, n - iBatch);
+        const Long nPerBlock = (nInBatch + nThread - 1) / nThread;
+        auto format = [&](Long iBlock) {
+            std::string& sz = aszBlock[static_cast<std::size_t>(iBlock)];
+            sz.clear();
+            const Long iBegin = iBatch + iBlock * nPerBlock;
+            const Long iEnd = std::min(iBegin + nPerBlock, iBatch + nInBatch);
+            for (Long i = iBegin; i < iEnd; i++)
+                sz += szMcCsvRow(arResult[i], fMcMiss(arResult[i], fXfRef, fZfRef));
+        };
+        std::vector<std::thread> athread;
+        for (Long iBlock = 1; iBlock < nThread; iBlock++) athread.emplace_back(format, iBlock);
+        format(0);
+        for (std::thread& th : athread) th.join();
+        for (std::string const& sz : aszBlock)
+            if (bOk && !sz.empty()) bOk = std::fwrite(sz.data(), 1, sz.size(), pfile) == sz.size();
+    }
     if (std::fclose(pfile) != 0) bOk = false;
     return bOk;
 }

@@ -63,7 +63,8 @@ std::string szMcSummaryText(McSummary const& summ, McSummaryLabels const& labels
 std::string szMcCsvHeader();
 std::string szMcCsvRow(McRunResult const& res, double fMiss);
 
-// Writes mc_runs.csv-style output for n results in run order; false when the
-// file cannot be written.
+// Writes mc_runs.csv-style output for n results in run order, formatting the
+// rows on nThread threads (the bytes do not depend on nThread); false when
+// the file cannot be written.
 bool bWriteMcCsv(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
-                 double fZfRef);
+                 double fZfRef, Long nThread = 1);

@@ -198,4 +198,20 @@ TEST_F(McSummaryFiles, CsvHasTheHeaderAndOneRowPerRunInOrder) {
     EXPECT_FALSE(bWriteMcCsv("no/such/dir/runs.csv", ares.data(), 2, 2.0, -1.0));
 }
 
+TEST_F(McSummaryFiles, CsvIsTheSameFormattedOnManyThreads) {
+    // More rows than one formatting batch, split unevenly among threads.
+    const Long n = 70001;
+    std::vector<McRunResult> ares(static_cast<std::size_t>(n));
+    std::string szExpected = szMcCsvHeader();
+    for (Long i = 0; i < n; i++) {
+        ares[static_cast<std::size_t>(i)] = resAt(i + 1, 0.001 * i, -0.5);
+        szExpected += szMcCsvRow(ares[static_cast<std::size_t>(i)],
+                                 fMcMiss(ares[static_cast<std::size_t>(i)], 1.0, 0.0));
+    }
+    for (Long nThread : {1, 2, 3, 7}) {
+        ASSERT_TRUE(bWriteMcCsv("runs.csv", ares.data(), n, 1.0, 0.0, nThread));
+        EXPECT_TRUE(vttest::readFile("runs.csv") == szExpected) << nThread << " threads";
+    }
+}
+
 }  // namespace
