@@ -2,6 +2,7 @@
 #include "sim/flight.h"
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
@@ -22,7 +23,12 @@ void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
                      A1Val<void*>* parPStvehicle) {
     // 1. The schedule, into arrays of our own; the file is closed before
     // the flight.
-    std::FILE* pfile = std::fopen(szFltplan, "r");
+    // Closed on every way out: the robustness builds turn a fatal error in
+    // the reader into an exception.
+    struct FileCloser {
+        void operator()(std::FILE* pfile) const { std::fclose(pfile); }
+    };
+    std::unique_ptr<std::FILE, FileCloser> pfile(std::fopen(szFltplan, "r"));
     if (pfile == nullptr) {
         char szMsg[400];
         std::snprintf(szMsg, sizeof szMsg, "can't open flight plan %s", szFltplan);
@@ -33,8 +39,8 @@ void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
     A1Val<double> arFTiCmd(0);
     A1Val<double> arFFcThrustCmd(0);
     A1Val<double> arFMmPitchCmd(0);
-    readCmdsFromPFILE(&arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd, pfile, szFltplan);
-    std::fclose(pfile);
+    readCmdsFromPFILE(&arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd, pfile.get(), szFltplan);
+    pfile.reset();
 
     // 2. The model over the program's planet and vehicle.
     ArFFnFArFModel model(&planet, &vehicle, fDTiDataFlight, arFTiCmd, arFFcThrustCmd,

@@ -298,6 +298,13 @@ ListStvehicle3dof* plistNew(double fTi, Stvehicle3dof* pst) {
     return new ListStvehicle3dof{fTi, pst, nullptr};
 }
 
+// Frees the list of saved states on every way out of sim(): in the
+// robustness builds an assertion inside a run is an exception.
+struct ListFreer {
+    ListStvehicle3dof* plist;
+    ~ListFreer() { deleteListStvehicle3dof(plist); }
+};
+
 }  // namespace
 
 void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
@@ -333,8 +340,9 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
     // inertia of the current mass), so a listing shows the starting value
     // throughout while the propellant burns.
     const double fIPitch = parFFnFArFModel->pvehicle->fIPitchAtFMs(arFState[7]);
-    ListStvehicle3dof* plistHead = plistNew(fTi, pstRecordAt(parFFnFArFModel, fTi, arFState,
-                                                             fIPitch));
+    ListFreer listfreer{plistNew(fTi, nullptr)};
+    ListStvehicle3dof* plistHead = listfreer.plist;
+    plistHead->pst = pstRecordAt(parFFnFArFModel, fTi, arFState, fIPitch);
     ListStvehicle3dof* plistLast = plistHead;
     Long iNData = 1;
     double fTiSave = fTi;
@@ -380,9 +388,9 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
         // f. Save at output times and at the end.
         const bool bAtEnd = (fTiMax - fTiIC) * (fTi - fTiMax) >= 0.0;
         if (std::fabs(fTi - fTiSave) >= std::fabs(fDTiData - fDTiStepMin) || bAtEnd) {
-            plistLast->plistTail = plistNew(fTi, pstRecordAt(parFFnFArFModel, fTi, arFState,
-                                                             fIPitch));
+            plistLast->plistTail = plistNew(fTi, nullptr);
             plistLast = plistLast->plistTail;
+            plistLast->pst = pstRecordAt(parFFnFArFModel, fTi, arFState, fIPitch);
             iNData += 1;
             fTiSave = fTi;
             bDTiUsedSet = false;
@@ -432,7 +440,6 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
         plist->pst = nullptr;
     }
     VT_ASSERT(iData == iNData);
-    deleteListStvehicle3dof(plistHead);
 }
 
 // ---- the command schedule -------------------------------------------------------------
