@@ -465,12 +465,23 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
     szFileForMsg(szName, sizeof szName, szFile);
     char szLine[nChLineBuf];
     szLine[0] = '\0';
+    // The next line (at most 1023 bytes of it) into szLine; false at the end
+    // of the file, where the buffer keeps the last line read. A read error
+    // (a directory, a failing disk) is fatal.
+    auto bReadLine = [&]() {
+        if (std::fgets(szLine, nChLineBuf, pfileIn) != nullptr) return true;
+        if (std::ferror(pfileIn)) {
+            char szMsg[400];
+            std::snprintf(szMsg, sizeof szMsg, "%s: read error", szName);
+            fatalErrorSzMsg(szMsg);
+        }
+        return false;
+    };
 
     // 1. The header: the line numbers of the first and last data rows.
     Long iLineFirst = 0;
     Long iLineLast = 0;
-    if (std::fgets(szLine, nChLineBuf, pfileIn) == nullptr ||
-        std::sscanf(szLine, "%i %i", &iLineFirst, &iLineLast) != 2) {
+    if (!bReadLine() || std::sscanf(szLine, "%i %i", &iLineFirst, &iLineLast) != 2) {
         char szMsg[400];
         std::snprintf(szMsg, sizeof szMsg,
                       "%s: first line must give the first and last data line numbers", szName);
@@ -488,7 +499,7 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
     // nothing more can be read, and the buffer keeps the last line read.
     bool bEof = false;
     for (std::int64_t iLine = 2; iLine < iLineFirst && !bEof; iLine++)
-        bEof = std::fgets(szLine, nChLineBuf, pfileIn) == nullptr;
+        bEof = !bReadLine();
 
     // 3.
     parFTiCmd->reconstructIFirstILast(1, nCmd);
@@ -504,7 +515,7 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
     double fTi = 0.0, fFcThrust = 0.0, fMmPitch = 0.0;
     Long iCmd = 0;
     for (std::int64_t iLine = iLineFirst; iLine <= iLineLast; iLine++) {
-        if (!bEof) bEof = std::fgets(szLine, nChLineBuf, pfileIn) == nullptr;
+        if (!bEof) bEof = !bReadLine();
         std::sscanf(szLine, "%lf %lf %lf", &fTi, &fFcThrust, &fMmPitch);
         if (!std::isfinite(fTi) || !std::isfinite(fFcThrust) || !std::isfinite(fMmPitch))
             fatalErrorSzFmtSzI("%s, line %i: a number is not finite", szName,

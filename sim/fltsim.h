@@ -146,8 +146,8 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
 //     repeated for the remaining rows.
 // Bad input ends the program with a fatal error naming szFile (exit 1, the
 // record in the run log): a first line without two integers, a first data
-// line before line 2, a row count below 1 or above 1,000,000, or a number
-// that is not finite (with its line number).
+// line before line 2, a row count below 1 or above 1,000,000, a number
+// that is not finite (with its line number), or a read error.
 void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
                        A1Val<double>* parFMmPitchCmd, std::FILE* pfileIn,
                        const char* szFile = "command schedule");

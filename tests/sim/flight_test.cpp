@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <filesystem>
 #include <string>
 
 #include "support/testutil.h"
@@ -60,6 +61,12 @@ TEST_F(FlightFile, BadPlanIsAFatalErrorNamingTheFileAndLine) {
     vttest::writeFile("fltplan.txt", "   3    4\nheader\n0 600 0\n1 nan 0\n");
     EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun),
                 ::testing::ExitedWithCode(1), "fltplan\\.txt, line 4: a number is not finite");
+}
+
+TEST_F(FlightFile, UnreadablePlanIsAFatalError) {
+    std::filesystem::create_directory("fltplan.txt");
+    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun),
+                ::testing::ExitedWithCode(1), "fltplan\\.txt: read error");
 }
 
 TEST_F(FlightFile, FliesFromTheInitialStateForThirtySecondsAtMost) {
