@@ -1,5 +1,7 @@
 // The planning chain of `p` on the program-wide plan, and the reports of
 // `l` and `f`, on the reference hops.
+#include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -7,6 +9,8 @@
 
 #include "plan/planstate.h"
 #include "plan/wptfpln.h"
+#include "sim/flight.h"
+#include "sim/ground.h"
 #include "sim/params.h"
 #include "support/testutil.h"
 
@@ -139,4 +143,76 @@ TEST_F(PlanStateTest, UnwritableReportIsSkippedWithOneLine) {
     testing::internal::CaptureStderr();
     writeTraj1lTxt();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "can't write traj1l.txt\n");
+}
+
+// ---- the bundled example hop ----------------------------------------------------
+
+namespace {
+
+double fZGndAt(double x) {
+    double xGnd = 0.0, yGnd = 0.0, zGnd = 0.0;
+    EXPECT_TRUE(bPtOnGndAtXY(&xGnd, &yGnd, &zGnd, x, 0.0, &arPArPPtVtxPgnGnd)) << x;
+    return zGnd;
+}
+
+const double fXFarPlain = 27.23947192824111;  // where the far plain begins
+
+}  // namespace
+
+TEST_F(PlanStateTest, BundledHopStaysWithinThrustAndPropellantAndClearsTheTerrain) {
+    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/traj1r.txt"));
+    const Long iLast = pvdfT->hi;
+    const double fX0 = (*pvdfAt(paPVdfX, 0))[1];
+    const double fXEnd = (*pvdfAt(paPVdfX, iLast))[1];
+    // From the pad at x = 0 to the far plain, leaving the 1 m landing
+    // tolerance on the plain.
+    EXPECT_EQ(fX0, 0.0);
+    EXPECT_EQ((*pvdfAt(paPVdfX, 0))[3], 0.0);
+    EXPECT_GT(fXEnd - 1.0, fXFarPlain);
+    EXPECT_NEAR((*pvdfAt(paPVdfX, iLast))[3], 0.0, 1e-12);
+
+    // Every thruster between 0 and 100 % of its share of the maximum thrust.
+    EXPECT_GE(fFThrusterMin, 0.0);
+    EXPECT_LE(fFThrusterMax, fFcThrustMax / 3.0);
+    // Less propellant than the 5 kg on board.
+    EXPECT_LT(fMsProp, 5.0);
+    EXPECT_GT((*pvdfMs)[iLast], fMsEmpty);
+
+    // At least 0.5 m above the terrain, except in the vertical take-off and
+    // landing columns (within 0.5 m of the end points), where the path is
+    // never below the ground.
+    for (Long i = 0; i <= iLast; i++) {
+        const double x = (*pvdfAt(paPVdfX, i))[1];
+        const double fClear = (*pvdfAt(paPVdfX, i))[3] - fZGndAt(x);
+        if (std::fabs(x - fX0) > 0.5 && std::fabs(x - fXEnd) > 0.5)
+            EXPECT_GE(fClear, 0.5) << "t = " << (*pvdfT)[i] << ", x = " << x;
+        else
+            EXPECT_GE(fClear, -1e-9) << "t = " << (*pvdfT)[i] << ", x = " << x;
+    }
+}
+
+TEST_F(PlanStateTest, BundledHopFlownWithItsPlanComesToRestUprightWherePlanned) {
+    std::filesystem::copy_file(VT_EXAMPLES "/traj1r.txt", "traj1r.txt");
+    std::string szOut;
+    ASSERT_TRUE(bRunPlan(&szOut));
+    const double fXEnd = (*pvdfAt(paPVdfX, pvdfT->hi))[1];
+    A1Val<double> arFTi(1, 0);
+    A1Val<void*> arPSt(1, 0);
+    flyScheduleFile("fltplan.txt", &arFTi, &arPSt);
+    ASSERT_GE(arPSt.iLast(), 1);
+    const Stvehicle3dof& st = *static_cast<Stvehicle3dof*>(arPSt[arPSt.iLast()]);
+    // The run stopped at rest, before the 30 s limit.
+    EXPECT_LT(arFTi[arFTi.iLast()], 30.0);
+    EXPECT_LT(std::fabs(st.fVeXf), 0.01);
+    EXPECT_LT(std::fabs(st.fVeZf), 0.01);
+    // Upright, on the ground, within 1 m of the planned end point.
+    EXPECT_LT(std::fabs(st.fPitch), 5.0 / 180.0 * 3.141592653589793);
+    EXPECT_NEAR(st.fXf, fXEnd, 1.0);
+    EXPECT_NEAR(st.fZf, fZGndAt(st.fXf), 0.1);
+    // It flew: it cleared the ground on the way.
+    double fZMax = 0.0;
+    for (Long i = 1; i <= arPSt.iLast(); i++)
+        fZMax = std::max(fZMax, static_cast<Stvehicle3dof*>(arPSt[i])->fZf);
+    EXPECT_GT(fZMax, 1.0);
+    deleteStoredRun(&arFTi, &arPSt);
 }
