@@ -40,8 +40,8 @@ struct PlanPitchStep {
     }
 };
 
-A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz,
-                         double fPitchDot, double fMs) {
+A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz, double fPitchDot,
+                         double fMs) {
     A1Val<double> ar(1, 7);
     ar[1] = x;
     ar[2] = z;

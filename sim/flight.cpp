@@ -7,12 +7,12 @@
 namespace {
 
 // The fixed settings of a flight from a plan file.
-constexpr double fTiICFlight = 0.0;          // s
-constexpr double fTiMaxFlight = 30.0;        // s
-constexpr double fDTiDataFlight = 0.05;      // s, output interval
-constexpr double fDTiStepMinFlight = 1e-6;   // s
+constexpr double fTiICFlight = 0.0;         // s
+constexpr double fTiMaxFlight = 30.0;       // s
+constexpr double fDTiDataFlight = 0.05;     // s, output interval
+constexpr double fDTiStepMinFlight = 1e-6;  // s
 constexpr Long iNStepMaxFlight = 20000;
-constexpr double fTolIntgFlight = 0.001;     // every state's error allowance
+constexpr double fTolIntgFlight = 0.001;  // every state's error allowance
 
 // Degrees from radians, in the order the report has always used.
 double fDegFmFRdn(double fRdn) { return fRdn / 3.141592653589793 * 180.0; }
@@ -58,9 +58,9 @@ void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
     arFStateIC[7] = stvehicle3dof0.fMs;
 
     // 4. The flight.
-    sim(parFTiData, parPStvehicle, &model, fTiICFlight, arFStateIC, fTiMaxFlight,
-        fDTiDataFlight, fDTiStepMinFlight, iNStepMaxFlight, fTolIntgFlight, fTolIntgFlight,
-        fTolIntgFlight, fTolIntgFlight, fTolIntgFlight);
+    sim(parFTiData, parPStvehicle, &model, fTiICFlight, arFStateIC, fTiMaxFlight, fDTiDataFlight,
+        fDTiStepMinFlight, iNStepMaxFlight, fTolIntgFlight, fTolIntgFlight, fTolIntgFlight,
+        fTolIntgFlight, fTolIntgFlight);
 }
 
 void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle) {
@@ -72,8 +72,7 @@ void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle) {
     parPStvehicle->reconstructIFirstILast(1, 0);
 }
 
-void writeResultsTxt(const char* szFile, A1Val<double>& arFTiDataIn,
-                     A1Val<void*>& arPStvehicleIn) {
+void writeResultsTxt(const char* szFile, A1Val<double>& arFTiDataIn, A1Val<void*>& arPStvehicleIn) {
     std::FILE* pfile = std::fopen(szFile, "w");
     if (pfile == nullptr) return;  // not reported: the run itself is kept
     std::fprintf(pfile,

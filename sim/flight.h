@@ -20,8 +20,7 @@
 //
 // A file that cannot be opened is a fatal error naming it ("can't open flight
 // plan NAME"); a malformed schedule ends as readCmdsFromPFILE describes.
-void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
-                     A1Val<void*>* parPStvehicle);
+void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle);
 
 // Frees the records of a stored run and leaves both arrays empty (1..0).
 void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle);
@@ -31,5 +30,4 @@ void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle);
 // "%8.2lf" and thrust command, thrust, moment command and moment as "%8.1lf".
 // Only pitch and pitch rate are converted. A file that cannot be opened for
 // writing is skipped silently (the report is not written, the run stays).
-void writeResultsTxt(const char* szFile, A1Val<double>& arFTiData,
-                     A1Val<void*>& arPStvehicle);
+void writeResultsTxt(const char* szFile, A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle);

@@ -19,16 +19,16 @@ A1Val<void*> arPStvehicle(0);
 namespace {
 
 // Ground contact constants.
-constexpr double fZfClearGnd = 1.0;                 // m, height that arms the contact
+constexpr double fZfClearGnd = 1.0;                        // m, height that arms the contact
 constexpr double fRdnAttErrFriction = 0.8726646259971648;  // 50 deg
-constexpr double fMuGnd = 0.6;                      // friction coefficient
-constexpr double fKSpringGnd = 10000.0;             // N/m
-constexpr double fCDampGnd = 500.0;                 // N/(m/s)
-constexpr double fVeXfStuck = 0.025;                // m/s, below it no sliding force
-constexpr double fRdnSameSlope = 0.001;             // rad
-constexpr double fKPitchGnd = 400.0;                // N*m/rad
-constexpr double fCPitchGndUpright = 100.0;         // N*m/(rad/s)
-constexpr double fCPitchGndTipped = 10.0;           // N*m/(rad/s)
+constexpr double fMuGnd = 0.6;                             // friction coefficient
+constexpr double fKSpringGnd = 10000.0;                    // N/m
+constexpr double fCDampGnd = 500.0;                        // N/(m/s)
+constexpr double fVeXfStuck = 0.025;                       // m/s, below it no sliding force
+constexpr double fRdnSameSlope = 0.001;                    // rad
+constexpr double fKPitchGnd = 400.0;                       // N*m/rad
+constexpr double fCPitchGndUpright = 100.0;                // N*m/(rad/s)
+constexpr double fCPitchGndTipped = 10.0;                  // N*m/(rad/s)
 
 // The fixed initial rotation of the body frame (half a turn about z), built
 // once for the whole program.
@@ -81,8 +81,7 @@ void deleteListStvehicle3dof(ListStvehicle3dof* plist) {
 }
 
 Stvehicle3dof* pstFmArFState(A1Val<double>& arFState, double fIPitch, double fFcThrustCmdIn,
-                             double fFcThrustActIn, double fMmPitchCmdIn,
-                             double fMmPitchActIn) {
+                             double fFcThrustActIn, double fMmPitchCmdIn, double fMmPitchActIn) {
     return new Stvehicle3dof(arFState[1], arFState[2], arFState[4], arFState[5], arFState[3],
                              arFState[6], arFState[7], fIPitch, fFcThrustCmdIn, fFcThrustActIn,
                              fMmPitchCmdIn, fMmPitchActIn);
@@ -159,8 +158,9 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
         const double* arFFc = arFFcThrustCmd._pel0;
         const double* arFMm = arFMmPitchCmd._pel0;
         cmdFromTable(
-            pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff, [arFTi](Long i) { return arFTi[i]; },
-            [arFFc](Long i) { return arFFc[i]; }, [arFMm](Long i) { return arFMm[i]; });
+            pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff,
+            [arFTi](Long i) { return arFTi[i]; }, [arFFc](Long i) { return arFFc[i]; },
+            [arFMm](Long i) { return arFMm[i]; });
     } else {
         // Any other shape: the checked reads end the program at the first
         // index outside an array ("array bounds").
@@ -226,9 +226,8 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
 
     // 6. Ground contact, once the vehicle has cleared the pad.
     double xAtGnd, yAtGnd, zAtGnd, dxNGnd, dyNGnd, dzNGnd;
-    if (bClearedGnd && bPtAtOrBelowPArPArPPtVtxPgnGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd,
-                                                      &dyNGnd, &dzNGnd, x, 0.0, z,
-                                                      &arPArPPtVtxPgnGnd)) {
+    if (bClearedGnd && bPtAtOrBelowPArPArPPtVtxPgnGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd, &dyNGnd,
+                                                      &dzNGnd, x, 0.0, z, &arPArPPtVtxPgnGnd)) {
         // a. Slope of the ground under the vehicle.
         const double fPitchGnd = std::atan2(-dxNGnd, dzNGnd);
         const double fCosPitchGnd = std::cos(fPitchGnd);
@@ -283,8 +282,8 @@ namespace {
 // at the current mass. The actuals come from the commands alone, not from
 // the engine cut or the ground torques of the dynamics (once the engine is
 // off the commands are zero, and so are the recorded actuals).
-Stvehicle3dof* pstRecordAt(ArFFnFArFModel* parFFnFArFModel, double fTi,
-                           A1Val<double>& arFState, double fIPitch) {
+Stvehicle3dof* pstRecordAt(ArFFnFArFModel* parFFnFArFModel, double fTi, A1Val<double>& arFState,
+                           double fIPitch) {
     double fFcThrustCmdNow, fMmPitchCmdNow;
     parFFnFArFModel->cmdAtFTi(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi);
     double fFcThrustActNow, fMmPitchActNow;
@@ -307,10 +306,10 @@ struct ListFreer {
 
 }  // namespace
 
-void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
-         ArFFnFArFModel* parFFnFArFModel, double fTiIC, A1Val<double>& arFStateIC,
-         double fTiMax, double fDTiData, double fDTiStepMin, Long iNStepMax, double fTolIntgX,
-         double fTolIntgXDot, double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs) {
+void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
+         double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
+         double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
+         double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs) {
     // 1. Working arrays.
     const Long iNState = iNStateVehicle;
     VT_ASSERT(arFStateIC.n() == iNState);
@@ -358,8 +357,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
 
         // b. Forward only.
         if (fDTi <= 0.0) {
-            std::printf("fTiMax = %16.6le, fTiIC = %16.6le, fDTi = %16.6le\n", fTiMax, fTiIC,
-                        fDTi);
+            std::printf("fTiMax = %16.6le, fTiIC = %16.6le, fDTi = %16.6le\n", fTiMax, fTiIC, fDTi);
             std::fflush(stdout);
             VT_ASSERT(fDTi > 0.0);
         }
@@ -498,8 +496,7 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
     // 2. Skip the lines before the first data row. Once the file has ended
     // nothing more can be read, and the buffer keeps the last line read.
     bool bEof = false;
-    for (std::int64_t iLine = 2; iLine < iLineFirst && !bEof; iLine++)
-        bEof = !bReadLine();
+    for (std::int64_t iLine = 2; iLine < iLineFirst && !bEof; iLine++) bEof = !bReadLine();
 
     // 3.
     parFTiCmd->reconstructIFirstILast(1, nCmd);

@@ -74,9 +74,8 @@ extern thread_local double fPitchGndAtLandingSite;
 // evaluations that it later rejects (see arFAtFArF).
 class ArFFnFArFModel : public ArF64FnF64ArF64 {
 public:
-    ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fDTiIn,
-                   A1Val<double>& arFTiCmdIn, A1Val<double>& arFFcThrustCmdIn,
-                   A1Val<double>& arFMmPitchCmdIn);
+    ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fDTiIn, A1Val<double>& arFTiCmdIn,
+                   A1Val<double>& arFFcThrustCmdIn, A1Val<double>& arFMmPitchCmdIn);
 
     // Writes the derivative of arFState (1..7) at fTi into *parFDeriv
     // (re-sized to the state's range). Allocates nothing once *parFDeriv has
@@ -125,10 +124,10 @@ public:
 // it is, with no record for the resting moment unless it falls on an output
 // time), or when the proposed step is at most fDTiStepMin ("Step size too
 // small" on standard output; the records so far are returned).
-void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
-         ArFFnFArFModel* parFFnFArFModel, double fTiIC, A1Val<double>& arFStateIC,
-         double fTiMax, double fDTiData, double fDTiStepMin, Long iNStepMax, double fTolIntgX,
-         double fTolIntgXDot, double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs);
+void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
+         double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
+         double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
+         double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs);
 
 // Reads a command schedule from the open file's current position into the
 // three arrays (re-sized to 1..nCmd); the caller opens and closes the file.

@@ -289,12 +289,11 @@ bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double 
                   A1Val<void*>* parPArPPtVtxPgnGnd) {
     for (Long iPgn = parPArPPtVtxPgnGnd->iFirst(); iPgn <= parPArPPtVtxPgnGnd->iLast(); iPgn++) {
         A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn);
-        const bool bInside = bInsideByWinding(
-            x, y, parPPtVtx->iFirst(), parPPtVtx->iLast(),
-            [parPPtVtx](Long i, double* pu, double* pv) {
-                *pu = ptVtx(parPPtVtx, i).fX;
-                *pv = ptVtx(parPPtVtx, i).fY;
-            });
+        const bool bInside = bInsideByWinding(x, y, parPPtVtx->iFirst(), parPPtVtx->iLast(),
+                                              [parPPtVtx](Long i, double* pu, double* pv) {
+                                                  *pu = ptVtx(parPPtVtx, i).fX;
+                                                  *pv = ptVtx(parPPtVtx, i).fY;
+                                              });
         if (bInside) {
             double a, b, c, d;
             plnEqnPgn(&a, &b, &c, &d, parPPtVtx);

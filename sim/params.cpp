@@ -99,9 +99,8 @@ void initParams() {
     fFcThrustAct = 0.0;
     fMmPitchCmd = 0.0;
     fMmPitchAct = 0.0;
-    stvehicle3dof0 = Stvehicle3dof(fXf0, fZf0, fVeXf0, fVeZf0, fPitch0, fPitchDot0, fMs0,
-                                   fIPitch0, fFcThrustCmd, fFcThrustAct, fMmPitchCmd,
-                                   fMmPitchAct);
+    stvehicle3dof0 = Stvehicle3dof(fXf0, fZf0, fVeXf0, fVeZf0, fPitch0, fPitchDot0, fMs0, fIPitch0,
+                                   fFcThrustCmd, fFcThrustAct, fMmPitchCmd, fMmPitchAct);
 
     // The ground. Angles in radians: 20, 45 and 30 degrees. Each strip
     // begins where the last one ended; the upslope's end is computed from its

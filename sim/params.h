@@ -48,23 +48,39 @@ struct Vehicle {
     double fCdAZ;         // along body z, m^2
 
     Vehicle()
-        : fMsGTO(0.0), fMsEmpty(0.0), fIPitchGTO(0.0), fIPitchEmpty(0.0), fFcThrustMax(0.0),
-          fMmPitchMax(0.0), fMmOvFcMax(0.0), fIsp(0.0), fCdAX(0.0), fCdAY(0.0), fCdAZ(0.0) {}
+        : fMsGTO(0.0),
+          fMsEmpty(0.0),
+          fIPitchGTO(0.0),
+          fIPitchEmpty(0.0),
+          fFcThrustMax(0.0),
+          fMmPitchMax(0.0),
+          fMmOvFcMax(0.0),
+          fIsp(0.0),
+          fCdAX(0.0),
+          fCdAY(0.0),
+          fCdAZ(0.0) {}
     Vehicle(double fMsGTOIn, double fMsEmptyIn, double fIPitchGTOIn, double fIPitchEmptyIn,
             double fFcThrustMaxIn, double fMmPitchMaxIn, double fMmOvFcMaxIn, double fIspIn,
             double fCdAXIn, double fCdAYIn, double fCdAZIn)
-        : fMsGTO(fMsGTOIn), fMsEmpty(fMsEmptyIn), fIPitchGTO(fIPitchGTOIn),
-          fIPitchEmpty(fIPitchEmptyIn), fFcThrustMax(fFcThrustMaxIn),
-          fMmPitchMax(fMmPitchMaxIn), fMmOvFcMax(fMmOvFcMaxIn), fIsp(fIspIn), fCdAX(fCdAXIn),
-          fCdAY(fCdAYIn), fCdAZ(fCdAZIn) {}
+        : fMsGTO(fMsGTOIn),
+          fMsEmpty(fMsEmptyIn),
+          fIPitchGTO(fIPitchGTOIn),
+          fIPitchEmpty(fIPitchEmptyIn),
+          fFcThrustMax(fFcThrustMaxIn),
+          fMmPitchMax(fMmPitchMaxIn),
+          fMmOvFcMax(fMmOvFcMaxIn),
+          fIsp(fIspIn),
+          fCdAX(fCdAXIn),
+          fCdAY(fCdAYIn),
+          fCdAZ(fCdAZIn) {}
 
     // Actuator limits. Thrust: the command clamped to [0, fFcThrustMax]
     // while fMs > fMsEmpty, else 0. Moment: 0 at or below fMsEmpty, else the
     // command clamped to [-fMmPitchMax, +fMmPitchMax] and then to at most
     // fMmOvFcMax times the actual thrust in magnitude (so zero thrust gives
     // zero moment).
-    void fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchAct,
-                                  double fFcThrustCmd, double fMmPitchCmd, double fMs) const;
+    void fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchAct, double fFcThrustCmd,
+                                  double fMmPitchCmd, double fMs) const;
 
     // Pitch inertia at a mass, linear between (fMsEmpty, fIPitchEmpty) and
     // (fMsGTO, fIPitchGTO); extrapolates outside that range.
@@ -88,17 +104,34 @@ struct Stvehicle3dof {
     double fMmPitchAct;   // pitch moment after limits, N*m
 
     Stvehicle3dof()
-        : fXf(0.0), fZf(0.0), fVeXf(0.0), fVeZf(0.0), fPitch(0.0), fPitchDot(0.0), fMs(0.0),
-          fIPitch(0.0), fFcThrustCmd(0.0), fFcThrustAct(0.0), fMmPitchCmd(0.0),
+        : fXf(0.0),
+          fZf(0.0),
+          fVeXf(0.0),
+          fVeZf(0.0),
+          fPitch(0.0),
+          fPitchDot(0.0),
+          fMs(0.0),
+          fIPitch(0.0),
+          fFcThrustCmd(0.0),
+          fFcThrustAct(0.0),
+          fMmPitchCmd(0.0),
           fMmPitchAct(0.0) {}
     Stvehicle3dof(Stvehicle3dof const&) = default;
     Stvehicle3dof& operator=(Stvehicle3dof const&) = default;
     Stvehicle3dof(double fXfIn, double fZfIn, double fVeXfIn, double fVeZfIn, double fPitchIn,
                   double fPitchDotIn, double fMsIn, double fIPitchIn, double fFcThrustCmdIn,
                   double fFcThrustActIn, double fMmPitchCmdIn, double fMmPitchActIn)
-        : fXf(fXfIn), fZf(fZfIn), fVeXf(fVeXfIn), fVeZf(fVeZfIn), fPitch(fPitchIn),
-          fPitchDot(fPitchDotIn), fMs(fMsIn), fIPitch(fIPitchIn), fFcThrustCmd(fFcThrustCmdIn),
-          fFcThrustAct(fFcThrustActIn), fMmPitchCmd(fMmPitchCmdIn),
+        : fXf(fXfIn),
+          fZf(fZfIn),
+          fVeXf(fVeXfIn),
+          fVeZf(fVeZfIn),
+          fPitch(fPitchIn),
+          fPitchDot(fPitchDotIn),
+          fMs(fMsIn),
+          fIPitch(fIPitchIn),
+          fFcThrustCmd(fFcThrustCmdIn),
+          fFcThrustAct(fFcThrustActIn),
+          fMmPitchCmd(fMmPitchCmdIn),
           fMmPitchAct(fMmPitchActIn) {}
 };
 

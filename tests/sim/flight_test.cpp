@@ -25,13 +25,12 @@ protected:
     A1Val<void*> arPStRun{0};
 };
 
-void expectReferenceFlight(const std::string& szCase, A1Val<double>* parFTi,
-                           A1Val<void*>* parPSt) {
+void expectReferenceFlight(const std::string& szCase, A1Val<double>* parFTi, A1Val<void*>* parPSt) {
     vttest::copyTestData("reference/flight/" + szCase + "/fltplan.txt", "fltplan.txt");
     flyScheduleFile("fltplan.txt", parFTi, parPSt);
     writeResultsTxt("results.txt", *parFTi, *parPSt);
-    const std::string szExpected = vttest::readFile(std::string(VT_TEST_DATA) + "/reference/flight/" +
-                                                    szCase + "/expected/results.txt");
+    const std::string szExpected = vttest::readFile(
+        std::string(VT_TEST_DATA) + "/reference/flight/" + szCase + "/expected/results.txt");
     ASSERT_FALSE(szExpected.empty());
     EXPECT_EQ(vttest::readFile("results.txt"), szExpected);
 }
@@ -59,14 +58,14 @@ TEST_F(FlightFile, MissingPlanIsAFatalErrorNamingIt) {
 
 TEST_F(FlightFile, BadPlanIsAFatalErrorNamingTheFileAndLine) {
     vttest::writeFile("fltplan.txt", "   3    4\nheader\n0 600 0\n1 nan 0\n");
-    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun),
-                ::testing::ExitedWithCode(1), "fltplan\\.txt, line 4: a number is not finite");
+    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun), ::testing::ExitedWithCode(1),
+                "fltplan\\.txt, line 4: a number is not finite");
 }
 
 TEST_F(FlightFile, UnreadablePlanIsAFatalError) {
     std::filesystem::create_directory("fltplan.txt");
-    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun),
-                ::testing::ExitedWithCode(1), "fltplan\\.txt: read error");
+    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun), ::testing::ExitedWithCode(1),
+                "fltplan\\.txt: read error");
 }
 
 TEST_F(FlightFile, FliesFromTheInitialStateForThirtySecondsAtMost) {
@@ -125,8 +124,8 @@ TEST_F(FlightFile, ResultsLayoutWithDegrees) {
     arPStRun[2] = new Stvehicle3dof(1234.5678, -0.004, 3.14159, -2.5, -M_PI / 4.0, 1.0, 97.126,
                                     13.5, 1480.0, 1234.56, -592.0, 0.04);
     arFTiRun[3] = 29.999;
-    arPStRun[3] = new Stvehicle3dof(123456.789, 5.0, 0, 0, -M_PI, -M_PI, 95.0, 13.06, 0, 0,
-                                    7.25, -7.25);
+    arPStRun[3] =
+        new Stvehicle3dof(123456.789, 5.0, 0, 0, -M_PI, -M_PI, 95.0, 13.06, 0, 0, 7.25, -7.25);
     writeResultsTxt("results.txt", arFTiRun, arPStRun);
     // x, z, vx, vz and mass in their own units; pitch and pitch rate in
     // degrees (1 rad/s is 57.2958 deg/s); a number too wide for its field

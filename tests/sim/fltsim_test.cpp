@@ -68,8 +68,8 @@ struct StoredFlight {
 };
 
 // State vector (x, z, pitch, vx, vz, pitch rate, mass).
-A1Val<double> arFState(double x, double z, double fPitch, double vx, double vz,
-                       double fPitchDot, double fMs) {
+A1Val<double> arFState(double x, double z, double fPitch, double vx, double vz, double fPitchDot,
+                       double fMs) {
     A1Val<double> ar(1, 7);
     ar[1] = x;
     ar[2] = z;
@@ -90,7 +90,8 @@ void simRun(StoredFlight* prun, ArFFnFArFModel* pmodel, double fTiIC, A1Val<doub
 }
 
 // Flies the model with the program's usual settings from a given state.
-void fly(StoredFlight* prun, ArFFnFArFModel* pmodel, A1Val<double> arFStateIC, double fTiMax = 30.0) {
+void fly(StoredFlight* prun, ArFFnFArFModel* pmodel, A1Val<double> arFStateIC,
+         double fTiMax = 30.0) {
     sim(&prun->arFTi, &prun->arPSt, pmodel, 0.0, arFStateIC, fTiMax, 0.05, 1e-6, 20000, 0.001,
         0.001, 0.001, 0.001, 0.001);
 }
@@ -333,8 +334,7 @@ class SimContact : public Sim {
 protected:
     void SetUp() override {
         Sim::SetUp();
-        pmodel = new ArFFnFArFModel(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc,
-                                    sch.arFMm);
+        pmodel = new ArFFnFArFModel(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
         arFDerivAt(pmodel, 0.0, arFState(0, 2.0, 0, 0, 0, 0, 100));  // clears the pad
         fPitchGndAtLandingSite = 99.0;
     }
@@ -401,8 +401,8 @@ TEST_F(SimContact, UprightTorqueAndTippedDamping) {
 
 TEST_F(SimContact, OnTheTwentyDegreeSlopeTheSpringActsAlongTheNormal) {
     // 1 cm vertically below the slope at x = 5, tipped (pitch 1.5 rad is more
-    // than 50 deg off the slope) so that there is no friction. The penetration normal to the slope is h cos 20; the spring
-    // reads its depth in z from the foot (h cos^2 20) and scales by cos 20
+    // than 50 deg off the slope) so that there is no friction. The penetration normal to the slope
+    // is h cos 20; the spring reads its depth in z from the foot (h cos^2 20) and scales by cos 20
     // again: |N| = k h cos^3 20, along the slope's normal (sin 20, 0, cos 20).
     const double h = 0.01;
     const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
@@ -462,9 +462,8 @@ TEST_F(Sim, FlightsOnSeveralThreadsMatchTheSerialFlightBitForBit) {
         ASSERT_EQ(arunThreads[k].n(), arunSerial[k].n()) << k;
         for (Long i = 1; i <= arunSerial[k].n(); i++) {
             EXPECT_EQ(arunThreads[k].fTi(i), arunSerial[k].fTi(i));
-            EXPECT_EQ(std::memcmp(&arunThreads[k].st(i), &arunSerial[k].st(i),
-                                  sizeof(Stvehicle3dof)),
-                      0)
+            EXPECT_EQ(
+                std::memcmp(&arunThreads[k].st(i), &arunSerial[k].st(i), sizeof(Stvehicle3dof)), 0)
                 << k << " " << i;
         }
     }
@@ -717,8 +716,8 @@ TEST_F(Sim, RestBetweenOutputTimesLeavesNoRecordForIt) {
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
     testing::internal::CaptureStdout();
-    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 1.0, 1e-6,
-        20000, 0.001, 100.0, 0.001, 100.0, 0.001);
+    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 1.0, 1e-6, 20000, 0.001, 100.0,
+           0.001, 100.0, 0.001);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
     ASSERT_EQ(run.n(), 1);
     EXPECT_EQ(run.fTi(1), 0.0);
@@ -731,8 +730,8 @@ TEST_F(Sim, NonPositiveSpanPrintsTheTimesAndFails) {
         {
             dup2(2, 1);  // the times go to standard output
             StoredFlight run;
-            simRun(&run, &model, 1.0, arFState(0, 0, 0, 0, 0, 0, 100), 0.0, 0.05,
-                1e-6, 20000, 0.001, 0.001, 0.001, 0.001, 0.001);
+            simRun(&run, &model, 1.0, arFState(0, 0, 0, 0, 0, 0, 100), 0.0, 0.05, 1e-6, 20000,
+                   0.001, 0.001, 0.001, 0.001, 0.001);
         },
         "fTiMax =     0\\.000000e\\+00, fTiIC =     1\\.000000e\\+00, fDTi =    "
         "-5\\.000000e-02\nAssertion failed: fDTi > 0\\.0");
@@ -740,8 +739,8 @@ TEST_F(Sim, NonPositiveSpanPrintsTheTimesAndFails) {
         {
             dup2(2, 1);
             StoredFlight run;
-            simRun(&run, &model, 2.0, arFState(0, 0, 0, 0, 0, 0, 100), 2.0, 0.05,
-                1e-6, 20000, 0.001, 0.001, 0.001, 0.001, 0.001);
+            simRun(&run, &model, 2.0, arFState(0, 0, 0, 0, 0, 0, 100), 2.0, 0.05, 1e-6, 20000,
+                   0.001, 0.001, 0.001, 0.001, 0.001);
         },
         "fTiMax =     2\\.000000e\\+00, fTiIC =     2\\.000000e\\+00, fDTi =    -5\\.000000e-02");
 }
@@ -753,8 +752,8 @@ TEST_F(Sim, WrongStateLengthIsAnAssertion) {
     EXPECT_DEATH(
         {
             StoredFlight run;
-            simRun(&run, &model, 0.0, arF6, 30.0, 0.05, 1e-6, 20000, 0.001,
-                0.001, 0.001, 0.001, 0.001);
+            simRun(&run, &model, 0.0, arF6, 30.0, 0.05, 1e-6, 20000, 0.001, 0.001, 0.001, 0.001,
+                   0.001);
         },
         "Assertion failed: arFStateIC.n\\(\\) == iNState");
 }
@@ -766,8 +765,8 @@ TEST_F(Sim, TooManyStepsIsPrintedThenAnAssertion) {
         {
             dup2(2, 1);
             StoredFlight run;
-            simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0,
-                0.05, 1e-6, 3, 0.001, 0.001, 0.001, 0.001, 0.001);
+            simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 0.05, 1e-6, 3, 0.001,
+                   0.001, 0.001, 0.001, 0.001);
         },
         "^Too many stepsAssertion failed: bStopped");
 }
@@ -779,8 +778,8 @@ TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
     testing::internal::CaptureStdout();
-    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 0.05, 0.2,
-        20000, 0.001, 0.001, 0.001, 0.001, 0.001);
+    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 0.05, 0.2, 20000, 0.001, 0.001,
+           0.001, 0.001, 0.001);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Step size too small\n");
     ASSERT_EQ(run.n(), 1);  // 0.05 s is not a full output interval less 0.2 s
     EXPECT_EQ(run.st(1).fMs, 100.0);
@@ -809,7 +808,8 @@ TEST_F(SimInTempDir, StepThatCannotAdvanceTheClockLeavesTheStepperDump) {
         << szDump;
 }
 
-// ---- the schedule reader --------------------------------------------------------------------------
+// ---- the schedule reader
+// --------------------------------------------------------------------------
 
 TEST_F(Sim, ReaderSkipsToTheFirstDataLine) {
     Schedule sch;
@@ -905,7 +905,8 @@ TEST_F(SimInTempDir, ReaderRejectsABadHeader) {
 }
 
 TEST_F(SimInTempDir, ReaderRejectsNumbersThatAreNotFinite) {
-    expectReaderFatal("3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n", "plan\\.txt, line 4: a number is not finite");
+    expectReaderFatal("3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n",
+                      "plan\\.txt, line 4: a number is not finite");
     expectReaderFatal("3 5\nh\n0 1 2\n1 1 2\n2 0 -inf\n",
                       "plan\\.txt, line 5: a number is not finite");
     expectReaderFatal("3 3\nh\n1e999 1 2\n", "plan\\.txt, line 3: a number is not finite");
@@ -921,7 +922,8 @@ TEST_F(SimInTempDir, ReaderRejectsAPercentInTheNameWithoutReadingItAsAFormat) {
         ::testing::ExitedWithCode(1), "p\\?s\\.txt: first line must give");
 }
 
-// ---- look-up in the stored run --------------------------------------------------------------------
+// ---- look-up in the stored run
+// --------------------------------------------------------------------
 
 class StoredRun : public Sim {
 protected:
@@ -938,9 +940,8 @@ protected:
         for (Long i = 1; i <= 3; i++) {
             const double f = 10.0 * i;
             arFTiData[i] = arFTi[i - 1];
-            arPStvehicle[i] = new Stvehicle3dof(f + 1, f + 2, f + 3, f + 4, f + 5, f + 6,
-                                                96.0 + i, 50.0 + i, f + 9, f + 10, f + 11,
-                                                f + 12);
+            arPStvehicle[i] = new Stvehicle3dof(f + 1, f + 2, f + 3, f + 4, f + 5, f + 6, 96.0 + i,
+                                                50.0 + i, f + 9, f + 10, f + 11, f + 12);
         }
     }
     static double field(Stvehicle3dof const& st, int iField) {

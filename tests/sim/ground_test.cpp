@@ -201,9 +201,12 @@ TEST_F(Ground, WindingTestEmptyPolygonAndPointOnVertexAreOutside) {
     A1Val<double> arX(1, 0), arY(1, 0);
     EXPECT_FALSE(bPt2dInsidePgn(0.0, 0.0, &arX, &arY));
     A1Val<double> arX3(1, 3), arY3(1, 3);
-    arX3[1] = 0; arY3[1] = 0;
-    arX3[2] = 1; arY3[2] = 0;
-    arX3[3] = 0; arY3[3] = 1;
+    arX3[1] = 0;
+    arY3[1] = 0;
+    arX3[2] = 1;
+    arY3[2] = 0;
+    arX3[3] = 0;
+    arY3[3] = 1;
     EXPECT_FALSE(bPt2dInsidePgn(1.0, 0.0, &arX3, &arY3));
     EXPECT_TRUE(bPt2dInsidePgn(0.2, 0.2, &arX3, &arY3));
 }

@@ -37,21 +37,20 @@ TEST(Params, PlanetVehicleAndInitialState) {
     // Four times the take-off weight, and the moment limit from it: exact.
     EXPECT_EQ(fFcThrustMax, 1480.0);
     EXPECT_EQ(fMmPitchMax, 592.0);
-    const double arFExpected[11] = {100.0, 95.0,  13.83, 13.06, 1480.0,
-                                    592.0, 0.4,   549.36, 0.09, 0.09,
-                                    0.7853981633974483};
-    const double arFGot[11] = {vehicle.fMsGTO,      vehicle.fMsEmpty,  vehicle.fIPitchGTO,
+    const double arFExpected[11] = {
+        100.0, 95.0, 13.83, 13.06, 1480.0, 592.0, 0.4, 549.36, 0.09, 0.09, 0.7853981633974483};
+    const double arFGot[11] = {vehicle.fMsGTO,       vehicle.fMsEmpty,     vehicle.fIPitchGTO,
                                vehicle.fIPitchEmpty, vehicle.fFcThrustMax, vehicle.fMmPitchMax,
-                               vehicle.fMmOvFcMax,  vehicle.fIsp,      vehicle.fCdAX,
-                               vehicle.fCdAY,       vehicle.fCdAZ};
+                               vehicle.fMmOvFcMax,   vehicle.fIsp,         vehicle.fCdAX,
+                               vehicle.fCdAY,        vehicle.fCdAZ};
     for (int i = 0; i < 11; i++) EXPECT_EQ(arFGot[i], arFExpected[i]) << "field " << i;
 
     EXPECT_EQ(fSTiSim0, 0.0);
     EXPECT_EQ(stvehicle3dof0.fMs, 100.0);
     EXPECT_EQ(stvehicle3dof0.fIPitch, 13.83);
-    const double arFZero[10] = {stvehicle3dof0.fXf,         stvehicle3dof0.fZf,
-                                stvehicle3dof0.fVeXf,       stvehicle3dof0.fVeZf,
-                                stvehicle3dof0.fPitch,      stvehicle3dof0.fPitchDot,
+    const double arFZero[10] = {stvehicle3dof0.fXf,          stvehicle3dof0.fZf,
+                                stvehicle3dof0.fVeXf,        stvehicle3dof0.fVeZf,
+                                stvehicle3dof0.fPitch,       stvehicle3dof0.fPitchDot,
                                 stvehicle3dof0.fFcThrustCmd, stvehicle3dof0.fFcThrustAct,
                                 stvehicle3dof0.fMmPitchCmd,  stvehicle3dof0.fMmPitchAct};
     for (int i = 0; i < 10; i++) EXPECT_EQ(arFZero[i], 0.0) << "field " << i;
@@ -66,12 +65,10 @@ TEST(Params, GroundStripsAsTabled) {
     const double s20 = 8.0 * std::tan(20.0 * M_PI / 180.0);
     const double s45 = 3.0;
     const double x5End = 17.0 + (s20 + s45) / std::tan(30.0 * M_PI / 180.0);
-    const double arFStrip[6][4] = {{-1000.0, 1.0, 0.0, 0.0},
-                                   {1.0, 9.0, 0.0, -s20},
-                                   {9.0, 12.0, -s20, -s20 - s45},
-                                   {12.0, 17.0, -s20 - s45, -s20 - s45},
-                                   {17.0, x5End, -s20 - s45, 0.0},
-                                   {x5End, x5End + 1000.0, 0.0, 0.0}};
+    const double arFStrip[6][4] = {
+        {-1000.0, 1.0, 0.0, 0.0},       {1.0, 9.0, 0.0, -s20},
+        {9.0, 12.0, -s20, -s20 - s45},  {12.0, 17.0, -s20 - s45, -s20 - s45},
+        {17.0, x5End, -s20 - s45, 0.0}, {x5End, x5End + 1000.0, 0.0, 0.0}};
     for (Long iPgn = 1; iPgn <= 6; iPgn++) {
         A1Val<void*>* parPPtVtx = static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[iPgn]);
         ASSERT_EQ(parPPtVtx->iFirst(), 1);
