@@ -5,7 +5,6 @@
 #include <cstdio>
 #include <algorithm>
 #include <cstdlib>
-#include <regex>
 #include <string>
 
 #include "support/testutil.h"
@@ -14,8 +13,12 @@ namespace {
 
 // Escapes a literal text for the death-test regular expressions.
 std::string szRe(const std::string& sz) {
-    static const std::regex reSpecial(R"([.^$|()\[\]{}*+?\\])");
-    return std::regex_replace(sz, reSpecial, R"(\$&)");
+    std::string szOut;
+    for (char ch : sz) {
+        if (std::string(".^$|()[]{}*+?\\").find(ch) != std::string::npos) szOut += '\\';
+        szOut += ch;
+    }
+    return szOut;
 }
 
 std::string szAssert(const std::string& szExpr) {
