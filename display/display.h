@@ -150,7 +150,7 @@ constexpr Long nSfRevVehicle = 7;
 extern const SfRevVehicle arSfRevVehicle[nSfRevVehicle];
 
 // Number of facets round the body.
-constexpr Long nFacetVehicle = 24;
+constexpr Long nFacetVehicle = 16;
 
 // ---- pieces of the scene that tests and tools can ask for -------------------------------
 
