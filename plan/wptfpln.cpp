@@ -193,10 +193,11 @@ void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** pp
     UPVdf pvdfUKnotZ(new Vd<double>(0, mZ));
     getBSplineVdfUKnot(nZ, pZ, mZ, fTi, fTf, pvdfUKnotZ.get());
 
-    // Times the knot vectors cannot hold (an empty or reversed range, a
-    // waypoint before the first or after the last time) would send the span
-    // search outside the knots. They cannot be fitted: report a failed solve.
-    bool bTimesOk = fTf > fTi;
+    // Times the knot vectors cannot hold (an empty, reversed or overflowing
+    // range, a waypoint before the first or after the last time) would send
+    // the span search outside the knots. They cannot be fitted: report a
+    // failed solve.
+    bool bTimesOk = fTf > fTi && std::isfinite(fTf - fTi);
     for (Long i = 0; i < nPtParam && bTimesOk; i++) {
         const double t = (*pvdfTParam)[i];
         bTimesOk = t >= fTi && t <= fTf;

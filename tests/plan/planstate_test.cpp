@@ -113,6 +113,18 @@ TEST_F(PlanStateTest, SingularSystemIsAFailedFit) {
     EXPECT_FALSE(bPlanExists());
 }
 
+TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
+    // The fit itself solves, but the accelerations of a path swinging by
+    // 1e306 m overflow: such a plan would print NaN and infinities.
+    writeFile("traj1r.txt", "0 0 0 1 1e306 0 2 -1e306 0 3 0 0\n");
+    std::string szOut;
+    EXPECT_FALSE(bRunPlan(&szOut));
+    EXPECT_EQ(szOut, "");
+    EXPECT_FALSE(bPlanExists());
+    EXPECT_EQ(paPVdfXCpTraj1X, nullptr);
+    EXPECT_FALSE(fileExists("fltplan.txt"));
+}
+
 TEST_F(PlanStateTest, FlightPlanCommandRewritesTheSameFile) {
     copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
     std::string szOut;

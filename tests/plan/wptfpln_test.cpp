@@ -284,6 +284,7 @@ TEST(FitTest, TimesTheKnotsCannotHoldFailCleanlyAndWriteNothing) {
         {0, 0, 0, -1, 1, 1, 2, 2, 2, 3, 3, 0},   // one before the first
         {3, 0, 0, 2, 1, 1, 1, 2, 2, 0, 3, 0},    // a reversed range
         {1, 0, 0, 1, 1, 1, 1, 2, 2, 1, 3, 0},    // an empty range
+        {-1e308, 0, 0, 0, 1, 1, 1, 2, 2, 1e308, 3, 0},  // a range beyond the largest double
     };
     for (const auto& vf : avfBad) {
         Fit fit(vf);
