@@ -57,7 +57,7 @@ void deletePathAnalysis();
 // no plan exists then. A plan whose analysis holds a number that is not
 // finite (a path in free fall leaves the pitch rates undefined) is treated
 // the same way and released. Fatal errors of the reader and the fit end the
-// program as documented there.
+// program as described in plan/wptfpln.h.
 bool bPlanTraj1FromFile(const char* szFile);
 
 // True when an analysed plan exists.

@@ -90,7 +90,7 @@ TEST_F(PlanStateTest, FailedFitLeavesNoPlanSoListingAndFlightPlanDoNothing) {
     ASSERT_TRUE(bPlanExists());
     writeFile("fltplan.txt", "old plan\n");
     // A waypoint after the last time: "couldn't solve".
-    writeFile("traj1r.txt", "0 0 0 1 1 1 5 2 2 3 3 0\n");
+    copyTestData("plan/couldnt_solve/traj1r.txt", "traj1r.txt");
     ASSERT_FALSE(bRunPlan(&szOut));
     EXPECT_EQ(szOut, "");
     EXPECT_FALSE(bPlanExists());

@@ -218,7 +218,7 @@ TEST(KnotVectorTest, FewerControlPointsThanTheDegreeIsFatal) {
 
 // ---- fit -------------------------------------------------------------------------------
 
-TEST(FitTest, FourWaypointsGiveTheDocumentedSizes) {
+TEST(FitTest, FourWaypointsGiveTenAndSixControlPoints) {
     Fit fit({0, 0, 0, 1, 1, 2, 2, 3, 2, 3, 4, 0});
     ASSERT_TRUE(fit.bOk);
     EXPECT_EQ(fit.nX, 9);
