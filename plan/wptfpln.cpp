@@ -305,6 +305,7 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
                         Vd<double>** ppvdfMs, A<unsigned char*>** ppaPVdfF,
                         A<unsigned char*>** ppaPVdfM, double* pfHorzRange, double* pfMsProp,
                         double* pfFThrusterMin, double* pfFThrusterMax) {
+    // The last knot indices are implied by the knot vectors themselves.
     (void)mX;
     (void)mZ;
     const Long iLo = pvdfT->lo;
