@@ -9,7 +9,6 @@
 #include <numbers>
 
 #include "geom/geom3c.h"
-#include "sim/ground.h"
 
 thread_local double fPitchGndAtLandingSite = 0.0;
 
@@ -108,7 +107,10 @@ ArFFnFArFModel::ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fD
       arFMmPitchCmd(arFMmPitchCmdIn),
       bClearedGnd(false),
       bEngineOff(false),
-      bLanded(false) {}
+      bLanded(false),
+      bPlnsGndTaken(false),
+      bPlnsGndUsable(false),
+      plnsGnd() {}
 
 namespace {
 
@@ -226,8 +228,19 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
 
     // 6. Ground contact, once the vehicle has cleared the pad.
     double xAtGnd, yAtGnd, zAtGnd, dxNGnd, dyNGnd, dzNGnd;
-    if (bClearedGnd && bPtAtOrBelowPArPArPPtVtxPgnGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd, &dyNGnd,
-                                                      &dzNGnd, x, 0.0, z, &arPArPPtVtxPgnGnd)) {
+    bool bAtOrBelowGnd = false;
+    if (bClearedGnd) {
+        if (!bPlnsGndTaken) {
+            bPlnsGndUsable = bPlnsGndFm(&plnsGnd, &arPArPPtVtxPgnGnd);
+            bPlnsGndTaken = true;
+        }
+        bAtOrBelowGnd = bPlnsGndUsable ? bPtAtOrBelowPlnsGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd,
+                                                             &dyNGnd, &dzNGnd, x, 0.0, z, plnsGnd)
+                                       : bPtAtOrBelowPArPArPPtVtxPgnGnd(
+                                             &xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd, &dyNGnd, &dzNGnd,
+                                             x, 0.0, z, &arPArPPtVtxPgnGnd);
+    }
+    if (bAtOrBelowGnd) {
         // a. Slope of the ground under the vehicle.
         const double fPitchGnd = std::atan2(-dxNGnd, dzNGnd);
         const double fCosPitchGnd = std::cos(fPitchGnd);
@@ -329,10 +342,11 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     double fTi = fTiIC;
     double fDTi = (fTiMax > fTiIC) ? std::fabs(fDTiData) : -std::fabs(fDTiData);
 
-    // 3. A fresh flight history.
+    // 3. A fresh flight history; the ground's planes are taken afresh too.
     parFFnFArFModel->bClearedGnd = false;
     parFFnFArFModel->bEngineOff = false;
     parFFnFArFModel->bLanded = false;
+    parFFnFArFModel->bPlnsGndTaken = false;
 
     // 4. The first record. The inertia of the initial mass goes into every
     // record of the run: deliberately simple (the dynamics do use the

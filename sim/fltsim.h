@@ -25,6 +25,7 @@
 #include "core/types.h"
 #include "geom/geom4h.h"
 #include "numerics/odeint.h"
+#include "sim/ground.h"
 #include "sim/params.h"
 
 // Number of integrator states: x, z, pitch, vx, vz, pitch rate, mass.
@@ -72,6 +73,11 @@ extern thread_local double fPitchGndAtLandingSite;
 //   bLanded      the vehicle has touched down after clearing the ground.
 // The flags are set inside every evaluation, including the stepper's trial
 // evaluations that it later rejects (see arFAtFArF).
+//
+// The ground is the program's arPArPPtVtxPgnGnd. The model computes its
+// polygons' planes once per run, at the first contact query after sim()
+// starts (or after construction), and uses them until the next run: the
+// ground must not change during a run.
 class ArFFnFArFModel : public ArF64FnF64ArF64 {
 public:
     ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fDTiIn, A1Val<double>& arFTiCmdIn,
@@ -97,6 +103,12 @@ public:
     bool bClearedGnd;
     bool bEngineOff;
     bool bLanded;
+
+    // The ground's planes for this run (see above); sim() clears
+    // bPlnsGndTaken at the start of every run.
+    bool bPlnsGndTaken;
+    bool bPlnsGndUsable;
+    PlnsGnd plnsGnd;
 };
 
 // Integrates the model from (fTiIC, arFStateIC) to fTiMax with rk5StepQC and

@@ -259,18 +259,23 @@ bool bPt3dInsidePgn(double x, double y, double z, double a, double b, double c, 
     });
 }
 
-bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd,
-                                    double* pdxNGnd, double* pdyNGnd, double* pdzNGnd, double x,
-                                    double y, double z, A1Val<void*>* parPArPPtVtxPgnGnd) {
+namespace {
+
+// The contact query over the ground's polygons, each plane given by
+// fnPln(iPgn, &a, &b, &c, &d).
+template <class FnPln>
+bool bPtAtOrBelowGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,
+                     double* pdyNGnd, double* pdzNGnd, double x, double y, double z,
+                     A1Val<void*>* parPArPPtVtxPgnGnd, FnPln fnPln) {
     for (Long iPgn = parPArPPtVtxPgnGnd->iFirst(); iPgn <= parPArPPtVtxPgnGnd->iLast(); iPgn++) {
-        A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn);
         double a, b, c, d;
-        plnEqnPgn(&a, &b, &c, &d, parPPtVtx);
+        fnPln(iPgn, &a, &b, &c, &d);
         const double fPlnEqnAtPt = a * x + b * y + c * z + d;
         if (fPlnEqnAtPt <= 0.0) {
             double xFoot, yFoot, zFoot;
             ptAtFootOfPerp(&xFoot, &yFoot, &zFoot, x, y, z, a, b, c, d);
-            if (bPt3dInsidePgn(xFoot, yFoot, zFoot, a, b, c, d, parPPtVtx)) {
+            if (bPt3dInsidePgn(xFoot, yFoot, zFoot, a, b, c, d,
+                               parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn))) {
                 const Dr3c drNGnd(a, b, c);
                 *pxAtGnd = xFoot;
                 *pyAtGnd = yFoot;
@@ -283,6 +288,47 @@ bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pz
         }
     }
     return false;
+}
+
+}  // namespace
+
+bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd,
+                                    double* pdxNGnd, double* pdyNGnd, double* pdzNGnd, double x,
+                                    double y, double z, A1Val<void*>* parPArPPtVtxPgnGnd) {
+    return bPtAtOrBelowGnd(
+        pxAtGnd, pyAtGnd, pzAtGnd, pdxNGnd, pdyNGnd, pdzNGnd, x, y, z, parPArPPtVtxPgnGnd,
+        [parPArPPtVtxPgnGnd](Long iPgn, double* pa, double* pb, double* pc, double* pd) {
+            plnEqnPgn(pa, pb, pc, pd, parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn));
+        });
+}
+
+bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
+    pplns->parPArPPtVtxPgnGnd = parPArPPtVtxPgnGnd;
+    pplns->nPgn = parPArPPtVtxPgnGnd->n();
+    if (pplns->nPgn > PlnsGnd::nPgnMax) return false;
+    for (Long k = 0; k < pplns->nPgn; k++) {
+        double* afPln = pplns->aafPln[k];
+        plnEqnPgn(&afPln[0], &afPln[1], &afPln[2], &afPln[3],
+                  parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k));
+    }
+    return true;
+}
+
+bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,
+                         double* pdyNGnd, double* pdzNGnd, double x, double y, double z,
+                         PlnsGnd const& plns) {
+    A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
+    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
+    const Long iFirst = parPArPPtVtxPgnGnd->iFirst();
+    return bPtAtOrBelowGnd(
+        pxAtGnd, pyAtGnd, pzAtGnd, pdxNGnd, pdyNGnd, pdzNGnd, x, y, z, parPArPPtVtxPgnGnd,
+        [&plns, iFirst](Long iPgn, double* pa, double* pb, double* pc, double* pd) {
+            const double* afPln = plns.aafPln[iPgn - iFirst];
+            *pa = afPln[0];
+            *pb = afPln[1];
+            *pc = afPln[2];
+            *pd = afPln[3];
+        });
 }
 
 bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,

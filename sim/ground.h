@@ -60,6 +60,27 @@ bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pz
                                     double* pdxNGnd, double* pdyNGnd, double* pdzNGnd, double x,
                                     double y, double z, A1Val<void*>* parPArPPtVtxPgnGnd);
 
+// The planes of a ground's polygons, computed once by plnEqnPgn for a caller
+// that asks many contact queries of a ground that does not change meanwhile
+// (the vehicle model, once per flight).
+struct PlnsGnd {
+    static constexpr Long nPgnMax = 16;
+    A1Val<void*>* parPArPPtVtxPgnGnd;  // the ground they were computed for
+    Long nPgn;                         // its number of polygons
+    double aafPln[nPgnMax][4];         // a, b, c, d of each, in index order
+};
+
+// Computes the planes of every polygon of the ground into *pplns. False
+// (and *pplns unusable) for a ground of more than PlnsGnd::nPgnMax polygons.
+bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd);
+
+// The contact query with the planes taken from plns, which must have been
+// computed for this ground as it is now; the answer is then exactly that of
+// bPtAtOrBelowPArPArPPtVtxPgnGnd.
+bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,
+                         double* pdyNGnd, double* pdzNGnd, double x, double y, double z,
+                         PlnsGnd const& plns);
+
 // Ground height: the first polygon whose projection onto x-y contains
 // (x, y) gives (x, y, -(a*x + b*y + d)/c). A vertical polygon (c = 0) is not
 // guarded against.

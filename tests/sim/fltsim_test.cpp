@@ -595,6 +595,23 @@ TEST_F(Sim, LandingOnLevelGroundComesToRest) {
     EXPECT_LT(std::fabs(stLast.fVeZf), 0.05);
 }
 
+TEST_F(Sim, EachRunSeesTheGroundAsItIsWhenTheRunStarts) {
+    // The model keeps the ground's planes for a run; a new run takes them
+    // again. Here the pad is raised by 0.5 m between two runs of one model.
+    Schedule sch;
+    sch.readFile(szSimData("hop_climb_cut.txt"));
+    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight run1, run2;
+    fly(&run1, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    A1Val<void*>* parPPtVtxPad = static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[1]);
+    for (Long i = 1; i <= 4; i++) static_cast<Pt3c*>((*parPPtVtxPad)[i])->fZ = 0.5;
+    fly(&run2, &model, arFState(0, 0, 0, 0, 0, 0, 100));
+    initParams();  // the ground as built
+    const double fDepth = run1.st(run1.n()).fMs * 3.7 / 10000.0;
+    EXPECT_NEAR(run1.st(run1.n()).fZf, -fDepth, 0.005);
+    EXPECT_NEAR(run2.st(run2.n()).fZf, 0.5 - fDepth, 0.005);
+}
+
 TEST_F(Sim, EngineStillCommandedAtTouchdownIsCut) {
     // 200 N is less than the weight: the vehicle sinks with the engine
     // commanded on until it touches down at x = 0.

@@ -353,6 +353,32 @@ TEST_F(Ground, PointUnderTheKinkIsAnsweredByTheLowerNumberedPolygon) {
     EXPECT_EQ(dz, 1.0);
 }
 
+TEST_F(Ground, QueryWithPlanesTakenOnceGivesTheSameAnswers) {
+    PlnsGnd plns;
+    ASSERT_TRUE(bPlnsGndFm(&plns, &arPArPPtVtxPgnGnd));
+    EXPECT_EQ(plns.nPgn, 6);
+    int nBelow = 0;
+    for (double x = -30.0; x <= 60.0; x += 0.173) {
+        for (double dz : {-2.0, -0.3, -1e-9, 0.0, 1e-9, 0.4}) {
+            const double z = zTerrainAt(x) + dz;
+            double ar1[6] = {7, 7, 7, 7, 7, 7}, ar2[6] = {7, 7, 7, 7, 7, 7};
+            const bool b1 =
+                bPtAtOrBelowPArPArPPtVtxPgnGnd(&ar1[0], &ar1[1], &ar1[2], &ar1[3], &ar1[4], &ar1[5],
+                                               x, 0.0, z, &arPArPPtVtxPgnGnd);
+            const bool b2 = bPtAtOrBelowPlnsGnd(&ar2[0], &ar2[1], &ar2[2], &ar2[3], &ar2[4],
+                                                &ar2[5], x, 0.0, z, plns);
+            ASSERT_EQ(b1, b2) << x << " " << dz;
+            for (int k = 0; k < 6; k++) EXPECT_EQ(ar1[k], ar2[k]) << x << " " << dz << " " << k;
+            nBelow += b1;
+        }
+    }
+    EXPECT_GT(nBelow, 1000);
+    // A ground of more polygons than it keeps is refused.
+    A1Val<void*> arPPgnMany(1, PlnsGnd::nPgnMax + 1);
+    for (Long i = 1; i <= arPPgnMany.iLast(); i++) arPPgnMany[i] = arPArPPtVtxPgnGnd[1];
+    EXPECT_FALSE(bPlnsGndFm(&plns, &arPPgnMany));
+}
+
 // ---- the height query ---------------------------------------------------------------------
 
 TEST_F(Ground, HeightOnTheTwentyDegreeSlope) {
