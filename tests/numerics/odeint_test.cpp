@@ -507,8 +507,8 @@ namespace {
 std::atomic<long> nNewCalls{0};
 }  // namespace
 
-// Every other form of new ends here, and every form of delete releases with
-// free. AddressSanitizer keeps its own operator new and delete (it checks
+// Every other form of new ends here; the library's operator delete releases
+// the block with free, as for its own operator new. AddressSanitizer keeps its own operator new and delete (it checks
 // that they pair up), so the count is taken only in builds without it.
 #if defined(__SANITIZE_ADDRESS__)
 constexpr bool bCountingNew = false;
@@ -519,10 +519,6 @@ void* operator new(std::size_t nBytes) {
     if (void* p = std::malloc(nBytes == 0 ? 1 : nBytes)) return p;
     throw std::bad_alloc();
 }
-void operator delete(void* p) noexcept { std::free(p); }
-void operator delete(void* p, std::size_t) noexcept { std::free(p); }
-void operator delete[](void* p) noexcept { std::free(p); }
-void operator delete[](void* p, std::size_t) noexcept { std::free(p); }
 #endif
 
 TEST(Rk5StepQC, AllocatesNothingOnceItsArraysHaveTheirSize) {
