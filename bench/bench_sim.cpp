@@ -1,11 +1,16 @@
 // The flight simulation's hot path: one derivative evaluation of the vehicle
-// model, one accuracy-controlled step of it, and a whole flight of a
-// realistic plan (evaluations per flight, ns per evaluation, ms per flight).
+// model, one accuracy-controlled step of it, and whole flights of the
+// reference pitch-step plan and of the bundled hop (evaluations per flight,
+// time per evaluation, time per flight).
 #include <benchmark/benchmark.h>
+#include <stdlib.h>
 
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 
+#include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
 #include "sim/params.h"
@@ -23,22 +28,42 @@ public:
     long nEval = 0;
 };
 
-// The reference plan with a pitch manoeuvre: climb, tilt and back, cut,
-// fall onto the 20 degree slope and settle there.
-struct PlanPitchStep {
+// A command schedule read from a plan file.
+struct Plan {
     A1Val<double> arFTi{0}, arFFc{0}, arFMm{0};
-    PlanPitchStep() {
-        const std::string szPath =
-            std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt";
+    explicit Plan(const std::string& szPath) {
         std::FILE* pfile = std::fopen(szPath.c_str(), "r");
         if (pfile == nullptr) {
             std::fprintf(stderr, "bench_sim: can't open %s\n", szPath.c_str());
-            return;
+            std::exit(1);
         }
         readCmdsFromPFILE(&arFTi, &arFFc, &arFMm, pfile, szPath.c_str());
         std::fclose(pfile);
     }
 };
+
+// The reference plan with a pitch manoeuvre: climb, tilt and back, cut,
+// fall onto the 20 degree slope and settle there.
+struct PlanPitchStep : Plan {
+    PlanPitchStep()
+        : Plan(std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt") {}
+};
+
+// The bundled hop across the valley, planned from its waypoints in a
+// scratch directory.
+std::string szPlanBundledHop() {
+    static const std::string szPlan = [] {
+        const std::filesystem::path dirOld = std::filesystem::current_path();
+        char szDir[] = "/tmp/vt_bench_sim_XXXXXX";
+        if (mkdtemp(szDir) == nullptr) return std::string();
+        std::filesystem::current_path(szDir);
+        const bool bPlanned = bPlanTraj1FromFile(VT_EXAMPLES "/traj1r.txt");
+        if (bPlanned) writeFltplanTxt();
+        std::filesystem::current_path(dirOld);
+        return bPlanned ? std::string(szDir) + "/fltplan.txt" : std::string();
+    }();
+    return szPlan;
+}
 
 A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz, double fPitchDot,
                          double fMs) {
@@ -116,11 +141,9 @@ void BM_ModelRk5StepQC(benchmark::State& state) {
 }
 BENCHMARK(BM_ModelRk5StepQC);
 
-// A whole flight of the pitch-step plan with the program's settings, the
-// stored records released after each flight.
-void BM_FlightPitchStep(benchmark::State& state) {
-    initParams();
-    PlanPitchStep plan;
+// Whole flights with the program's settings, the stored records released
+// after each flight.
+void flyPlanRepeatedly(benchmark::State& state, Plan& plan) {
     ArFFnFArFModelCounting model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     A1Val<double> arFTiRun(0);
     A1Val<void*> arPStRun(0);
@@ -140,6 +163,24 @@ void BM_FlightPitchStep(benchmark::State& state) {
         benchmark::Counter(fEval, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
     state.counters["records"] = static_cast<double>(nData);
 }
+
+void BM_FlightPitchStep(benchmark::State& state) {
+    initParams();
+    PlanPitchStep plan;
+    flyPlanRepeatedly(state, plan);
+}
 BENCHMARK(BM_FlightPitchStep)->Unit(benchmark::kMillisecond);
+
+void BM_FlightBundledHop(benchmark::State& state) {
+    initParams();
+    const std::string szPlan = szPlanBundledHop();
+    if (szPlan.empty()) {
+        state.SkipWithError("the bundled hop could not be planned");
+        return;
+    }
+    Plan plan(szPlan);
+    flyPlanRepeatedly(state, plan);
+}
+BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
 
 }  // namespace
