@@ -1,5 +1,8 @@
 #include "guitest.h"
 
+#include <dlfcn.h>
+#include <link.h>
+
 #include <QAbstractButton>
 #include <QApplication>
 #include <QDir>
@@ -46,6 +49,20 @@ InTempDir::InTempDir() : _szOldDir(QDir::currentPath()) {
 InTempDir::~InTempDir() {
     closeLogFile();
     QDir::setCurrent(_szOldDir);
+}
+
+void pinOpenGLDriver() {
+    dl_iterate_phdr(
+        [](dl_phdr_info* pinfo, size_t, void*) {
+            const QByteArray byName(pinfo->dlpi_name);
+            if (byName.endsWith("_dri.so")) {
+                // RTLD_NOLOAD: only an object already loaded is touched.
+                if (void* pv = dlopen(pinfo->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE))
+                    dlclose(pv);
+            }
+            return 0;
+        },
+        nullptr);
 }
 
 void resetProgramState() {

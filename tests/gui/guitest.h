@@ -57,6 +57,14 @@ private:
     QString _szOldDir;
 };
 
+// Keeps the OpenGL driver modules that are loaded now (Mesa's *_dri.so)
+// loaded until the process ends. The driver holds some memory for the life
+// of the display connection and is unloaded when that closes, before the
+// leak checker of a sanitizer build looks: its blocks would then show up as
+// leaks of an unknown module. Pinned, they stay reachable. Call it once a
+// pane has been shown; it does nothing in other builds' behaviour.
+void pinOpenGLDriver();
+
 // Sets every program-wide flag and array of the commands to its start-up
 // value (no plan, no run, current-state display).
 void resetProgramState();

@@ -88,6 +88,7 @@ private slots:
     }
     void init();
     void cleanup();
+    void cleanupTestCase() { pinOpenGLDriver(); }
 
     void keyChainWritesTheFiles();
     void upperAndLowerCase();

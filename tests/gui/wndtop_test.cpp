@@ -47,6 +47,7 @@ private slots:
         resetProgramState();
         _guard.clear();
     }
+    void cleanupTestCase() { pinOpenGLDriver(); }
     void cleanup() {
         QVERIFY2(_guard.vecSeen().isEmpty() || _bBoxesExpected, "an unexpected message box");
         _bBoxesExpected = false;
