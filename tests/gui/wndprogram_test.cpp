@@ -242,11 +242,8 @@ void WndProgramTest::noSimToRunOrInitialize() {
 
 void WndProgramTest::couldNotSolve() {
     _bBoxesExpected = true;
-    // Two waypoints at the same time give two equal rows: the fit is singular.
-    QFile file("traj1r.txt");
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("0 0 0 1 1 1 1 2 1 3 3 0\n");
-    file.close();
+    // Waypoint times out of order: the fit's linear system is singular.
+    copyFile("plan/couldnt_solve/traj1r.txt", "traj1r.txt");
     typeKey('p');
     QCOMPARE(_guard.vecSeen().size(), 1);
     const MsgBoxSeen& seen = _guard.vecSeen()[0];
