@@ -1,6 +1,7 @@
 #include "app/gui/window.h"
 
 #include <QApplication>
+#include <QOpenGLContext>
 #include <QSurfaceFormat>
 
 #include <cerrno>
@@ -26,11 +27,21 @@ bool bDisplayAvailable() {
     return bEnvSet("QT_QPA_PLATFORM") || bEnvSet("DISPLAY") || bEnvSet("WAYLAND_DISPLAY");
 }
 
-// Logs when the pane got no OpenGL context: every frame would then be blank.
-void checkPaneContext(WndProgram* pwndProgram) {
-    if (pwndProgram->isValid()) return;
+void logNoOpenGL() {
     logLineSzFmtU("ERROR: Windows error %u", static_cast<ULong>(errno));
     logLineSz("       may make OpenGL impossible");
+}
+
+// Whether the display gives OpenGL contexts of the pane's format at all.
+bool bOpenGLAvailable() {
+    QOpenGLContext context;
+    context.setFormat(QSurfaceFormat::defaultFormat());
+    return context.create();
+}
+
+// Logs when the pane got no OpenGL context: every frame would then be blank.
+void checkPaneContext(WndProgram* pwndProgram) {
+    if (!pwndProgram->isValid()) logNoOpenGL();
 }
 
 }  // namespace
@@ -59,6 +70,15 @@ int runWindow(int argc, char** argv) {
     {
         int argcQt = argc;  // the application keeps a reference to it
         QApplication app(argcQt, argv);
+        // Without OpenGL the pane cannot exist, and the toolkit cannot even
+        // show a window that holds one: stop the documented way instead.
+        if (!bOpenGLAvailable()) {
+            logNoOpenGL();
+            std::fputs("vantorell: this display gives no OpenGL context; the batch mode\n"
+                       "vantorell: (vantorell -k KEYS) renders without one\n",
+                       stderr);
+            fatalError("Windows would not open a child window for dspmgr");
+        }
         WndTop wndTop;
         wndTop.show();  // the pane gets its OpenGL context here
         checkPaneContext(wndTop.pwndProgram());

@@ -9,7 +9,11 @@
 
 // Returns the exit status of the program (0 after a normal close). Without a
 // display to open the frame on, ends through the fatal-error path ("Can't
-// start", status 1) after saying so on the standard error stream.
+// start", status 1) after saying so on the standard error stream. A display
+// that gives no OpenGL context is logged as "ERROR: Windows error %u" and
+// "       may make OpenGL impossible", then ends the same way with "Windows
+// would not open a child window for dspmgr": the toolkit cannot show a pane
+// without one.
 int runWindow(int argc, char** argv);
 
 // Makes the surface format of the pane the default for every OpenGL surface:

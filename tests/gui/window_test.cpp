@@ -64,6 +64,7 @@ class WindowTest : public QObject {
 private slots:
     void opensLogsAndClosesSavingTheView();
     void withoutADisplayCannotStart();
+    void withoutOpenGLStopsCleanly();
 };
 
 void WindowTest::opensLogsAndClosesSavingTheView() {
@@ -138,6 +139,29 @@ void WindowTest::withoutADisplayCannotStart() {
     QVERIFY(byLog.contains("ERROR - Windows would not create window"));
     QVERIFY(byLog.contains("Can't start"));
     QVERIFY(!byLog.contains("wndTop created"));
+}
+
+void WindowTest::withoutOpenGLStopsCleanly() {
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) QSKIP("no X display");
+    QTemporaryDir dir;
+    QProcess process;
+    process.setWorkingDirectory(dir.path());
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert("QT_XCB_GL_INTEGRATION", "none");  // the display offers no OpenGL
+    env.insert("ASAN_OPTIONS", env.value("ASAN_OPTIONS") + ":detect_leaks=0");
+    process.setProcessEnvironment(env);
+    process.start(VT_BIN, {});
+    QVERIFY(process.waitForFinished(20000));
+    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+    QCOMPARE(process.exitCode(), 1);
+    const QByteArray byErr = process.readAllStandardError();
+    QVERIFY2(byErr.contains("Windows would not open a child window for dspmgr"), byErr.constData());
+    const QByteArray byLog = byFileIn(dir, "fe.log");
+    const qsizetype iError = byLog.indexOf("ERROR: Windows error ");
+    const qsizetype iMay = byLog.indexOf("       may make OpenGL impossible");
+    QVERIFY(iError >= 0);
+    QVERIFY(iMay > iError);
+    QVERIFY(byLog.indexOf("Windows would not open a child window for dspmgr") > iMay);
 }
 
 QTEST_GUILESS_MAIN(WindowTest)
