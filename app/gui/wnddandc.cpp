@@ -34,7 +34,6 @@ std::string szDAndCText() {
 
 WndDAndC::WndDAndC(QWidget* pwndParent) : QWidget(pwndParent) {
     setObjectName("wndDAndC");
-    setAutoFillBackground(false);
     // Room for one line with the same margin below as above.
     setFixedHeight(iPxYText + fontMetrics().height() + iPxYText);
 
