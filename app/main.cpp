@@ -14,8 +14,9 @@
 #include "app/batch.h"
 #include "core/logerror.h"
 
-#ifdef VT_HAVE_GUI
-#include "app/gui/window.h"
+#ifdef VT_WINDOW_MODULE
+#include <dlfcn.h>
+#include <limits.h>
 #endif
 
 namespace {
@@ -41,6 +42,32 @@ const char szUsage[] =
     "\n"
     "Exit status: 0 when every command ran, 1 on a fatal error (see fe.log),\n"
     "3 when a command ended with a message, 2 on a usage error.\n";
+
+#ifdef VT_WINDOW_MODULE
+// Loads the window module that sits beside the program and hands over to it.
+int runWindowModule(int argc, char** argv) {
+    char szExe[PATH_MAX];
+    const ssize_t nCh = readlink("/proc/self/exe", szExe, sizeof szExe - 1);
+    std::string szModule = VT_WINDOW_MODULE;
+    if (nCh > 0) {
+        szExe[nCh] = '\0';
+        std::string szDir(szExe);
+        szModule = szDir.substr(0, szDir.rfind('/') + 1) + VT_WINDOW_MODULE;
+    }
+    void* pvModule = dlopen(szModule.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (pvModule == nullptr) {
+        std::fprintf(stderr, "vantorell: cannot load the window: %s\n", dlerror());
+        return 2;
+    }
+    using RunWindow = int (*)(int, char**);
+    auto run = reinterpret_cast<RunWindow>(dlsym(pvModule, "vtRunWindow"));
+    if (run == nullptr) {
+        std::fprintf(stderr, "vantorell: %s has no window entry\n", szModule.c_str());
+        return 2;
+    }
+    return run(argc, argv);
+}
+#endif
 
 int usageError(const char* szWhat) {
     std::fprintf(stderr, "vantorell: %s\nTry 'vantorell --help' for more information.\n", szWhat);
@@ -89,8 +116,8 @@ int main(int argc, char** argv) {
         return 2;
     }
     if (szKeys != nullptr) return runBatch(szKeys, options);
-#ifdef VT_HAVE_GUI
-    return runWindow(argc, argv);
+#ifdef VT_WINDOW_MODULE
+    return runWindowModule(argc, argv);
 #else
     return usageError("this build has no window; use -k KEYS");
 #endif

@@ -5,6 +5,7 @@
 #include <QSurfaceFormat>
 
 #include <cerrno>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
 
@@ -70,6 +71,9 @@ int runWindow(int argc, char** argv) {
     {
         int argcQt = argc;  // the application keeps a reference to it
         QApplication app(argcQt, argv);
+        // The toolkit takes the user's locale; the files are read and written
+        // with a decimal point whatever it is.
+        std::setlocale(LC_NUMERIC, "C");
         // Without OpenGL the pane cannot exist, and the toolkit cannot even
         // show a window that holds one: stop the documented way instead.
         if (!bOpenGLAvailable()) {

@@ -120,7 +120,14 @@ TEST_F(CommandMemoryTest, PlanThenSimulateTwoHundredTimesKeepsMemoryFlat) {
     EXPECT_NE(szOut.find("SUMMARY"), std::string::npos);
     // One plan and one run of this hop hold about 100 kB; 200 of them kept
     // by mistake would add some 20 MB. Allow 1 MB of allocator noise.
+    // AddressSanitizer holds freed blocks back in its quarantine, so there
+    // the resident size says nothing; its leak checker covers that build.
+#if defined(__SANITIZE_ADDRESS__)
+    (void)nKbBefore;
+    (void)nKbAfter;
+#else
     EXPECT_LT(nKbAfter - nKbBefore, 1024) << "before " << nKbBefore << " kB, after " << nKbAfter
                                           << " kB";
+#endif
     releaseCommandState();
 }
