@@ -14,15 +14,7 @@
 
 namespace {
 
-// Escapes a literal text for the death-test regular expressions.
-std::string szRe(const std::string& sz) {
-    std::string szOut;
-    for (char ch : sz) {
-        if (std::string(".^$|()[]{}*+?\\").find(ch) != std::string::npos) szOut += '\\';
-        szOut += ch;
-    }
-    return szOut;
-}
+using vttest::szRe;
 
 std::string szAssert(const std::string& szExpr) {
     return "Assertion failed: " + szRe(szExpr) + ", file .*format";

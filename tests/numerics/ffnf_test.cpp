@@ -1,6 +1,7 @@
 // Function objects: polynomial, linear, spline and log-log tables, checked
 // against closed forms; their extrapolation and their definition failures.
 #include "numerics/ffnf.h"
+#include "support/testutil.h"
 
 #include <cmath>
 #include <initializer_list>
@@ -10,15 +11,7 @@
 
 namespace {
 
-// Escapes a literal text for the death-test regular expressions.
-std::string szRe(const std::string& sz) {
-    std::string szOut;
-    for (char ch : sz) {
-        if (std::string(".^$|()[]{}*+?\\").find(ch) != std::string::npos) szOut += '\\';
-        szOut += ch;
-    }
-    return szOut;
-}
+using vttest::szRe;
 
 std::string szAssert(const std::string& szExpr) {
     return "Assertion failed: " + szRe(szExpr) + ", file .*ffnf";

@@ -47,6 +47,15 @@ RunResult runCommand(const std::string& szCmd, const std::string& szDir, int iTi
 
 std::string szProgram() { return VT_BIN; }
 
+std::string szRe(const std::string& sz) {
+    std::string szOut;
+    for (char ch : sz) {
+        if (std::string(".^$|()[]{}*+?\\").find(ch) != std::string::npos) szOut += '\\';
+        szOut += ch;
+    }
+    return szOut;
+}
+
 void copyTestData(const std::string& szRel, const std::string& szDest) {
     std::filesystem::copy_file(std::string(VT_TEST_DATA) + "/" + szRel, szDest,
                                std::filesystem::copy_options::overwrite_existing);

@@ -23,6 +23,8 @@ RunResult runCommand(const std::string& szCmd, const std::string& szDir, int iTi
 
 // Path of the vantorell program built beside the tests.
 std::string szProgram();
+// Escapes a literal text for the death-test regular expressions.
+std::string szRe(const std::string& sz);
 // Copies a file from tests/data (relative path) to szDest.
 void copyTestData(const std::string& szRel, const std::string& szDest);
 
