@@ -1,0 +1,154 @@
+// Damaged and hostile input files, end to end: every one ends in a normal
+// run, a fatal error with its record in "fe.log", a message, or a specified
+// assertion -- within seconds, and never with a report holding a number that
+// is not finite.
+#include <cctype>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "support/testutil.h"
+
+using vttest::fileExists;
+using vttest::readFile;
+using vttest::runCommand;
+using vttest::szProgram;
+using vttest::writeFile;
+
+namespace {
+
+struct HostileCase {
+    const char* szName;
+    std::string szText;
+};
+
+std::string szRepeat(const std::string& sz, int n) {
+    std::string szOut;
+    for (int i = 0; i < n; i++) szOut += sz;
+    return szOut;
+}
+
+std::string szLower(std::string sz) {
+    for (char& ch : sz) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
+    return sz;
+}
+
+bool bHasNonFinite(const std::string& szFile) {
+    if (!fileExists(szFile)) return false;
+    const std::string sz = szLower(readFile(szFile));
+    return sz.find("nan") != std::string::npos || sz.find("inf") != std::string::npos;
+}
+
+// The specified ends: 0 (ran), 1 (fatal error), 3 (message), 134 (assertion,
+// abort). A time-out (124) or any other signal is a failure.
+void expectSpecifiedEnd(const vttest::RunResult& r, const std::string& szName) {
+    EXPECT_TRUE(r.iExit == 0 || r.iExit == 1 || r.iExit == 3 || r.iExit == 134)
+        << szName << ": exit " << r.iExit << "\n" << r.szErr.substr(0, 400);
+    if (r.iExit == 1) {
+        EXPECT_NE(readFile("fe.log").find("FATAL ERROR --"), std::string::npos) << szName;
+        EXPECT_EQ(r.szErr.rfind("FATAL ERROR --\n", 0), 0u) << szName << ": " << r.szErr;
+    }
+    if (r.iExit == 134) {
+        EXPECT_NE(r.szErr.find("Assertion failed: "), std::string::npos) << szName;
+    }
+}
+
+std::vector<HostileCase> waypointCases() {
+    return {
+        {"empty", ""},
+        {"binary", std::string("\x00\x01\xff\xfe\x80 1 2 3\n", 12)},
+        {"truncated", "0 0 0 1 1"},
+        {"huge numbers", "0 0 0 1 1e300 1 2 -1e300 2 3 1e308 0\n"},
+        {"nan", "0 0 0 1 nan 1 2 2 2 3 3 0\n"},
+        {"inf", "0 0 0 1 1 inf 2 2 2 3 3 0\n"},
+        {"words", "0 0 0 one 1 1 2 2 2 3 3 0\n"},
+        {"enormous line", szRepeat("1 ", 5000) + "\n"},
+        {"line just too long", std::string(4094, ' ') + "\n"},
+        {"negative times", "0 0 0 -1 1 1 2 2 2 3 3 0\n"},
+        {"reversed times", "3 0 0 2 1 1 1 2 2 0 3 0\n"},
+        {"equal times", "0 0 0 0 1 1 0 2 2 0 3 0\n"},
+        {"thousands of waypoints", [] {
+             std::string sz;
+             for (int i = 0; i < 1300; i++) sz += std::to_string(i) + " 0 0 ";
+             return sz + "\n";
+         }()},
+        {"zero crossing tiny span", "0 0 0 1e-300 0 0 2e-300 0 0 3e-300 0 0\n"},
+        {"free fall", "0 0 0 1 0 -1.85 2 0 -7.4 3 0 -16.65\n"},
+    };
+}
+
+std::vector<HostileCase> scheduleCases() {
+    return {
+        {"empty", ""},
+        {"binary", std::string("\x00\x01\xff\xfe\x80\n\x7f", 7)},
+        {"header only", "   3    8\n"},
+        {"negative count", "   3   -5\n    time\n0 0 0\n"},
+        {"huge count", "   3 2000000000\n    time\n0 0 0\n"},
+        {"count of a million", "   3 1000002\n    time\n0 600 0\n1 600 0\n"},
+        {"nan", "   3    4\n    time\n0 nan 0\n1 600 0\n"},
+        {"inf", "   3    4\n    time\n0 600 0\ninf 600 0\n"},
+        {"huge numbers", "   3    4\n    time\n0 1e308 1e308\n1e300 -1e308 0\n"},
+        {"equal times", "   3    4\n    time\n0 600 0\n0 600 0\n"},
+        {"descending times", "   3    5\n    time\n2 600 0\n1 600 0\n0 600 0\n"},
+        {"enormous line", "   3    4\n    time\n" + std::string(10000, '7') + " 1 1\n1 1 1\n"},
+        {"thousands of rows", [] {
+             std::string sz = "   3 5002\n    time\n";
+             for (int i = 0; i < 5000; i++)
+                 sz += std::to_string(i * 0.006) + " " + std::to_string(400 + (i % 7) * 50) + " " +
+                       std::to_string((i % 5) - 2) + "\n";
+             return sz;
+         }()},
+        {"short lines", "   3    5\n    time\n0 600 0\n1\n2 0\n"},
+    };
+}
+
+std::vector<HostileCase> viewCases() {
+    return {
+        {"empty", ""},
+        {"binary", std::string("\xff\x00\x10\n\x01", 5)},
+        {"nan", "0 0 0\nnan 1 0\n0 0 1\n0.25 1 10\n"},
+        {"huge", "1e308 1e308 1e308\n1 1 1\n0 0 1\n1e308 1 1e308\n"},
+        {"parallel", "0 0 0\n0 0 1\n0 0 1\n0.25 1 10\n"},
+    };
+}
+
+}  // namespace
+
+using HostileInputTest = InTempDir;
+
+TEST_F(HostileInputTest, WaypointFilesEndInASpecifiedWay) {
+    for (const auto& c : waypointCases()) {
+        SCOPED_TRACE(c.szName);
+        writeFile("traj1r.txt", c.szText);
+        std::filesystem::remove("fltplan.txt");
+        std::filesystem::remove("traj1l.txt");
+        const auto r = runCommand(szProgram() + " -k plf", szDir, 20);
+        expectSpecifiedEnd(r, c.szName);
+        EXPECT_FALSE(bHasNonFinite("fltplan.txt")) << c.szName;
+        EXPECT_FALSE(bHasNonFinite("traj1l.txt")) << c.szName;
+        EXPECT_EQ(szLower(r.szOut).find("nan"), std::string::npos) << c.szName;
+    }
+}
+
+TEST_F(HostileInputTest, FlightPlanFilesEndInASpecifiedWay) {
+    for (const auto& c : scheduleCases()) {
+        SCOPED_TRACE(c.szName);
+        writeFile("fltplan.txt", c.szText);
+        std::filesystem::remove("results.txt");
+        const auto r = runCommand(szProgram() + " -k s", szDir, 20);
+        expectSpecifiedEnd(r, c.szName);
+        EXPECT_FALSE(bHasNonFinite("results.txt")) << c.szName;
+    }
+}
+
+TEST_F(HostileInputTest, CameraFilesGiveAUsableView) {
+    writeFile("fltplan.txt", readFile(std::string(VT_TEST_DATA) +
+                                      "/reference/flight/freefall_cut/fltplan.txt"));
+    for (const auto& c : viewCases()) {
+        SCOPED_TRACE(c.szName);
+        writeFile("view.in", c.szText);
+        const auto r = runCommand(szProgram() + " -k sc --size 32x24", szDir, 20);
+        EXPECT_EQ(r.iExit, 0) << c.szName << ": " << r.szErr;
+        EXPECT_TRUE(fileExists("pane.bmp"));
+    }
+}
