@@ -1,13 +1,16 @@
 // Batch mode: the key commands with no window (see batch.h).
 #include "app/batch.h"
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
 
 #include "app/commands.h"
+#include "app/plotdata.h"
 #include "app/scene.h"
 #include "core/logerror.h"
+#include "plan/planstate.h"
 #include "sim/params.h"
 
 namespace {
@@ -46,6 +49,48 @@ private:
 
 bool bKnownKey(char ch) { return ch != '\0' && std::strchr("pPsSrRiIlLfFcC", ch) != nullptr; }
 
+// The limits the plan just made breaks, one line each. They are warnings: a
+// plan beyond the vehicle is still written and may be flown to see how it
+// fails.
+void printPlanWarnings() {
+    for (const PlanViolation& violation : vecPlanViolationFmProgram())
+        std::fprintf(stderr, "Vantorell: warning: %s\n", szPlanViolation(violation).c_str());
+}
+
+// "plan.csv" and "run.csv", each when there is one. False after a message.
+bool bExportCsv() {
+    const bool bPlan = bPlanExists();
+    const bool bRun = arFTiData.n() > 0;
+    if (!bPlan && !bRun) {
+        std::fputs("Vantorell: --csv: no plan and no run to write\n", stderr);
+        return false;
+    }
+    bool bOk = true;
+    if (bPlan && !bWritePlanCsvFmProgram("plan.csv")) {
+        std::fprintf(stderr, "Vantorell: cannot write plan.csv: %s\n", std::strerror(errno));
+        bOk = false;
+    }
+    if (bRun && !bWriteRunCsvFmProgram("run.csv")) {
+        std::fprintf(stderr, "Vantorell: cannot write run.csv: %s\n", std::strerror(errno));
+        bOk = false;
+    }
+    return bOk;
+}
+
+// The charts as PNG files. False after a message.
+bool bExportPlots(const BatchOptions& options) {
+    const PlotData data = plotDataFmProgram();
+    if (data.vecCurvePlan.empty() && data.vecCurveRun.empty()) {
+        std::fputs("Vantorell: --plots: no plan and no run to plot\n", stderr);
+        return false;
+    }
+    if (!options.fnWritePlots) {
+        std::fputs("Vantorell: --plots: this build cannot draw charts\n", stderr);
+        return false;
+    }
+    return options.fnWritePlots(data);
+}
+
 }  // namespace
 
 int runBatch(const char* szKeys, const BatchOptions& options) {
@@ -70,7 +115,10 @@ int runBatch(const char* szKeys, const BatchOptions& options) {
         }
         bRunKeyCommand(ch, host);
         std::fflush(stdout);
+        if ((ch == 'p' || ch == 'P') && bPlanExists()) printPlanWarnings();
     }
+    if (options.bCsv && !bExportCsv()) host.bMessage = true;
+    if (options.bPlots && !bExportPlots(options)) host.bMessage = true;
     releaseCommandState();
     closeLogFile();
     return host.bMessage ? 3 : 0;

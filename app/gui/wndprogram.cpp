@@ -34,14 +34,34 @@ WndProgram::WndProgram(QWidget* pwndParent, QWidget* pwndTop)
     : QOpenGLWidget(pwndParent), _pwndTop(pwndTop) {
     setObjectName("wndProgram");
     setFocusPolicy(Qt::StrongFocus);
-    connect(&_timerReplay, &QTimer::timeout, this, [this] { replayTick(*this); });
+    connect(&_timerReplay, &QTimer::timeout, this, [this] {
+        // A tick after `i` has left the replay does nothing, and says nothing.
+        const bool bReplaying = bDisplayRunPath;
+        replayTick(*this);
+        if (bReplaying) emit replayTicked();
+    });
     logLineSz("wndProgram created");
 }
 
 // ---- commands --------------------------------------------------------------------
 
 bool WndProgram::bRunCommand(char ch) {
-    return bRunKeyCommand(ch, *this);
+    if (!bRunKeyCommand(ch, *this)) return false;
+    emit commandRun(ch);
+    return true;
+}
+
+void WndProgram::showStoredStateAtFTi(double fTi) {
+    if (!bPath || arFTiData.n() < 1) return;
+    if (bDisplayRunPath) {
+        stopReplayTimer();
+        bDisplayRunPath = false;
+    }
+    stvehicle3dofAtFTi(&stvehicle3dof, fTi);
+    fSTiSim = fTi;
+    bDisplayState = true;
+    bDisplayPath = false;
+    update();
 }
 
 void WndProgram::keyPressEvent(QKeyEvent* pevent) {

@@ -8,6 +8,11 @@
 // drag zooms; every finished drag pushes the camera onto the view history.
 // The replay timer is held while a drag lasts.
 //
+// For the plots panel the pane says when the state shown may have moved
+// (commandRun after every command, replayTicked after every tick of a running
+// replay), and shows any time of the stored run on request
+// (showStoredStateAtFTi, the time slider).
+//
 // The pane is the whole client area in device pixels, with its left and top
 // at 0. The camera (xfmCFmW), the projection (xfmPFmC) and the view history
 // are the program-wide ones of display/viewstack.h: there is one pane.
@@ -43,6 +48,12 @@ public:
     // the replay timer. Runs once; later calls do nothing.
     void saveViewAndStop();
 
+    // Shows the stored run's state at fTi, looked up as the replay does
+    // (stvehicle3dofAtFTi: clamped to the first and last record): a running
+    // replay stops, the pane switches to showing the one state, fSTiSim
+    // becomes fTi. Does nothing before the first simulation.
+    void showStoredStateAtFTi(double fTi);
+
     const Pane& pane() const { return _pane; }
     const QTimer& timerReplay() const { return _timerReplay; }
     // Mouse-move messages seen during camera drags.
@@ -55,6 +66,12 @@ public:
     void stopReplayTimer() override;
     double fMsTickCount() override;
     void capturePane(const char* szFile) override;
+
+signals:
+    // A command ran (ch as typed; only characters that are commands).
+    void commandRun(char ch);
+    // A tick of a running replay moved the state shown (fSTiSim).
+    void replayTicked();
 
 protected:
     void initializeGL() override;

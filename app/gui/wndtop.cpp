@@ -1,15 +1,26 @@
 #include "app/gui/wndtop.h"
 
 #include <QCloseEvent>
+#include <QDir>
+#include <QDockWidget>
+#include <QFile>
+#include <QFileDialog>
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QScreen>
 #include <QVBoxLayout>
 
+#include <cerrno>
+#include <cstring>
+
+#include "app/gui/plots.h"
 #include "app/gui/wnddandc.h"
 #include "app/gui/wndprogram.h"
+#include "app/plotdata.h"
 #include "core/logerror.h"
+#include "plan/planstate.h"
+#include "sim/fltsim.h"
 
 namespace {
 
@@ -47,6 +58,19 @@ WndTop::WndTop() {
     _pwndProgram = new WndProgram(pwndClient, this);
     playout->addWidget(_pwndProgram, 1);
     setCentralWidget(pwndClient);
+
+    // The plots beside the pane, told by the pane when what it shows moves;
+    // the time slider asks the pane for a state.
+    _pdockPlots = new QDockWidget("Plots", this);
+    _pdockPlots->setObjectName("dockPlots");
+    _pdockPlots->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
+                             QDockWidget::DockWidgetFloatable);
+    _pwndPlots = new WndPlots(_pdockPlots);
+    _pdockPlots->setWidget(_pwndPlots);
+    addDockWidget(Qt::RightDockWidgetArea, _pdockPlots);
+    connect(_pwndProgram, &WndProgram::commandRun, _pwndPlots, &WndPlots::commandRun);
+    connect(_pwndProgram, &WndProgram::replayTicked, _pwndPlots, &WndPlots::replayTicked);
+    connect(_pwndPlots, &WndPlots::timeScrubbed, _pwndProgram, &WndProgram::showStoredStateAtFTi);
     buildMenu();
 
     // 0.9 of the work area, 0.05 in from its left and top; each product
@@ -59,12 +83,22 @@ WndTop::WndTop() {
         const int iPxYT = rectWork.top() + static_cast<int>(0.05 * rectWork.height());
         move(iPxXL, iPxYT);
         resize(iPxDX, iPxDY);
+        // The plots take about two fifths of the width.
+        resizeDocks({_pdockPlots}, {static_cast<int>(0.4 * iPxDX)}, Qt::Horizontal);
     }
     _pwndProgram->setFocus();
 }
 
 void WndTop::buildMenu() {
     QMenu* pmenuFile = menuBar()->addMenu("&File");
+    _pactExportRun = pmenuFile->addAction("Export &run CSV...", this, [this] { exportCsvFromMenu(true); });
+    _pactExportRun->setObjectName("actExportRunCsv");
+    _pactExportPlan =
+        pmenuFile->addAction("Export &plan CSV...", this, [this] { exportCsvFromMenu(false); });
+    _pactExportPlan->setObjectName("actExportPlanCsv");
+    pmenuFile->addSeparator();
+    connect(pmenuFile, &QMenu::aboutToShow, this, &WndTop::updateFileActions);
+    updateFileActions();
     QAction* pactExit = pmenuFile->addAction("E&xit", this, &QWidget::close);
     pactExit->setObjectName("actExit");
 
@@ -87,6 +121,11 @@ void WndTop::buildMenu() {
     });
     _pactViewForward->setObjectName("actViewForward");
     connect(pmenuView, &QMenu::aboutToShow, this, &WndTop::updateViewActions);
+    pmenuView->addSeparator();
+    QAction* pactPlots = _pdockPlots->toggleViewAction();
+    pactPlots->setText("&Plots");
+    pactPlots->setObjectName("actViewPlots");
+    pmenuView->addAction(pactPlots);
 
     QMenu* pmenuHelp = menuBar()->addMenu("&Help");
     QAction* pactAbout = pmenuHelp->addAction("&About Vantorell", this, [this] {
@@ -120,6 +159,49 @@ void WndTop::updateViewActions() {
 void WndTop::runCommandFromMenu(char ch) {
     _pwndProgram->bRunCommand(ch);
     _pwndProgram->setFocus();
+}
+
+void WndTop::updateFileActions() {
+    _pactExportRun->setEnabled(arFTiData.n() > 0);
+    _pactExportPlan->setEnabled(bPlanExists());
+}
+
+void WndTop::exportCsvFromMenu(bool bRun) {
+    updateFileActions();
+    if (!(bRun ? _pactExportRun : _pactExportPlan)->isEnabled()) return;
+    const QString szFile = QFileDialog::getSaveFileName(
+        this, bRun ? "Export run CSV" : "Export plan CSV",
+        QDir::current().filePath(bRun ? "run.csv" : "plan.csv"), "CSV files (*.csv);;All files (*)",
+        nullptr, QFileDialog::DontUseNativeDialog);
+    if (!szFile.isEmpty()) {
+        if (bRun)
+            bExportRunCsv(szFile);
+        else
+            bExportPlanCsv(szFile);
+    }
+    _pwndProgram->setFocus();
+}
+
+bool WndTop::bExportRunCsv(const QString& szFile) {
+    const QByteArray byFile = QFile::encodeName(szFile);
+    if (bWriteRunCsvFmProgram(byFile.constData())) return true;
+    const QString szWhy = errno != 0 ? QString::fromLocal8Bit(std::strerror(errno))
+                                     : QString("no stored run ('s' first)");
+    QMessageBox box(QMessageBox::Warning, "Vantorell",
+                    QString("Cannot write %1: %2").arg(szFile, szWhy), QMessageBox::Ok, this);
+    box.exec();
+    return false;
+}
+
+bool WndTop::bExportPlanCsv(const QString& szFile) {
+    const QByteArray byFile = QFile::encodeName(szFile);
+    if (bWritePlanCsvFmProgram(byFile.constData())) return true;
+    const QString szWhy = errno != 0 ? QString::fromLocal8Bit(std::strerror(errno))
+                                     : QString("no plan ('p' first)");
+    QMessageBox box(QMessageBox::Warning, "Vantorell",
+                    QString("Cannot write %1: %2").arg(szFile, szWhy), QMessageBox::Ok, this);
+    box.exec();
+    return false;
 }
 
 void WndTop::closeEvent(QCloseEvent* pevent) {

@@ -1,18 +1,23 @@
 // WndTop, the frame "Vantorell": 0.9 of the screen's work area, placed 0.05
 // of its width and height in from its left and top edge. It holds the menu,
 // the status panel (WndDAndC) across the top and the 3-D pane (WndProgram)
-// below it, and owns both.
+// below it, and owns both. The plots panel (WndPlots) sits beside them in a
+// dock on the right, which the user may resize, float or close.
 //
-// Menu: File > Exit; Commands > the seven key commands of the pane, each
-// with its letter, running the same code as the key; View > Back and Forward
-// through the camera history (enabled only when possible); Help > About.
+// Menu: File > Export run CSV, Export plan CSV (each enabled only when there
+// is something to export), Exit; Commands > the seven key commands of the
+// pane, each with its letter, running the same code as the key; View > Back
+// and Forward through the camera history (enabled only when possible), Plots
+// (shows or hides the panel); Help > About.
 // Closing the frame saves the camera to "view.out" before the windows go.
 #pragma once
 
 #include <QMainWindow>
 
 class QAction;
+class QDockWidget;
 class WndDAndC;
+class WndPlots;
 class WndProgram;
 
 class WndTop : public QMainWindow {
@@ -25,6 +30,14 @@ public:
 
     WndDAndC* pwndDAndC() const { return _pwndDAndC; }
     WndProgram* pwndProgram() const { return _pwndProgram; }
+    WndPlots* pwndPlots() const { return _pwndPlots; }
+    QDockWidget* pdockPlots() const { return _pdockPlots; }
+
+    // What File > Export run CSV / Export plan CSV do once a file name is
+    // chosen: write the stored run or the plan to szFile; a file that cannot
+    // be written is a message box naming it. False when nothing was written.
+    bool bExportRunCsv(const QString& szFile);
+    bool bExportPlanCsv(const QString& szFile);
     QAction* pactViewBack() const { return _pactViewBack; }
     QAction* pactViewForward() const { return _pactViewForward; }
 
@@ -38,9 +51,15 @@ private:
     void buildMenu();
     void updateViewActions();
     void runCommandFromMenu(char ch);
+    void updateFileActions();
+    void exportCsvFromMenu(bool bRun);
 
     WndDAndC* _pwndDAndC = nullptr;
     WndProgram* _pwndProgram = nullptr;
     QAction* _pactViewBack = nullptr;
     QAction* _pactViewForward = nullptr;
+    WndPlots* _pwndPlots = nullptr;
+    QDockWidget* _pdockPlots = nullptr;
+    QAction* _pactExportRun = nullptr;
+    QAction* _pactExportPlan = nullptr;
 };

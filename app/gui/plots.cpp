@@ -1,0 +1,453 @@
+#include "app/gui/plots.h"
+
+#include <QApplication>
+#include <QChart>
+#include <QChartView>
+#include <QCheckBox>
+#include <QGraphicsLayout>
+#include <QHBoxLayout>
+#include <QLabel>
+#include <QLegend>
+#include <QLegendMarker>
+#include <QLineSeries>
+#include <QListWidget>
+#include <QPixmap>
+#include <QSlider>
+#include <QValueAxis>
+#include <QVBoxLayout>
+
+#include <algorithm>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+#include "app/commands.h"
+#include "sim/fltsim.h"
+#include "sim/params.h"
+
+namespace {
+
+// Run solid and wide, in red (actual) and orange (commanded); the plan dashed
+// dark blue on top, so that where a good flight follows its plan the dashes
+// still show over the run.
+const QColor rgbPlan(20, 60, 170);
+const QColor rgbRun(230, 60, 50);
+const QColor rgbRunCmd(255, 160, 40);
+const QColor rgbCursor(70, 70, 70);
+
+QPen penCurve(const PlotCurve& curve) {
+    if (curve.source == PlotSource::Plan) return QPen(rgbPlan, 1.6, Qt::DashLine);
+    if (curve.szLegend == "run commanded") return QPen(rgbRunCmd, 3.0, Qt::SolidLine);
+    return QPen(rgbRun, 3.0, Qt::SolidLine);
+}
+
+// The curves of one quantity in drawing order: run first, plan on top.
+std::vector<const PlotCurve*> vecCurveOf(PlotQty qty, const PlotData& data) {
+    std::vector<const PlotCurve*> vec;
+    for (const PlotCurve& curve : data.vecCurveRun)
+        if (curve.qty == qty) vec.push_back(&curve);
+    for (const PlotCurve& curve : data.vecCurvePlan)
+        if (curve.qty == qty) vec.push_back(&curve);
+    return vec;
+}
+
+bool bAnyCurve(const PlotData& data) {
+    return !data.vecCurvePlan.empty() || !data.vecCurveRun.empty();
+}
+
+// Smallest and largest finite value of a set of vectors; false when none.
+bool bRangeOf(double* pfMin, double* pfMax, const std::vector<const std::vector<double>*>& vecpvec) {
+    bool bAny = false;
+    for (const std::vector<double>* pvec : vecpvec)
+        for (double f : *pvec) {
+            if (!std::isfinite(f)) continue;
+            if (!bAny || f < *pfMin) *pfMin = f;
+            if (!bAny || f > *pfMax) *pfMax = f;
+            bAny = true;
+        }
+    return bAny;
+}
+
+QValueAxis* paxisOf(QChart* pchart, Qt::Orientation orientation) {
+    const auto vecAxis = pchart->axes(orientation);
+    return vecAxis.isEmpty() ? nullptr : qobject_cast<QValueAxis*>(vecAxis.first());
+}
+
+}  // namespace
+
+// ---- charts ------------------------------------------------------------------------
+
+QChart* pchartPlotNew(PlotQty qty, const PlotData& data) {
+    auto* pchart = new QChart;
+    pchart->setBackgroundRoundness(0);
+    pchart->setMargins(QMargins(2, 2, 2, 2));
+    pchart->layout()->setContentsMargins(0, 0, 0, 0);
+    pchart->legend()->setAlignment(Qt::AlignTop);
+    pchart->legend()->setMarkerShape(QLegend::MarkerShapeFromSeries);
+
+    auto* paxisTi = new QValueAxis;
+    paxisTi->setTitleText("t (s)");
+    paxisTi->setLabelFormat("%g");
+    auto* paxisF = new QValueAxis;
+    paxisF->setTitleText(QString::fromUtf8(szPlotQtyAxis(qty)));
+    paxisF->setLabelFormat("%g");
+    pchart->addAxis(paxisTi, Qt::AlignBottom);
+    pchart->addAxis(paxisF, Qt::AlignLeft);
+
+    std::vector<const std::vector<double>*> vecpvecTi, vecpvecF;
+    for (const PlotCurve* pcurve : vecCurveOf(qty, data)) {
+        auto* pseries = new QLineSeries;
+        pseries->setName(QString::fromStdString(pcurve->szLegend));
+        QList<QPointF> vecPt;
+        vecPt.reserve(static_cast<qsizetype>(pcurve->vecFTi.size()));
+        for (std::size_t i = 0; i < pcurve->vecFTi.size(); i++)
+            vecPt.append(QPointF(pcurve->vecFTi[i], pcurve->vecF[i]));
+        pseries->replace(vecPt);
+        pseries->setPen(penCurve(*pcurve));
+        pchart->addSeries(pseries);
+        pseries->attachAxis(paxisTi);
+        pseries->attachAxis(paxisF);
+        vecpvecTi.push_back(&pcurve->vecFTi);
+        vecpvecF.push_back(&pcurve->vecF);
+    }
+
+    double fTiMin = 0.0, fTiMax = 1.0, fMin = 0.0, fMax = 1.0;
+    if (!bRangeOf(&fTiMin, &fTiMax, vecpvecTi) || !(fTiMax > fTiMin)) fTiMax = fTiMin + 1.0;
+    if (!bRangeOf(&fMin, &fMax, vecpvecF)) {
+        fMin = 0.0;
+        fMax = 1.0;
+    }
+    // A flat line gets a band around it, others a little room, which does
+    // not cross zero (thrust and mass stay on their side of it).
+    const double fPad = fMax > fMin ? 0.03 * (fMax - fMin) : std::max(1.0, 0.05 * std::fabs(fMax));
+    double fLo = fMin - fPad, fHi = fMax + fPad;
+    if (fMin >= 0.0 && fLo < 0.0) fLo = 0.0;
+    if (fMax <= 0.0 && fHi > 0.0) fHi = 0.0;
+    paxisTi->setRange(fTiMin, fTiMax);
+    paxisF->setRange(fLo, fHi);
+    paxisTi->applyNiceNumbers();
+    paxisF->applyNiceNumbers();
+    return pchart;
+}
+
+bool bWritePlotPngs(const PlotData& data, std::string* pszError) {
+    for (PlotQty qty : arPlotQty) {
+        QChartView view(pchartPlotNew(qty, data));
+        view.setRenderHint(QPainter::Antialiasing);
+        view.resize(iPxDXPlotPng, iPxDYPlotPng);
+        // Lay the chart out at its size before it is drawn.
+        QApplication::sendPostedEvents();
+        QApplication::processEvents();
+        const QPixmap pix = view.grab();
+        const QString szFile = QString("plot_%1.png").arg(szPlotQtyName(qty));
+        if (pix.isNull() || !pix.save(szFile, "PNG")) {
+            if (pszError != nullptr) *pszError = szFile.toStdString();
+            return false;
+        }
+    }
+    return true;
+}
+
+namespace {
+
+// While the charts are drawn with no display, the toolkit's chatter about
+// its set-up (run-time directories, fonts) stays off the batch run's error
+// stream; its critical and fatal messages still go there.
+void messageOffscreen(QtMsgType type, const QMessageLogContext&, const QString& szMsg) {
+    if (type == QtCriticalMsg || type == QtFatalMsg)
+        std::fprintf(stderr, "Vantorell: %s\n", qPrintable(szMsg));
+}
+
+}  // namespace
+
+bool bWritePlotPngsOffscreen(const PlotData& data) {
+    const QtMessageHandler handlerOld = qInstallMessageHandler(messageOffscreen);
+    std::unique_ptr<QApplication> papp;
+    if (QCoreApplication::instance() == nullptr) {
+        // The platform is named on the command line the toolkit reads, which
+        // wins over a QT_QPA_PLATFORM the user may have set.
+        static char szArg0[] = "vantorell";
+        static char szArg1[] = "-platform";
+        static char szArg2[] = "offscreen";
+        static char* aszArg[] = {szArg0, szArg1, szArg2, nullptr};
+        static int argc = 3;
+        papp = std::make_unique<QApplication>(argc, aszArg);
+        // The toolkit takes the user's locale; the program's files keep a
+        // decimal point.
+        std::setlocale(LC_NUMERIC, "C");
+    }
+    std::string szFile;
+    const bool bOk = bWritePlotPngs(data, &szFile);
+    if (!bOk) std::fprintf(stderr, "Vantorell: cannot write %s\n", szFile.c_str());
+    papp.reset();
+    qInstallMessageHandler(handlerOld);
+    return bOk;
+}
+
+// ---- the panel ---------------------------------------------------------------------
+
+int WndPlots::iSliderFmFTi(double fTi) {
+    return static_cast<int>(std::lround(fTi * 1000.0));
+}
+
+double WndPlots::fTiFmISlider(int iPos) {
+    return iPos / 1000.0;
+}
+
+WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
+    setObjectName("wndPlots");
+    auto* playout = new QVBoxLayout(this);
+    playout->setContentsMargins(4, 4, 4, 4);
+    playout->setSpacing(2);
+
+    auto* playoutChecks = new QHBoxLayout;
+    playoutChecks->setSpacing(8);
+    for (PlotQty qty : arPlotQty) {
+        auto* pcheck = new QCheckBox(szPlotQtyName(qty), this);
+        pcheck->setObjectName(QString("checkPlot_%1").arg(szPlotQtyName(qty)));
+        pcheck->setChecked(true);
+        pcheck->setToolTip(QString("Show %1 against time").arg(szPlotQtyAxis(qty)));
+        // The pane keeps the keys: a check box takes focus from the mouse only.
+        pcheck->setFocusPolicy(Qt::NoFocus);
+        connect(pcheck, &QCheckBox::toggled, this, [this] { updateVisibility(); });
+        _apcheck[static_cast<int>(qty)] = pcheck;
+        playoutChecks->addWidget(pcheck);
+    }
+    playoutChecks->addStretch(1);
+    playout->addLayout(playoutChecks);
+
+    // One legend for all charts: they share their styles and time axis.
+    auto* plabelLegend = new QLabel(this);
+    plabelLegend->setObjectName("labelPlotLegend");
+    plabelLegend->setTextFormat(Qt::RichText);
+    plabelLegend->setText(QString("<span style=\"color:%1\"><b>&#x2501;&#x2501;</b></span> run "
+                                  "(actual) &nbsp; <span style=\"color:%2\"><b>&#x2501;&#x2501;"
+                                  "</b></span> run commanded &nbsp; <span style=\"color:%3\"><b>"
+                                  "&#x2505;&#x2505;</b></span> plan &nbsp; <span style=\"color:%4\">"
+                                  "<b>|</b></span> shown &nbsp;&nbsp; time t in s")
+                              .arg(rgbRun.name(), rgbRunCmd.name(), rgbPlan.name(),
+                                   rgbCursor.name()));
+    playout->addWidget(plabelLegend);
+
+    _plabelEmpty = new QLabel("Nothing to plot yet: p plans the hop, s flies it.", this);
+    _plabelEmpty->setObjectName("labelPlotEmpty");
+    _plabelEmpty->setAlignment(Qt::AlignCenter);
+    playout->addWidget(_plabelEmpty, 1);
+
+    for (PlotQty qty : arPlotQty) {
+        auto* pview = new QChartView(this);
+        pview->setObjectName(QString("chartPlot_%1").arg(szPlotQtyName(qty)));
+        pview->setRenderHint(QPainter::Antialiasing);
+        pview->setFocusPolicy(Qt::NoFocus);
+        pview->setMinimumHeight(90);
+        _aview[static_cast<int>(qty)].pview = pview;
+        playout->addWidget(pview, 1);
+    }
+
+    auto* playoutTi = new QHBoxLayout;
+    auto* plabelT = new QLabel("t", this);
+    playoutTi->addWidget(plabelT);
+    _psliderTi = new QSlider(Qt::Horizontal, this);
+    _psliderTi->setObjectName("sliderPlotTi");
+    _psliderTi->setToolTip("Scrub through the stored run: the pane shows the state at this time");
+    _psliderTi->setFocusPolicy(Qt::NoFocus);
+    _psliderTi->setEnabled(false);
+    connect(_psliderTi, &QSlider::valueChanged, this, &WndPlots::sliderMoved);
+    playoutTi->addWidget(_psliderTi, 1);
+    _plabelTi = new QLabel(this);
+    _plabelTi->setObjectName("labelPlotTi");
+    _plabelTi->setMinimumWidth(fontMetrics().horizontalAdvance("t = 30.000 s "));
+    playoutTi->addWidget(_plabelTi);
+    playout->addLayout(playoutTi);
+
+    _plabelLanding = new QLabel(this);
+    _plabelLanding->setObjectName("labelPlotLanding");
+    _plabelLanding->setWordWrap(true);
+    _plabelLanding->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    playout->addWidget(_plabelLanding);
+
+    _plabelChecks = new QLabel(this);
+    _plabelChecks->setObjectName("labelPlotChecks");
+    _plabelChecks->setWordWrap(true);
+    playout->addWidget(_plabelChecks);
+    _plistWarnings = new QListWidget(this);
+    _plistWarnings->setObjectName("listPlotWarnings");
+    _plistWarnings->setWordWrap(true);
+    _plistWarnings->setFocusPolicy(Qt::NoFocus);
+    _plistWarnings->setMaximumHeight(6 * fontMetrics().height());
+    QPalette palette = _plistWarnings->palette();
+    palette.setColor(QPalette::Text, QColor(160, 0, 0));
+    _plistWarnings->setPalette(palette);
+    playout->addWidget(_plistWarnings);
+
+    rebuildCharts();
+    updateLanding();
+    updateChecks();
+}
+
+void WndPlots::planChanged() {
+    _data.vecCurvePlan = vecCurvePlanFmProgram();
+    _data.vecViolation = vecPlanViolationFmProgram();
+    _data.bLanding = bLandingMissFmProgram(&_data.landingMiss);
+    rebuildCharts();
+    updateLanding();
+    updateChecks();
+}
+
+void WndPlots::runChanged() {
+    _data.vecCurveRun = vecCurveRunFmProgram();
+    _data.bLanding = bLandingMissFmProgram(&_data.landingMiss);
+    const bool bRun = arFTiData.n() > 0;
+    _bCursor = false;
+    if (bRun) {
+        _fTiRunFirst = arFTiData[arFTiData.iFirst()];
+        _fTiRunLast = arFTiData[arFTiData.iLast()];
+        const QSignalBlocker blocker(_psliderTi);
+        _psliderTi->setRange(iSliderFmFTi(_fTiRunFirst), iSliderFmFTi(_fTiRunLast));
+        _psliderTi->setSingleStep(50);  // one record
+        _psliderTi->setPageStep(1000);
+    }
+    _psliderTi->setEnabled(bRun);
+    rebuildCharts();
+    updateLanding();
+    if (bRun) setCursorFTi(_fTiRunFirst);
+}
+
+void WndPlots::setCursorFTi(double fTi) {
+    if (_data.vecCurveRun.empty()) return;
+    _fTiCursor = std::clamp(fTi, _fTiRunFirst, _fTiRunLast);
+    _bCursor = true;
+    {
+        const QSignalBlocker blocker(_psliderTi);
+        _psliderTi->setValue(iSliderFmFTi(_fTiCursor));
+    }
+    _plabelTi->setText(QString::asprintf("t = %.3f s", _fTiCursor));
+    updateCursorSeries();
+}
+
+void WndPlots::commandRun(char ch) {
+    switch (ch) {
+        case 'p':
+        case 'P':
+            planChanged();
+            break;
+        case 's':
+        case 'S':
+            runChanged();
+            break;
+        case 'i':
+        case 'I':
+            if (bPath && arFTiData.n() > 0) setCursorFTi(arFTiData[arFTiData.iFirst()]);
+            break;
+        default:
+            break;
+    }
+}
+
+void WndPlots::replayTicked() {
+    setCursorFTi(fSTiSim);
+}
+
+void WndPlots::sliderMoved(int iPos) {
+    if (_data.vecCurveRun.empty()) return;
+    const double fTi = std::clamp(fTiFmISlider(iPos), _fTiRunFirst, _fTiRunLast);
+    setCursorFTi(fTi);
+    emit timeScrubbed(fTi);
+}
+
+void WndPlots::rebuildCharts() {
+    for (PlotQty qty : arPlotQty) {
+        ChartSlot& slot = _aview[static_cast<int>(qty)];
+        QChart* pchartOld = slot.pview->chart();
+        QChart* pchart = pchartPlotNew(qty, _data);
+        // Compact for the panel: the panel's legend line stands for the
+        // charts' own, and says what the time axis is.
+        QFont fontSmall = font();
+        fontSmall.setPointSizeF(std::max(6.0, fontSmall.pointSizeF() - 1.5));
+        pchart->legend()->hide();
+        for (QAbstractAxis* paxis : pchart->axes()) {
+            paxis->setLabelsFont(fontSmall);
+            paxis->setTitleFont(fontSmall);
+        }
+        for (QAbstractAxis* paxis : pchart->axes(Qt::Horizontal)) paxis->setTitleVisible(false);
+        // Few value ticks: a chart here is only a hundred-odd pixels high.
+        if (QValueAxis* paxisF = paxisOf(pchart, Qt::Vertical)) {
+            paxisF->setTickCount(4);
+            paxisF->applyNiceNumbers();
+        }
+        // The cursor: a thin grey line from the bottom to the top of the
+        // value range, kept out of the legend.
+        auto* pseriesCursor = new QLineSeries;
+        pseriesCursor->setName("cursor");
+        pseriesCursor->setPen(QPen(rgbCursor, 1.0));
+        pchart->addSeries(pseriesCursor);
+        QValueAxis* paxisTi = paxisOf(pchart, Qt::Horizontal);
+        QValueAxis* paxisF = paxisOf(pchart, Qt::Vertical);
+        pseriesCursor->attachAxis(paxisTi);
+        pseriesCursor->attachAxis(paxisF);
+        for (QLegendMarker* pmarker : pchart->legend()->markers(pseriesCursor))
+            pmarker->setVisible(false);
+        slot.fYMin = paxisF->min();
+        slot.fYMax = paxisF->max();
+        slot.pseriesCursor = pseriesCursor;
+        slot.pview->setChart(pchart);
+        // The view hands the old chart back rather than deleting it.
+        if (pchartOld != nullptr && pchartOld != pchart) delete pchartOld;
+    }
+    updateVisibility();
+    updateCursorSeries();
+}
+
+void WndPlots::updateVisibility() {
+    const bool bData = bAnyCurve(_data);
+    _plabelEmpty->setVisible(!bData);
+    for (PlotQty qty : arPlotQty) {
+        const int iQty = static_cast<int>(qty);
+        _aview[iQty].pview->setVisible(bData && _apcheck[iQty]->isChecked());
+    }
+}
+
+void WndPlots::updateCursorSeries() {
+    for (ChartSlot& slot : _aview) {
+        if (slot.pseriesCursor == nullptr) continue;
+        if (!_bCursor) {
+            slot.pseriesCursor->clear();
+            continue;
+        }
+        slot.pseriesCursor->replace(
+            QList<QPointF>{QPointF(_fTiCursor, slot.fYMin), QPointF(_fTiCursor, slot.fYMax)});
+    }
+    if (!_bCursor) _plabelTi->setText(QString());
+}
+
+void WndPlots::updateLanding() {
+    _plabelLanding->setVisible(_data.bLanding);
+    _plabelLanding->setText(_data.bLanding ? QString::fromStdString(szLandingMiss(_data.landingMiss))
+                                           : QString());
+}
+
+void WndPlots::updateChecks() {
+    _plistWarnings->clear();
+    if (_data.vecCurvePlan.empty()) {
+        _plabelChecks->setVisible(false);
+        _plistWarnings->setVisible(false);
+        return;
+    }
+    _plabelChecks->setVisible(true);
+    if (_data.vecViolation.empty()) {
+        _plabelChecks->setStyleSheet("color: rgb(0, 110, 0);");
+        _plabelChecks->setText("Plan checks: thrusters, mass and terrain clearance within limits");
+        _plistWarnings->setVisible(false);
+        return;
+    }
+    _plabelChecks->setStyleSheet("color: rgb(160, 0, 0); font-weight: bold;");
+    const auto nViolation = _data.vecViolation.size();
+    _plabelChecks->setText(QString("Plan checks: %1 warning%2 (the plan asks more than the "
+                                   "vehicle can give)")
+                               .arg(nViolation)
+                               .arg(nViolation == 1 ? "" : "s"));
+    for (const PlanViolation& violation : _data.vecViolation)
+        _plistWarnings->addItem(QString::fromStdString(szPlanViolation(violation)));
+    _plistWarnings->setVisible(true);
+}

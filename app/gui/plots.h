@@ -1,0 +1,127 @@
+// WndPlots, the plots panel beside the 3-D pane, and the charts it shows.
+//
+// One chart per quantity (x, z, pitch, thrust, moment, mass) against time:
+// the plan dashed, the stored run solid, each with a legend and its SI unit
+// on the axis; check boxes choose which charts are shown. A vertical cursor
+// marks the time of the state the pane shows and moves with the replay and
+// with `i`; the time slider below scrubs through the stored run (the panel
+// asks for the state through timeScrubbed, the pane shows it). After `s` a
+// line gives the landing miss; after `p` the plan checks are listed in the
+// panel (a broken limit is a warning there, never a message box).
+//
+// The panel reads the program-wide plan and run only when told that they
+// changed (planChanged, runChanged, or commandRun with the letter); between
+// times it draws the copy it took (app/plotdata.h).
+//
+// The charts are also drawn without a window, into PNG files, for the batch
+// mode (bWritePlotPngsOffscreen).
+#pragma once
+
+#include <QWidget>
+
+#include <string>
+
+#include "app/plotdata.h"
+
+class QChart;
+class QChartView;
+class QCheckBox;
+class QLabel;
+class QLineSeries;
+class QListWidget;
+class QSlider;
+
+// A new chart of one quantity from data: plan curves dashed, run curves
+// solid, legend on top, time axis "t (s)" and the quantity's axis, ranges
+// rounded to tick values. The caller owns it. A quantity with no curve gives
+// an empty chart with the same axes.
+QChart* pchartPlotNew(PlotQty qty, const PlotData& data);
+
+// Size of each PNG file, pixels.
+constexpr int iPxDXPlotPng = 960;
+constexpr int iPxDYPlotPng = 400;
+
+// Writes the chart of every quantity as "plot_<name>.png" (x, z, pitch,
+// thrust, moment, mass) in the current directory. Needs a QApplication.
+// False, with the file that failed in *pszError, when one cannot be written.
+bool bWritePlotPngs(const PlotData& data, std::string* pszError);
+
+// The same with no display: makes a QApplication on the toolkit's
+// "offscreen" platform for the time of the drawing when none exists. Says
+// on standard error ("Vantorell: cannot write ...") what failed.
+bool bWritePlotPngsOffscreen(const PlotData& data);
+
+class WndPlots : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit WndPlots(QWidget* pwndParent);
+
+    // Takes the plan (its curves and checks) or the run (its curves, the
+    // slider's range, the landing miss) afresh from the program.
+    void planChanged();
+    void runChanged();
+
+    // Puts the cursor and the slider at fTi, clamped to the stored run (no
+    // run: nothing happens). Does not ask the pane for anything.
+    void setCursorFTi(double fTi);
+
+    bool bCursorShown() const { return _bCursor; }
+    double fTiCursor() const { return _fTiCursor; }
+    const PlotData& data() const { return _data; }
+
+    QChartView* pviewChart(PlotQty qty) const { return _aview[static_cast<int>(qty)].pview; }
+    QLineSeries* pseriesCursor(PlotQty qty) const {
+        return _aview[static_cast<int>(qty)].pseriesCursor;
+    }
+    QCheckBox* pcheckQty(PlotQty qty) const { return _apcheck[static_cast<int>(qty)]; }
+    QSlider* psliderTi() const { return _psliderTi; }
+    QLabel* plabelTi() const { return _plabelTi; }
+    QLabel* plabelEmpty() const { return _plabelEmpty; }
+    QLabel* plabelLanding() const { return _plabelLanding; }
+    QLabel* plabelChecks() const { return _plabelChecks; }
+    QListWidget* plistWarnings() const { return _plistWarnings; }
+
+    // Slider positions are milliseconds of run time.
+    static int iSliderFmFTi(double fTi);
+    static double fTiFmISlider(int iPos);
+
+signals:
+    // The user moved the slider to fTi (within the stored run).
+    void timeScrubbed(double fTi);
+
+public slots:
+    // The pane ran the command typed as ch.
+    void commandRun(char ch);
+    // One tick of a running replay has moved the state shown.
+    void replayTicked();
+
+private:
+    struct ChartSlot {
+        QChartView* pview = nullptr;
+        QLineSeries* pseriesCursor = nullptr;
+        double fYMin = 0.0;
+        double fYMax = 1.0;
+    };
+
+    void rebuildCharts();
+    void updateVisibility();
+    void updateCursorSeries();
+    void updateLanding();
+    void updateChecks();
+    void sliderMoved(int iPos);
+
+    PlotData _data;
+    ChartSlot _aview[nPlotQty];
+    QCheckBox* _apcheck[nPlotQty] = {};
+    QLabel* _plabelEmpty = nullptr;
+    QSlider* _psliderTi = nullptr;
+    QLabel* _plabelTi = nullptr;
+    QLabel* _plabelLanding = nullptr;
+    QLabel* _plabelChecks = nullptr;
+    QListWidget* _plistWarnings = nullptr;
+    bool _bCursor = false;
+    double _fTiCursor = 0.0;
+    double _fTiRunFirst = 0.0;
+    double _fTiRunLast = 0.0;
+};
