@@ -257,7 +257,9 @@ std::vector<PlanViolation> vecPlanViolationFm(Vd<double>* pvdfT, A<unsigned char
             bPtOnGndAtXY(&fXGnd, &fYGnd, &fZGnd, fX, 0.0, parPArPPtVtxPgnGnd) &&
             fZ < fZGnd - fDZBelowGndTol) {
             abBroken[3] = true;
-            extendStretch(&arStretch[3], PlanCheck::BelowTerrain, 0, fTi, fX, fZ, fZGnd,
+            // + 0.0: a level plane through 0 may give -0, which would print
+            // as "-0.0000".
+            extendStretch(&arStretch[3], PlanCheck::BelowTerrain, 0, fTi, fX, fZ, fZGnd + 0.0,
                           fZGnd - fZ);
         }
         for (int iCheck = 0; iCheck < nCheck; iCheck++)

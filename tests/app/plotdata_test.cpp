@@ -1,0 +1,658 @@
+// The series, checks, landing miss and CSV files of the plots, against the
+// numbers the reports print ("traj1l.txt", "fltplan.txt", "results.txt") and
+// against closed forms.
+#include <cerrno>
+#include <clocale>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/plotdata.h"
+#include "core/logerror.h"
+#include "plan/planstate.h"
+#include "plan/wptfpln.h"
+#include "sim/flight.h"
+#include "sim/fltsim.h"
+#include "sim/params.h"
+#include "support/testutil.h"
+
+using vttest::copyTestData;
+using vttest::readFile;
+
+namespace {
+
+// f as "%W.Plf" prints it.
+std::string szFmt(int iWidth, int iPrec, double f) {
+    char szBuf[64];
+    std::snprintf(szBuf, sizeof szBuf, "%*.*lf", iWidth, iPrec, f);
+    return szBuf;
+}
+
+std::vector<std::string> vecLines(const std::string& sz) {
+    std::vector<std::string> vec;
+    std::istringstream in(sz);
+    for (std::string szLine; std::getline(in, szLine);) vec.push_back(szLine);
+    return vec;
+}
+
+std::vector<double> vecCsvRow(const std::string& szLine) {
+    std::vector<double> vec;
+    std::istringstream in(szLine);
+    for (std::string szCell; std::getline(in, szCell, ',');) {
+        char* pchEnd = nullptr;
+        vec.push_back(std::strtod(szCell.c_str(), &pchEnd));
+        EXPECT_EQ(*pchEnd, '\0') << szCell;
+    }
+    return vec;
+}
+
+double fDeg(double fRdn) { return fRdn / 3.141592653589793 * 180.0; }
+
+const PlotCurve& curveOf(const std::vector<PlotCurve>& vec, PlotQty qty, const char* szLegend) {
+    for (const PlotCurve& curve : vec)
+        if (curve.qty == qty && curve.szLegend == szLegend) return curve;
+    ADD_FAILURE() << "no curve " << szPlotQtyName(qty) << " " << szLegend;
+    static const PlotCurve curveNone{};
+    return curveNone;
+}
+
+Stvehicle3dof& stStored(Long i) { return *static_cast<Stvehicle3dof*>(arPStvehicle[i]); }
+
+// Plans (and optionally flies) a waypoint file in the test's directory with
+// the program's own chain, output discarded.
+class PlotDataTest : public InTempDir {
+protected:
+    void SetUp() override {
+        InTempDir::SetUp();
+        initParams();
+    }
+    void TearDown() override {
+        deleteStoredRun(&arFTiData, &arPStvehicle);
+        deleteTraj1Params();
+        deleteTraj1Path();
+        deletePathAnalysis();
+        InTempDir::TearDown();
+    }
+    void plan(const std::string& szTraj1r) {
+        copyTestData(szTraj1r, "traj1r.txt");
+        std::FILE* pfileNull = std::fopen("/dev/null", "w");
+        ASSERT_TRUE(bRunPlanCommand(pfileNull));
+        std::fclose(pfileNull);
+    }
+    void planBundledHop() {
+        std::filesystem::copy_file(std::string(VT_EXAMPLES) + "/traj1r.txt", "traj1r.txt");
+        std::FILE* pfileNull = std::fopen("/dev/null", "w");
+        ASSERT_TRUE(bRunPlanCommand(pfileNull));
+        std::fclose(pfileNull);
+    }
+    void fly() {
+        deleteStoredRun(&arFTiData, &arPStvehicle);
+        flyScheduleFile("fltplan.txt", &arFTiData, &arPStvehicle);
+        writeResultsTxt("results.txt", arFTiData, arPStvehicle);
+    }
+};
+
+}  // namespace
+
+// ---- series ---------------------------------------------------------------------
+
+TEST_F(PlotDataTest, PlanCurvesAreTheNumbersOfTheListingAndTheFlightPlan) {
+    planBundledHop();
+    writeTraj1lTxt();
+    const std::vector<PlotCurve> vec = vecCurvePlanFmProgram();
+    ASSERT_EQ(vec.size(), 6u);
+    for (int i = 0; i < nPlotQty; i++) {
+        EXPECT_EQ(vec[i].qty, arPlotQty[i]);
+        EXPECT_EQ(vec[i].source, PlotSource::Plan);
+        EXPECT_EQ(vec[i].szLegend, "plan");
+        ASSERT_EQ(vec[i].vecFTi.size(), static_cast<std::size_t>(pvdfT->n()));
+        ASSERT_EQ(vec[i].vecF.size(), vec[i].vecFTi.size());
+    }
+    const std::vector<std::string> vecListing = vecLines(readFile("traj1l.txt"));
+    const std::vector<std::string> vecFltplan = vecLines(readFile("fltplan.txt"));
+    const std::size_t nPt = vec[0].vecFTi.size();
+    ASSERT_GE(vecListing.size(), nPt);
+    ASSERT_GE(vecFltplan.size(), nPt + 2);
+    for (std::size_t k = 0; k < nPt; k++) {
+        const std::string& szLine = vecListing[k];
+        const double fTi = vec[0].vecFTi[k];
+        // "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)"
+        char szHead[160];
+        std::snprintf(szHead, sizeof szHead, "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)",
+                      static_cast<int>(k), fTi, vec[5].vecF[k], vec[0].vecF[k], vec[1].vecF[k]);
+        EXPECT_EQ(szLine.substr(0, std::string(szHead).size()), szHead) << k;
+        EXPECT_NE(szLine.find("  pitch = " + szFmt(10, 4, vec[2].vecF[k]) + "  "),
+                  std::string::npos)
+            << k;
+        EXPECT_NE(szLine.find("pitch moment = " + szFmt(12, 6, vec[4].vecF[k])),
+                  std::string::npos)
+            << k;
+        // Thrust: the magnitude column of the flight plan at the same time.
+        EXPECT_EQ(vecFltplan[k + 2].substr(0, 25),
+                  szFmt(12, 6, fTi) + " " + szFmt(12, 6, vec[3].vecF[k]))
+            << k;
+    }
+    // Independently: the thrust points along the force, so with the force
+    // (Fx, Fz) the pitch satisfies Fz sin(pitch) = -Fx cos(pitch).
+    for (Long i = pvdfT->lo; i <= pvdfT->hi; i++) {
+        const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
+        const double fPitch = vec[2].vecF[static_cast<std::size_t>(i - pvdfT->lo)];
+        EXPECT_NEAR(vdfF[3] * std::sin(fPitch), -vdfF[1] * std::cos(fPitch), 1e-9) << i;
+    }
+    EXPECT_EQ(vec[5].vecF.front(), fMsGTO);
+}
+
+TEST_F(PlotDataTest, RunCurvesAreTheNumbersOfTheResultsFile) {
+    planBundledHop();
+    fly();
+    const std::vector<PlotCurve> vec = vecCurveRunFmProgram();
+    ASSERT_EQ(vec.size(), 8u);
+    const std::vector<std::string> vecResults = vecLines(readFile("results.txt"));
+    const std::size_t nRec = static_cast<std::size_t>(arFTiData.n());
+    ASSERT_EQ(vecResults.size(), nRec + 1);
+    // Columns of eight characters: ti Xf Zf Pitch VeXf VeZf PitchDot Ms ThCmd
+    // ThAct MmCmd MmAct.
+    struct Col {
+        PlotQty qty;
+        const char* szLegend;
+        int iCol;
+        bool bDeg;
+        int iPrec;  // width 8
+    };
+    const Col arCol[] = {
+        {PlotQty::X, "run", 1, false, 2},
+        {PlotQty::Z, "run", 2, false, 2},
+        {PlotQty::Pitch, "run", 3, true, 2},
+        {PlotQty::Mass, "run", 7, false, 2},
+        {PlotQty::Thrust, "run commanded", 8, false, 1},
+        {PlotQty::Thrust, "run actual", 9, false, 1},
+        {PlotQty::Moment, "run commanded", 10, false, 1},
+        {PlotQty::Moment, "run actual", 11, false, 1},
+    };
+    for (const Col& col : arCol) {
+        const PlotCurve& curve = curveOf(vec, col.qty, col.szLegend);
+        ASSERT_EQ(curve.vecF.size(), nRec);
+        EXPECT_EQ(curve.source, PlotSource::Run);
+        for (std::size_t k = 0; k < nRec; k++) {
+            const std::string& szLine = vecResults[k + 1];
+            EXPECT_EQ(szLine.substr(0, 8), szFmt(8, 2, curve.vecFTi[k]));
+            const double f = col.bDeg ? fDeg(curve.vecF[k]) : curve.vecF[k];
+            EXPECT_EQ(szLine.substr(static_cast<std::size_t>(8 * col.iCol), 8), szFmt(8, col.iPrec, f))
+                << szPlotQtyName(col.qty) << " " << col.szLegend << " row " << k;
+        }
+    }
+    // The panel order: x, z, pitch, thrust twice, moment twice, mass.
+    const PlotQty arQtyOrder[] = {PlotQty::X,      PlotQty::Z,      PlotQty::Pitch,
+                                  PlotQty::Thrust, PlotQty::Thrust, PlotQty::Moment,
+                                  PlotQty::Moment, PlotQty::Mass};
+    for (std::size_t k = 0; k < vec.size(); k++) EXPECT_EQ(vec[k].qty, arQtyOrder[k]);
+}
+
+TEST_F(PlotDataTest, NoPlanOrNoRunGivesNoCurves) {
+    EXPECT_TRUE(vecCurvePlanFmProgram().empty());
+    EXPECT_TRUE(vecCurveRunFmProgram().empty());
+    EXPECT_TRUE(vecPlanViolationFmProgram().empty());
+    LandingMiss lm{};
+    lm.fDist = -7.0;
+    EXPECT_FALSE(bLandingMissFmProgram(&lm));
+    EXPECT_EQ(lm.fDist, -7.0);  // untouched
+    EXPECT_TRUE(vecCurvePlanFm(nullptr, nullptr, nullptr, nullptr, nullptr, nullptr).empty());
+    const PlotData data = plotDataFmProgram();
+    EXPECT_TRUE(data.vecCurvePlan.empty() && data.vecCurveRun.empty() && !data.bLanding);
+}
+
+TEST(PlotQtyTest, NamesAndAxesCarryTheirUnits) {
+    const char* aszName[] = {"x", "z", "pitch", "thrust", "moment", "mass"};
+    const char* aszAxis[] = {"x (m)", "z (m)", "pitch (rad)", "thrust (N)", "moment (N\u00b7m)",
+                             "mass (kg)"};
+    for (int i = 0; i < nPlotQty; i++) {
+        EXPECT_STREQ(szPlotQtyName(arPlotQty[i]), aszName[i]);
+        EXPECT_STREQ(szPlotQtyAxis(arPlotQty[i]), aszAxis[i]);
+    }
+}
+
+// ---- thruster split -------------------------------------------------------------
+
+TEST_F(PlotDataTest, ThrusterSplitGivesTheSummaryExtremesBitForBit) {
+    planBundledHop();
+    double fMax = -1e300, fMin = 1e300;
+    for (Long i = pvdfT->lo; i <= pvdfT->hi; i++) {
+        const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
+        const Vd<double>& vdfM = *pvdfAt(paPVdfM, i);
+        double afF[3];
+        fFThrustersFm(afF, vdfF, vdfM);
+        for (double f : afF) {
+            fMax = std::max(fMax, f);
+            fMin = std::min(fMin, f);
+        }
+        // Closed form: each thruster a third of the thrust; the moment over
+        // 0.8 m taken half from 1 and half from 2 and given to 3.
+        const double fFc = std::hypot(vdfF[1], vdfF[3]);
+        const double fM = vdfM[2];
+        EXPECT_NEAR(afF[0], fFc / 3 - fM / 1.6, 1e-9);
+        EXPECT_NEAR(afF[1], fFc / 3 - fM / 1.6, 1e-9);
+        EXPECT_NEAR(afF[2], fFc / 3 + fM / 0.8, 1e-9);
+        EXPECT_NEAR(afF[0] + afF[1] + afF[2], fFc, 1e-9);
+    }
+    EXPECT_EQ(fMax, fFThrusterMax);
+    EXPECT_EQ(fMin, fFThrusterMin);
+}
+
+// ---- plan checks ----------------------------------------------------------------
+
+TEST_F(PlotDataTest, FlyableHopsBreakNoLimit) {
+    planBundledHop();
+    EXPECT_TRUE(vecPlanViolationFmProgram().empty());
+    plan("reference/plan/hop_short/traj1r.txt");
+    EXPECT_TRUE(vecPlanViolationFmProgram().empty());
+}
+
+TEST_F(PlotDataTest, FastHopBreaksThrustAndPropellantAndEveryStretchIsExact) {
+    plan("plan/fast_hop/traj1r.txt");
+    const std::vector<PlanViolation> vec = vecPlanViolationFmProgram();
+    ASSERT_FALSE(vec.empty());
+    const double fShare = fFcThrustMax / 3.0;
+    double fHighest = -1e300, fLowest = 1e300;
+    int anCheck[4] = {0, 0, 0, 0};
+    // Whether sample i breaks the check, by the closed-form split.
+    auto bBroken = [&](PlanCheck check, Long i) {
+        const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
+        const double fFc = std::hypot(vdfF[1], vdfF[3]);
+        const double fM = (*pvdfAt(paPVdfM, i))[2];
+        const double fF12 = fFc / 3 - fM / 1.6, fF3 = fFc / 3 + fM / 0.8;
+        switch (check) {
+            case PlanCheck::ThrusterAboveShare: return std::max(fF12, fF3) > fShare;
+            case PlanCheck::ThrusterBelowZero: return std::min(fF12, fF3) < 0.0;
+            case PlanCheck::MassAtOrBelowEmpty: return (*pvdfMs)[i] <= fMsEmpty;
+            case PlanCheck::BelowTerrain: return false;
+        }
+        return false;
+    };
+    auto iSample = [&](double fTi) {
+        for (Long i = pvdfT->lo; i <= pvdfT->hi; i++)
+            if ((*pvdfT)[i] == fTi) return i;
+        ADD_FAILURE() << "no sample at " << fTi;
+        return pvdfT->lo;
+    };
+    int iCheckPrev = -1;
+    double fTiPrev = -1.0;
+    for (const PlanViolation& v : vec) {
+        const int iCheck = static_cast<int>(v.check);
+        anCheck[iCheck]++;
+        // Checks in order, stretches in time order within a check.
+        EXPECT_GE(iCheck, iCheckPrev);
+        if (iCheck == iCheckPrev) {
+            EXPECT_GT(v.fTiFirst, fTiPrev);
+        }
+        iCheckPrev = iCheck;
+        fTiPrev = v.fTiLast;
+        EXPECT_LE(v.fTiFirst, v.fTiWorst);
+        EXPECT_LE(v.fTiWorst, v.fTiLast);
+        EXPECT_GT(v.fAmount, 0.0);
+        const Long iFirst = iSample(v.fTiFirst), iLast = iSample(v.fTiLast);
+        for (Long i = iFirst; i <= iLast; i++) EXPECT_TRUE(bBroken(v.check, i)) << i;
+        if (iFirst > pvdfT->lo) {
+            EXPECT_FALSE(bBroken(v.check, iFirst - 1));
+        }
+        if (iLast < pvdfT->hi) {
+            EXPECT_FALSE(bBroken(v.check, iLast + 1));
+        }
+        const Long iWorst = iSample(v.fTiWorst);
+        EXPECT_EQ(v.fX, (*pvdfAt(paPVdfX, iWorst))[1]);
+        if (v.check == PlanCheck::ThrusterAboveShare) {
+            EXPECT_EQ(v.fLimit, fShare);
+            EXPECT_DOUBLE_EQ(v.fAmount, v.fValue - fShare);
+            fHighest = std::max(fHighest, v.fValue);
+        } else if (v.check == PlanCheck::ThrusterBelowZero) {
+            EXPECT_EQ(v.fLimit, 0.0);
+            EXPECT_EQ(v.fAmount, -v.fValue);
+            fLowest = std::min(fLowest, v.fValue);
+        } else if (v.check == PlanCheck::MassAtOrBelowEmpty) {
+            EXPECT_EQ(v.iThruster, 0);
+            EXPECT_EQ(v.fLimit, fMsEmpty);
+            // The mass only falls: the worst is the last sample.
+            EXPECT_EQ(v.fTiWorst, v.fTiLast);
+            EXPECT_EQ(v.fValue, (*pvdfMs)[iWorst]);
+            EXPECT_EQ(v.fTiLast, (*pvdfT)[pvdfT->hi]);
+        }
+        if (v.check == PlanCheck::ThrusterAboveShare || v.check == PlanCheck::ThrusterBelowZero) {
+            EXPECT_TRUE(v.iThruster == 1 || v.iThruster == 3);
+        }
+    }
+    EXPECT_GT(anCheck[0], 0);
+    EXPECT_GT(anCheck[1], 0);
+    EXPECT_EQ(anCheck[2], 1);
+    EXPECT_EQ(anCheck[3], 0);
+    // The worst of all is what the SUMMARY reports.
+    EXPECT_EQ(fHighest, fFThrusterMax);
+    EXPECT_EQ(fLowest, fFThrusterMin);
+}
+
+TEST_F(PlotDataTest, PathUnderTheSlopeIsBelowTheTerrainByItsDepth) {
+    plan("plan/under_ground/traj1r.txt");
+    const std::vector<PlanViolation> vec = vecPlanViolationFmProgram();
+    ASSERT_EQ(vec.size(), 1u);
+    const PlanViolation& v = vec[0];
+    EXPECT_EQ(v.check, PlanCheck::BelowTerrain);
+    EXPECT_EQ(v.iThruster, 0);
+    // The first slope falls at 20 degrees from x = 1 to x = 9.
+    ASSERT_GT(v.fX, 1.0);
+    ASSERT_LT(v.fX, 9.0);
+    const double fZGnd = -(v.fX - 1.0) * std::tan(20.0 / 180.0 * 3.141592653589793);
+    EXPECT_NEAR(v.fLimit, fZGnd, 1e-9);
+    EXPECT_EQ(v.fAmount, v.fLimit - v.fValue);
+    // The stretch: every sample inside under the slope, its neighbours not.
+    auto fDepth = [](Long i) {
+        const double fX = (*pvdfAt(paPVdfX, i))[1];
+        const double fZ = (*pvdfAt(paPVdfX, i))[3];
+        const double fZG = fX <= 1.0 ? 0.0 : -(fX - 1.0) * std::tan(20.0 / 180.0 * 3.141592653589793);
+        return fZG - fZ;
+    };
+    double fDeepest = 0.0;
+    for (Long i = pvdfT->lo; i <= pvdfT->hi; i++) {
+        const double fTi = (*pvdfT)[i];
+        const bool bIn = fTi >= v.fTiFirst && fTi <= v.fTiLast;
+        EXPECT_EQ(bIn, fDepth(i) > fDZBelowGndTol) << i;
+        fDeepest = std::max(fDeepest, fDepth(i));
+        if (fTi == v.fTiWorst) {
+            EXPECT_EQ(v.fValue, (*pvdfAt(paPVdfX, i))[3]);
+        }
+    }
+    EXPECT_NEAR(v.fAmount, fDeepest, 1e-9);
+}
+
+namespace {
+
+// A hand-made plan of five samples at t = 0..4 at x = 0.5 over the level pad.
+struct SmallPlan {
+    Vd<double> vdfT{0, 4};
+    Vd<double> vdfMs{0, 4};
+    A<unsigned char*>* paX = paPVdfNew(0, 4, 3);
+    A<unsigned char*>* paF = paPVdfNew(0, 4, 3);
+    A<unsigned char*>* paM = paPVdfNew(0, 4, 3);
+    SmallPlan() {
+        for (Long i = 0; i <= 4; i++) {
+            vdfT[i] = i;
+            vdfMs[i] = 99.0;
+            (*pvdfAt(paX, i))[1] = 0.5;
+            (*pvdfAt(paX, i))[3] = 1.0;
+            (*pvdfAt(paF, i))[3] = 150.0;  // 50 N each, no moment
+        }
+    }
+    ~SmallPlan() {
+        deletePaPVdf(paX);
+        deletePaPVdf(paF);
+        deletePaPVdf(paM);
+    }
+    std::vector<PlanViolation> check() {
+        // A maximum thrust of 300 N: 100 N per thruster.
+        return vecPlanViolationFm(&vdfT, paX, &vdfMs, paF, paM, 300.0, 95.0, &arPArPPtVtxPgnGnd);
+    }
+};
+
+}  // namespace
+
+TEST_F(PlotDataTest, StretchesSplitAtAGapAndReportTheirWorstSample) {
+    SmallPlan plan;
+    // Thrusters 1 and 2 over 100 N at t = 0 and 1 (worse at 1), within at
+    // t = 2, thruster 3 over at t = 3 alone.
+    (*pvdfAt(plan.paF, 0))[3] = 330.0;  // 110 N each
+    (*pvdfAt(plan.paF, 1))[3] = 360.0;  // 120 N each
+    (*pvdfAt(plan.paM, 3))[2] = 0.8 * 60.0;  // thruster 3: 50 + 60 = 110 N
+    const std::vector<PlanViolation> vec = plan.check();
+    ASSERT_EQ(vec.size(), 2u);
+    EXPECT_EQ(vec[0].check, PlanCheck::ThrusterAboveShare);
+    EXPECT_EQ(vec[0].iThruster, 1);  // with no moment all three are equal: the pair is named
+    EXPECT_EQ(vec[0].fTiFirst, 0.0);
+    EXPECT_EQ(vec[0].fTiLast, 1.0);
+    EXPECT_EQ(vec[0].fTiWorst, 1.0);
+    EXPECT_NEAR(vec[0].fValue, 120.0, 1e-12);
+    EXPECT_NEAR(vec[0].fAmount, 20.0, 1e-12);
+    EXPECT_EQ(vec[1].iThruster, 3);
+    EXPECT_EQ(vec[1].fTiFirst, 3.0);
+    EXPECT_EQ(vec[1].fTiLast, 3.0);
+    EXPECT_NEAR(vec[1].fValue, 110.0, 1e-12);
+}
+
+TEST_F(PlotDataTest, ThrustersOneAndTwoAreJudgedAsAPair) {
+    SmallPlan plan;
+    // A negative moment loads 1 and 2: 50 + 30 = 80 N each, 3 gets 50 - 60.
+    (*pvdfAt(plan.paM, 2))[2] = -0.8 * 60.0;
+    const std::vector<PlanViolation> vec = plan.check();
+    ASSERT_EQ(vec.size(), 1u);
+    EXPECT_EQ(vec[0].check, PlanCheck::ThrusterBelowZero);
+    EXPECT_EQ(vec[0].iThruster, 3);
+    EXPECT_NEAR(vec[0].fValue, -10.0, 1e-12);
+    // The other way: 1 and 2 pull.
+    (*pvdfAt(plan.paM, 2))[2] = 0.8 * 120.0;  // 50 - 60 each, 3: 170
+    const std::vector<PlanViolation> vec2 = plan.check();
+    ASSERT_EQ(vec2.size(), 2u);
+    EXPECT_EQ(vec2[0].check, PlanCheck::ThrusterAboveShare);
+    EXPECT_EQ(vec2[0].iThruster, 3);
+    EXPECT_EQ(vec2[1].check, PlanCheck::ThrusterBelowZero);
+    EXPECT_EQ(vec2[1].iThruster, 1);
+    EXPECT_NEAR(vec2[1].fValue, -10.0, 1e-12);
+    EXPECT_EQ(szPlanViolation(vec2[1]),
+              "plan: thrusters 1 and 2 need -10.0000 N at t = 2.0000 s, 10.0000 N below zero (a "
+              "thruster can only push)");
+}
+
+TEST_F(PlotDataTest, MassAtTheEmptyMassIsAlreadyTooLow) {
+    SmallPlan plan;
+    plan.vdfMs[3] = 95.0;
+    plan.vdfMs[4] = 94.5;
+    const std::vector<PlanViolation> vec = plan.check();
+    ASSERT_EQ(vec.size(), 1u);
+    EXPECT_EQ(vec[0].check, PlanCheck::MassAtOrBelowEmpty);
+    EXPECT_EQ(vec[0].fTiFirst, 3.0);
+    EXPECT_EQ(vec[0].fTiLast, 4.0);
+    EXPECT_EQ(vec[0].fValue, 94.5);
+    EXPECT_EQ(vec[0].fAmount, 0.5);
+    EXPECT_EQ(szPlanViolation(vec[0]),
+              "plan: mass 94.5000 kg at t = 4.0000 s, at or below the empty mass (95.0000 kg) by "
+              "0.5000 kg: no thrust is left, from t = 3.0000 to 4.0000 s");
+}
+
+TEST_F(PlotDataTest, TerrainCheckIgnoresRoundingAtTheGroundAndAreasWithNoGround) {
+    SmallPlan plan;
+    (*pvdfAt(plan.paX, 1))[3] = 0.0;     // on the pad
+    (*pvdfAt(plan.paX, 2))[3] = -1e-7;   // rounding below it
+    (*pvdfAt(plan.paX, 3))[3] = -1e-5;   // below it
+    (*pvdfAt(plan.paX, 4))[1] = -2000.0;  // off the ground's edge
+    (*pvdfAt(plan.paX, 4))[3] = -50.0;
+    const std::vector<PlanViolation> vec = plan.check();
+    ASSERT_EQ(vec.size(), 1u);
+    EXPECT_EQ(vec[0].check, PlanCheck::BelowTerrain);
+    EXPECT_EQ(vec[0].fTiFirst, 3.0);
+    EXPECT_EQ(vec[0].fTiLast, 3.0);
+    EXPECT_EQ(szPlanViolation(vec[0]),
+              "plan: path at z = -0.0000 m at t = 3.0000 s (x = 0.5000 m), 0.0000 m below the "
+              "terrain (z = 0.0000 m)");
+    // No ground at all: nothing to check.
+    EXPECT_TRUE(vecPlanViolationFm(&plan.vdfT, plan.paX, &plan.vdfMs, plan.paF, plan.paM, 300.0,
+                                   95.0, nullptr)
+                    .empty());
+}
+
+TEST(PlanViolationTextTest, ThrusterAboveItsShareNamesTheStretch) {
+    const PlanViolation v{PlanCheck::ThrusterAboveShare, 3, 2.1, 2.52, 2.31, 12.0, 520.1,
+                          1480.0 / 3.0, 520.1 - 1480.0 / 3.0};
+    EXPECT_EQ(szPlanViolation(v),
+              "plan: thruster 3 needs 520.1000 N at t = 2.3100 s, 26.7667 N above its share of the "
+              "maximum thrust (493.3333 N), from t = 2.1000 to 2.5200 s");
+    PlanViolation v12 = v;
+    v12.iThruster = 1;
+    v12.fTiFirst = v12.fTiLast = v12.fTiWorst;
+    EXPECT_EQ(szPlanViolation(v12),
+              "plan: thrusters 1 and 2 need 520.1000 N at t = 2.3100 s, 26.7667 N above their "
+              "share of the maximum thrust (493.3333 N)");
+}
+
+// ---- landing miss ---------------------------------------------------------------
+
+TEST_F(PlotDataTest, LandingMissIsTheDistanceFromThePlannedEndToTheLastRecord) {
+    planBundledHop();
+    writeTraj1lTxt();
+    fly();
+    LandingMiss lm{};
+    ASSERT_TRUE(bLandingMissFmProgram(&lm));
+    ASSERT_TRUE(lm.bPlan);
+    // The planned end as the listing prints its last sample.
+    const std::vector<std::string> vecListing = vecLines(readFile("traj1l.txt"));
+    const std::string& szLast = vecListing[static_cast<std::size_t>(pvdfT->n() - 1)];
+    char szXxz[80];
+    std::snprintf(szXxz, sizeof szXxz, "Xxz = (%10.4lf %10.4lf)", lm.fXPlan, lm.fZPlan);
+    EXPECT_NE(szLast.find(szXxz), std::string::npos) << szLast;
+    EXPECT_NEAR(lm.fXPlan, 28.5, 1e-9);  // the last waypoint
+    EXPECT_NEAR(lm.fZPlan, 0.0, 1e-9);
+    // Where the run ends, as the results file prints its last line.
+    const std::vector<std::string> vecResults = vecLines(readFile("results.txt"));
+    const std::string& szEnd = vecResults.back();
+    EXPECT_EQ(szEnd.substr(0, 8), szFmt(8, 2, lm.fTiRest));
+    EXPECT_EQ(szEnd.substr(8, 8), szFmt(8, 2, lm.fXRest));
+    EXPECT_EQ(szEnd.substr(16, 8), szFmt(8, 2, lm.fZRest));
+    EXPECT_EQ(szEnd.substr(24, 8), szFmt(8, 2, fDeg(lm.fPitchRest)));
+    const Stvehicle3dof& stLast = stStored(arFTiData.iLast());
+    EXPECT_EQ(lm.fXRest, stLast.fXf);
+    EXPECT_EQ(lm.fPitchRest, stLast.fPitch);
+    EXPECT_NEAR(lm.fDist, std::hypot(lm.fXRest - 28.5, lm.fZRest), 1e-9);
+    // The bundled hop lands within a metre of its target.
+    EXPECT_LT(lm.fDist, 1.0);
+}
+
+TEST_F(PlotDataTest, LandingWithoutAPlanGivesTheEndOfTheRunOnly) {
+    copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
+    fly();
+    LandingMiss lm{};
+    ASSERT_TRUE(bLandingMissFmProgram(&lm));
+    EXPECT_FALSE(lm.bPlan);
+    EXPECT_EQ(lm.fDist, 0.0);
+    EXPECT_EQ(lm.fTiRest, arFTiData[arFTiData.iLast()]);
+}
+
+TEST(LandingMissTextTest, WithAndWithoutAPlan) {
+    LandingMiss lm{true, 28.5, 0.0, 0.2343, 28.7313, -0.0369, 7.75, -0.001};
+    EXPECT_EQ(szLandingMiss(lm),
+              "landing miss 0.2343 m: planned end (28.5000, 0.0000) m, run ends at (28.7313, "
+              "-0.0369) m at t = 7.75 s; pitch at rest -0.0010 rad (-0.06 deg)");
+    lm.bPlan = false;
+    EXPECT_EQ(szLandingMiss(lm),
+              "run ends at (28.7313, -0.0369) m at t = 7.75 s; pitch at rest -0.0010 rad (-0.06 "
+              "deg); no plan to compare with");
+}
+
+// ---- CSV ------------------------------------------------------------------------
+
+TEST_F(PlotDataTest, RunCsvReadsBackToTheRecordsAndPrintsAsTheResultsFile) {
+    planBundledHop();
+    fly();
+    ASSERT_TRUE(bWriteRunCsvFmProgram("run.csv"));
+    const std::vector<std::string> vecCsv = vecLines(readFile("run.csv"));
+    const std::vector<std::string> vecResults = vecLines(readFile("results.txt"));
+    ASSERT_EQ(vecCsv.size(), static_cast<std::size_t>(arFTiData.n()) + 1);
+    EXPECT_EQ(vecCsv[0],
+              "t_s,x_m,z_m,vx_m_s,vz_m_s,pitch_rad,pitch_rate_rad_s,mass_kg,pitch_inertia_kg_m2,"
+              "thrust_cmd_N,thrust_act_N,moment_cmd_N_m,moment_act_N_m");
+    EXPECT_EQ(vecCsv[0], szRunCsvHeader);
+    for (std::size_t k = 1; k < vecCsv.size(); k++) {
+        const std::vector<double> af = vecCsvRow(vecCsv[k]);
+        ASSERT_EQ(af.size(), 13u);
+        // Exactly the stored numbers.
+        const Long i = arFTiData.iFirst() + static_cast<Long>(k - 1);
+        const Stvehicle3dof& st = stStored(i);
+        EXPECT_EQ(af[0], arFTiData[i]);
+        EXPECT_EQ(af[1], st.fXf);
+        EXPECT_EQ(af[5], st.fPitch);
+        EXPECT_EQ(af[8], st.fIPitch);
+        EXPECT_EQ(af[12], st.fMmPitchAct);
+        // Printed as the results file prints them, the same line.
+        char szLine[200];
+        std::snprintf(szLine, sizeof szLine,
+                      "%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.1lf%8.1lf%8.1lf%8.1lf",
+                      af[0], af[1], af[2], fDeg(af[5]), af[3], af[4], fDeg(af[6]), af[7], af[9],
+                      af[10], af[11], af[12]);
+        EXPECT_EQ(vecResults[k], szLine) << k;
+    }
+}
+
+TEST_F(PlotDataTest, PlanCsvReadsBackToTheListingAndTheFlightPlan) {
+    planBundledHop();
+    writeTraj1lTxt();
+    ASSERT_TRUE(bWritePlanCsvFmProgram("plan.csv"));
+    const std::vector<std::string> vecCsv = vecLines(readFile("plan.csv"));
+    const std::vector<std::string> vecListing = vecLines(readFile("traj1l.txt"));
+    const std::vector<std::string> vecFltplan = vecLines(readFile("fltplan.txt"));
+    ASSERT_EQ(vecCsv.size(), static_cast<std::size_t>(pvdfT->n()) + 1);
+    EXPECT_EQ(vecCsv[0], szPlanCsvHeader);
+    EXPECT_EQ(vecCsv[0],
+              "t_s,x_m,z_m,vx_m_s,vz_m_s,ax_m_s2,az_m_s2,pitch_rad,pitch_rate_rad_s,"
+              "pitch_accel_rad_s2,mass_kg,force_x_N,force_z_N,thrust_N,moment_N_m,thruster1_N,"
+              "thruster2_N,thruster3_N");
+    double fMaxThruster = -1e300;
+    for (std::size_t k = 1; k < vecCsv.size(); k++) {
+        const std::vector<double> af = vecCsvRow(vecCsv[k]);
+        ASSERT_EQ(af.size(), 18u);
+        char szLine[600];
+        std::snprintf(szLine, sizeof szLine,
+                      "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)  XxzDot = (%10.4lf "
+                      "%10.4lf)  XxzDot2 = (%10.4lf %10.4lf)  pitch = %10.4lf  pitchDot = %10.4lf  "
+                      "pitchDot2 = %10.4lf  Fxz = (%10.4lf %10.4lf)  pitch moment = %12.6lf",
+                      static_cast<int>(k - 1), af[0], af[10], af[1], af[2], af[3], af[4], af[5],
+                      af[6], af[7], af[8], af[9], af[11], af[12], af[14]);
+        EXPECT_EQ(vecListing[k - 1], szLine) << k;
+        char szRow[80];
+        std::snprintf(szRow, sizeof szRow, "%12.6lf %12.6lf %12.6lf", af[0], af[13], af[14]);
+        EXPECT_EQ(vecFltplan[k + 1], szRow) << k;
+        EXPECT_NEAR(af[15] + af[16] + af[17], af[13], 1e-9);
+        fMaxThruster = std::max({fMaxThruster, af[15], af[16], af[17]});
+    }
+    EXPECT_EQ(fMaxThruster, fFThrusterMax);
+}
+
+TEST_F(PlotDataTest, CsvKeepsItsDecimalPointUnderAnyLocale) {
+    copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
+    fly();
+    const char* szOld = std::setlocale(LC_NUMERIC, nullptr);
+    const std::string szSaved = szOld != nullptr ? szOld : "C";
+    if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") == nullptr &&
+        std::setlocale(LC_NUMERIC, "fr_FR.UTF-8") == nullptr)
+        GTEST_SKIP() << "no locale with a decimal comma on this machine";
+    const bool bOk = bWriteRunCsvFmProgram("run.csv");
+    std::setlocale(LC_NUMERIC, szSaved.c_str());
+    ASSERT_TRUE(bOk);
+    const std::vector<std::string> vecCsv = vecLines(readFile("run.csv"));
+    EXPECT_EQ(vecCsvRow(vecCsv[2]).size(), 13u);
+}
+
+TEST_F(PlotDataTest, CsvThatCannotBeWrittenSaysWhy) {
+    planBundledHop();
+    fly();
+    std::filesystem::create_directory("run.csv");
+    errno = 0;
+    EXPECT_FALSE(bWriteRunCsvFmProgram("run.csv"));
+    EXPECT_EQ(errno, EISDIR);
+    errno = 0;
+    EXPECT_FALSE(bWritePlanCsvFmProgram("no/such/dir/plan.csv"));
+    EXPECT_EQ(errno, ENOENT);
+    // A full disk: the error shows when the rows are written or flushed.
+    if (std::filesystem::exists("/dev/full")) {
+        errno = 0;
+        EXPECT_FALSE(bWriteRunCsvFmProgram("/dev/full"));
+        EXPECT_EQ(errno, ENOSPC);
+    }
+}
+
+TEST_F(PlotDataTest, NothingToWriteIsFalseWithNoError) {
+    errno = EINVAL;
+    EXPECT_FALSE(bWriteRunCsvFmProgram("run.csv"));
+    EXPECT_EQ(errno, 0);
+    errno = EINVAL;
+    EXPECT_FALSE(bWritePlanCsvFmProgram("plan.csv"));
+    EXPECT_EQ(errno, 0);
+    EXPECT_FALSE(vttest::fileExists("run.csv"));
+    EXPECT_FALSE(vttest::fileExists("plan.csv"));
+}
