@@ -18,6 +18,7 @@
 
 #include "mc/campaign.h"
 #include "mc/dispersion.h"
+#include "mc/picture.h"
 #include "mc/summary.h"
 #include "plan/planstate.h"
 #include "sim/flight.h"
@@ -186,5 +187,29 @@ void BM_McSummarize100k(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * n);
 }
 BENCHMARK(BM_McSummarize100k)->Unit(benchmark::kMillisecond);
+
+// The picture of 100000 rest points (one file per iteration).
+void BM_McPicture100k(benchmark::State& state) {
+    setup();
+    const Long n = 100000;
+    std::vector<McRunResult> ares(static_cast<std::size_t>(n));
+    McRng rng{7};
+    for (Long i = 0; i < n; i++) {
+        McRunResult& res = ares[static_cast<std::size_t>(i)];
+        res = McRunResult{};
+        res.iRun = i + 1;
+        res.fXfRest = 29.0 + 2.0 * rng.fNormal();
+        res.bUpright = res.fXfRest > 27.24 ? 1 : 0;
+    }
+    const std::string szFile =
+        (std::filesystem::temp_directory_path() / "vt_bench_mc_rest_points.png").string();
+    std::string szErr;
+    for (auto _ : state)
+        if (!bWriteMcPicture(szFile.c_str(), ares.data(), n, 29.0, 0.0, 1.2, 3.9, &szErr))
+            state.SkipWithError(szErr.c_str());
+    std::filesystem::remove(szFile);
+    state.SetItemsProcessed(state.iterations() * n);
+}
+BENCHMARK(BM_McPicture100k)->Unit(benchmark::kMillisecond);
 
 }  // namespace
