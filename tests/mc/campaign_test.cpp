@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "mc/summary.h"
+#include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
 #include "support/testutil.h"
@@ -112,6 +113,24 @@ TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheReferencePlans) {
         expectSameAsSimulate(this, "fltplan.txt", &arFTiRun, &arPStRun, res);
         deleteStoredRun(&arFTiRun, &arPStRun);
     }
+}
+
+TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheBundledHop) {
+    const std::string szHop = VT_EXAMPLES "/traj1r.txt";
+    if (!vttest::fileExists(szHop)) GTEST_SKIP() << "no bundled hop";
+    ASSERT_TRUE(bPlanTraj1FromFile(szHop.c_str()));
+    writeFltplanTxt();
+    deleteTraj1Params();
+    deleteTraj1Path();
+    deletePathAnalysis();
+    readSchedule("fltplan.txt");
+    const McRunResult res = fly(McInputs{}, 0);
+    expectSameAsSimulate(this, "fltplan.txt", &arFTiRun, &arPStRun, res);
+    // The hop lands upright on the far plain with propellant to spare.
+    EXPECT_EQ(res.iStop, mcStopRest);
+    EXPECT_EQ(res.bUpright, 1);
+    EXPECT_EQ(res.bRanDry, 0);
+    EXPECT_GT(res.fXfRest, 27.24);
 }
 
 TEST_F(McCampaign, UndispersedRunOfTheReferencePlanRestsWhereItsReportSays) {
