@@ -1,0 +1,222 @@
+// The batch mode's extras after the key chain: the plan warnings on standard
+// error, the CSV export (--csv) and the charts as PNG files (--plots), run
+// as a user runs them.
+#include <cstdio>
+#include <filesystem>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "app/plotdata.h"
+#include "plan/planstate.h"
+#include "sim/flight.h"
+#include "sim/params.h"
+#include "support/testutil.h"
+
+using vttest::copyTestData;
+using vttest::fileExists;
+using vttest::readFile;
+using vttest::runCommand;
+using vttest::szProgram;
+
+namespace {
+
+// Whether this build has the window module that draws the charts.
+bool bChartsBuilt() {
+    return std::filesystem::exists(
+        std::filesystem::path(szProgram()).parent_path() / "libvantorell-window.so");
+}
+
+// Width and height from a PNG file's header; false when it is not one.
+bool bPngSize(const std::string& szPng, unsigned* puW, unsigned* puH) {
+    if (szPng.size() < 24 || szPng.compare(0, 8, "\x89PNG\r\n\x1a\n") != 0 ||
+        szPng.compare(12, 4, "IHDR") != 0)
+        return false;
+    auto u32At = [&](std::size_t i) {
+        return static_cast<unsigned>(static_cast<unsigned char>(szPng[i])) << 24 |
+               static_cast<unsigned>(static_cast<unsigned char>(szPng[i + 1])) << 16 |
+               static_cast<unsigned>(static_cast<unsigned char>(szPng[i + 2])) << 8 |
+               static_cast<unsigned>(static_cast<unsigned char>(szPng[i + 3]));
+    };
+    *puW = u32At(16);
+    *puH = u32At(20);
+    return true;
+}
+
+const char* const aszPng[] = {"plot_x.png",      "plot_z.png",      "plot_pitch.png",
+                              "plot_thrust.png", "plot_moment.png", "plot_mass.png"};
+
+std::string szExample() { return std::string(VT_EXAMPLES) + "/traj1r.txt"; }
+
+}  // namespace
+
+using BatchExportTest = InTempDir;
+
+// ---- plan warnings --------------------------------------------------------------
+
+TEST_F(BatchExportTest, PlanBeyondTheVehicleWarnsAfterTheSummaryAndStillExitsZero) {
+    copyTestData("plan/fast_hop/traj1r.txt", "traj1r.txt");
+    const auto r = runCommand(szProgram() + " -k pl", szDir);
+    EXPECT_EQ(r.iExit, 0) << r.szErr;
+    // The same checks made here on the same plan give the same lines.
+    initParams();
+    std::FILE* pfileNull = std::fopen("/dev/null", "w");
+    ASSERT_TRUE(bRunPlanCommand(pfileNull));
+    std::fclose(pfileNull);
+    const std::vector<PlanViolation> vec = vecPlanViolationFmProgram();
+    deleteTraj1Params();
+    deleteTraj1Path();
+    deletePathAnalysis();
+    ASSERT_FALSE(vec.empty());
+    std::string szExpect;
+    for (const PlanViolation& v : vec) szExpect += "Vantorell: warning: " + szPlanViolation(v) + "\n";
+    EXPECT_EQ(r.szErr, szExpect);
+    // The SUMMARY and the reports are those of any plan.
+    EXPECT_NE(r.szOut.find("SUMMARY\n"), std::string::npos);
+    EXPECT_TRUE(fileExists("fltplan.txt"));
+    EXPECT_TRUE(fileExists("traj1l.txt"));
+    EXPECT_NE(r.szErr.find("above their share of the maximum thrust (493.3333 N)"),
+              std::string::npos);
+    EXPECT_NE(r.szErr.find("no thrust is left"), std::string::npos);
+}
+
+TEST_F(BatchExportTest, EachPlanIsCheckedAndAFlyablePlanIsSilent) {
+    copyTestData("plan/under_ground/traj1r.txt", "traj1r.txt");
+    auto r = runCommand(szProgram() + " -k pp", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    // Two plans, one warning each.
+    const std::string szLine = r.szErr.substr(0, r.szErr.find('\n') + 1);
+    EXPECT_EQ(szLine.rfind("Vantorell: warning: plan: path at z = ", 0), 0u) << r.szErr;
+    EXPECT_EQ(r.szErr, szLine + szLine);
+    std::filesystem::remove("traj1r.txt");
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    r = runCommand(szProgram() + " -k ps", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_EQ(r.szErr, "");
+}
+
+// ---- CSV ------------------------------------------------------------------------
+
+TEST_F(BatchExportTest, CsvAfterTheChainReadsBackAsTheResultsFile) {
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    const auto r = runCommand(szProgram() + " -k ps --csv", szDir);
+    ASSERT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_EQ(r.szErr, "");
+    std::istringstream inCsv(readFile("run.csv"));
+    std::istringstream inResults(readFile("results.txt"));
+    std::string szCsv, szResults;
+    ASSERT_TRUE(std::getline(inCsv, szCsv));
+    EXPECT_EQ(szCsv, szRunCsvHeader);
+    ASSERT_TRUE(std::getline(inResults, szResults));  // its own header
+    int nRow = 0;
+    while (std::getline(inResults, szResults)) {
+        ASSERT_TRUE(std::getline(inCsv, szCsv)) << "run.csv ends early";
+        double af[13];
+        ASSERT_EQ(std::sscanf(szCsv.c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf",
+                              &af[0], &af[1], &af[2], &af[3], &af[4], &af[5], &af[6], &af[7],
+                              &af[8], &af[9], &af[10], &af[11], &af[12]),
+                  13);
+        char szLine[200];
+        std::snprintf(szLine, sizeof szLine,
+                      "%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.1lf%8.1lf%8.1lf%8.1lf",
+                      af[0], af[1], af[2], af[5] / 3.141592653589793 * 180.0, af[3], af[4],
+                      af[6] / 3.141592653589793 * 180.0, af[7], af[9], af[10], af[11], af[12]);
+        EXPECT_EQ(szResults, szLine) << nRow;
+        nRow++;
+    }
+    EXPECT_FALSE(std::getline(inCsv, szCsv)) << "run.csv has more rows";
+    EXPECT_GT(nRow, 100);
+    const std::string szPlan = readFile("plan.csv");
+    EXPECT_EQ(szPlan.substr(0, szPlan.find('\n')), szPlanCsvHeader);
+}
+
+TEST_F(BatchExportTest, CsvWritesOnlyWhatExists) {
+    copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
+    auto r = runCommand(szProgram() + " -k s --csv", szDir);
+    EXPECT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_TRUE(fileExists("run.csv"));
+    EXPECT_FALSE(fileExists("plan.csv"));
+    std::filesystem::remove("run.csv");
+    r = runCommand(szProgram() + " -k l --csv", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr, "Vantorell: --csv: no plan and no run to write\n");
+    EXPECT_FALSE(fileExists("run.csv"));
+}
+
+TEST_F(BatchExportTest, CsvThatCannotBeWrittenIsAMessageAndTheOtherIsStillWritten) {
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    std::filesystem::create_directory("run.csv");
+    const auto r = runCommand(szProgram() + " -k ps --csv", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr, "Vantorell: cannot write run.csv: Is a directory\n");
+    EXPECT_TRUE(fileExists("plan.csv"));
+}
+
+TEST_F(BatchExportTest, ExportsGoWithKeys) {
+    for (const char* szOpt : {"--csv", "--plots"}) {
+        const auto r = runCommand(szProgram() + " " + szOpt, szDir);
+        EXPECT_EQ(r.iExit, 2) << szOpt;
+        EXPECT_EQ(r.szErr,
+                  "vantorell: --csv and --plots go with -k KEYS (in the window: File > Export)\n"
+                  "Try 'vantorell --help' for more information.\n")
+            << szOpt;
+    }
+    const auto r = runCommand(szProgram() + " --help", szDir);
+    EXPECT_NE(r.szOut.find("  --csv "), std::string::npos);
+    EXPECT_NE(r.szOut.find("  --plots "), std::string::npos);
+    EXPECT_NE(r.szOut.find("Vantorell: warning: ..."), std::string::npos);
+}
+
+// ---- charts ---------------------------------------------------------------------
+
+TEST_F(BatchExportTest, PlotsAreSixPngFilesDrawnWithNoDisplay) {
+    if (!bChartsBuilt()) GTEST_SKIP() << "built without the window";
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    // No display at all, and a platform setting that would need one: the
+    // charts are drawn offscreen regardless.
+    const auto r = runCommand(
+        "env -u DISPLAY -u WAYLAND_DISPLAY QT_QPA_PLATFORM=xcb " + szProgram() + " -k ps --plots",
+        szDir);
+    ASSERT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_EQ(r.szErr, "");  // none of the toolkit's chatter
+    for (const char* szPng : aszPng) {
+        unsigned uW = 0, uH = 0;
+        EXPECT_TRUE(bPngSize(readFile(szPng), &uW, &uH)) << szPng;
+        EXPECT_EQ(uW, 960u) << szPng;
+        EXPECT_EQ(uH, 400u) << szPng;
+    }
+}
+
+TEST_F(BatchExportTest, PlotsOfAPlanAloneAndOfNothing) {
+    if (!bChartsBuilt()) GTEST_SKIP() << "built without the window";
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    auto r = runCommand(szProgram() + " -k p --plots", szDir);
+    EXPECT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_TRUE(fileExists("plot_mass.png"));
+    std::filesystem::remove("plot_mass.png");
+    r = runCommand(szProgram() + " -k l --plots", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr, "Vantorell: --plots: no plan and no run to plot\n");
+    EXPECT_FALSE(fileExists("plot_mass.png"));
+}
+
+TEST_F(BatchExportTest, PlotThatCannotBeWrittenIsAMessage) {
+    if (!bChartsBuilt()) GTEST_SKIP() << "built without the window";
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    std::filesystem::create_directory("plot_x.png");
+    const auto r = runCommand(szProgram() + " -k p --plots", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr, "Vantorell: cannot write plot_x.png\n");
+}
+
+TEST_F(BatchExportTest, OnlyTheChartsLoadTheToolkit) {
+    if (!bChartsBuilt()) GTEST_SKIP() << "built without the window";
+    std::filesystem::copy_file(szExample(), "traj1r.txt");
+    // The dynamic loader names every library it opens.
+    auto r = runCommand("env LD_DEBUG=files " + szProgram() + " -k ps --csv", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_EQ(r.szErr.find("libQt6"), std::string::npos);
+    r = runCommand("env LD_DEBUG=files " + szProgram() + " -k ps --plots", szDir);
+    EXPECT_EQ(r.iExit, 0);
+    EXPECT_NE(r.szErr.find("libQt6Charts"), std::string::npos);
+}
