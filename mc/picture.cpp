@@ -157,6 +157,8 @@ void drawCross(QPainter* pp, QPointF pt) {
 
 }  // namespace
 
+bool bMcPictureAvailable() { return true; }
+
 bool bWriteMcPicture(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
                      double fZfRef, double fR50, double fR95, std::string* pszErr) {
     const QtMessageHandler handlerOld = qInstallMessageHandler(dropQtMessage);
@@ -241,6 +243,8 @@ bool bWriteMcPicture(const char* szFile, const McRunResult* arResult, Long n, do
 }
 
 #else  // no Qt
+
+bool bMcPictureAvailable() { return false; }
 
 bool bWriteMcPicture(const char* szFile, const McRunResult*, Long, double, double, double, double,
                      std::string* pszErr) {

@@ -19,5 +19,8 @@
 
 #include "mc/campaign.h"
 
+// Whether this build can draw the picture.
+bool bMcPictureAvailable();
+
 bool bWriteMcPicture(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
                      double fZfRef, double fR50, double fR95, std::string* pszErr);

@@ -91,10 +91,15 @@ TEST_F(McProgram, ACampaignWritesTheThreeReports) {
     EXPECT_NE(szCsv.find("\n40,"), std::string::npos);
     // Standard error is no terminal here: no progress, only the closing line.
     EXPECT_EQ(r.szErr.find('\r'), std::string::npos);
-    EXPECT_EQ(r.szErr.rfind("vantorell-mc: 40 runs in ", 0), 0u) << r.szErr;
-    EXPECT_EQ(nLines(r.szErr), 1u) << r.szErr;
+    // (A build without the picture says so in one line first.)
+    std::string szErr = r.szErr;
+    const std::string szNoPicture = "vantorell-mc: this build has no picture support";
+    if (szErr.rfind(szNoPicture, 0) == 0) szErr.erase(0, szErr.find('\n') + 1);
+    EXPECT_EQ(szErr.rfind("vantorell-mc: 40 runs in ", 0), 0u) << r.szErr;
+    EXPECT_EQ(nLines(szErr), 1u) << r.szErr;
     // The picture, when this build has one.
-    if (vttest::fileExists("mc_rest_points.png")) {
+    if (szErr.size() == r.szErr.size()) {
+        ASSERT_TRUE(vttest::fileExists("mc_rest_points.png"));
         const std::string szPng = vttest::readFile("mc_rest_points.png");
         ASSERT_GT(szPng.size(), 24u);
         EXPECT_EQ(szPng.substr(0, 8), std::string("\x89PNG\r\n\x1a\n", 8));
