@@ -2,15 +2,14 @@
 
 #include <QApplication>
 #include <QChart>
-#include <QChartView>
 #include <QCheckBox>
 #include <QGraphicsLayout>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLegend>
-#include <QLegendMarker>
 #include <QLineSeries>
 #include <QListWidget>
+#include <QPainter>
 #include <QPixmap>
 #include <QSlider>
 #include <QValueAxis>
@@ -131,17 +130,30 @@ QChart* pchartPlotNew(PlotQty qty, const PlotData& data) {
     return pchart;
 }
 
+QImage imgChartFm(QChart* pchart, QGraphicsScene* pscene, int iPxDX, int iPxDY, qreal fDpr) {
+    pchart->resize(iPxDX, iPxDY);
+    // The chart lays itself out when the event loop comes round; here and
+    // now instead.
+    QCoreApplication::sendPostedEvents(pchart, QEvent::LayoutRequest);
+    if (pchart->layout() != nullptr) pchart->layout()->activate();
+    QImage img(static_cast<int>(std::lround(iPxDX * fDpr)), static_cast<int>(std::lround(iPxDY * fDpr)),
+               QImage::Format_ARGB32_Premultiplied);
+    img.setDevicePixelRatio(fDpr);
+    img.fill(Qt::white);
+    QPainter painter(&img);
+    painter.setRenderHint(QPainter::Antialiasing);
+    pscene->render(&painter, QRectF(0, 0, iPxDX, iPxDY), QRectF(0, 0, iPxDX, iPxDY));
+    return img;
+}
+
 bool bWritePlotPngs(const PlotData& data, std::string* pszError) {
     for (PlotQty qty : arPlotQty) {
-        QChartView view(pchartPlotNew(qty, data));
-        view.setRenderHint(QPainter::Antialiasing);
-        view.resize(iPxDXPlotPng, iPxDYPlotPng);
-        // Lay the chart out at its size before it is drawn.
-        QApplication::sendPostedEvents();
-        QApplication::processEvents();
-        const QPixmap pix = view.grab();
+        QGraphicsScene scene;
+        QChart* pchart = pchartPlotNew(qty, data);
+        scene.addItem(pchart);  // the scene owns it
+        const QImage img = imgChartFm(pchart, &scene, iPxDXPlotPng, iPxDYPlotPng, 1.0);
         const QString szFile = QString("plot_%1.png").arg(szPlotQtyName(qty));
-        if (pix.isNull() || !pix.save(szFile, "PNG")) {
+        if (img.isNull() || !img.save(szFile, "PNG")) {
             if (pszError != nullptr) *pszError = szFile.toStdString();
             return false;
         }
@@ -183,6 +195,76 @@ bool bWritePlotPngsOffscreen(const PlotData& data) {
     papp.reset();
     qInstallMessageHandler(handlerOld);
     return bOk;
+}
+
+// ---- one chart ---------------------------------------------------------------------
+
+WndChart::WndChart(QWidget* pwndParent) : QWidget(pwndParent) {
+    setAttribute(Qt::WA_OpaquePaintEvent);
+}
+
+void WndChart::setChart(QChart* pchart) {
+    if (_pchart != nullptr) {
+        _scene.removeItem(_pchart);
+        delete _pchart;
+    }
+    _pchart = pchart;
+    if (_pchart != nullptr) _scene.addItem(_pchart);
+    _bPictureStale = true;
+    update();
+}
+
+void WndChart::setCursor(bool bShown, double fTi) {
+    if (bShown == _bCursor && fTi == _fTiCursor) return;
+    // Only the two columns change.
+    const int iPxXOld = _bCursor ? iPxXCursor() : -1;
+    _bCursor = bShown;
+    _fTiCursor = fTi;
+    const int iPxXNew = _bCursor ? iPxXCursor() : -1;
+    if (iPxXOld >= 0) update(iPxXOld - 2, 0, 5, height());
+    if (iPxXNew >= 0) update(iPxXNew - 2, 0, 5, height());
+}
+
+QRectF WndChart::rectPlotArea() const {
+    return _pchart != nullptr ? _pchart->plotArea() : QRectF();
+}
+
+int WndChart::iPxXCursor() const {
+    if (_pchart == nullptr) return -1;
+    const auto vecSeries = _pchart->series();
+    const QPointF pt = vecSeries.isEmpty()
+                           ? QPointF(rectPlotArea().left(), 0.0)
+                           : _pchart->mapToPosition(QPointF(_fTiCursor, 0.0), vecSeries.first());
+    return static_cast<int>(std::lround(pt.x()));
+}
+
+void WndChart::resizeEvent(QResizeEvent* pevent) {
+    _bPictureStale = true;
+    QWidget::resizeEvent(pevent);
+}
+
+void WndChart::drawPicture() {
+    _bPictureStale = false;
+    if (_pchart == nullptr || width() < 1 || height() < 1) {
+        _pix = QPixmap();
+        return;
+    }
+    _pix = QPixmap::fromImage(imgChartFm(_pchart, &_scene, width(), height(), devicePixelRatioF()));
+}
+
+void WndChart::paintEvent(QPaintEvent*) {
+    if (_bPictureStale) drawPicture();
+    QPainter painter(this);
+    if (_pix.isNull())
+        painter.fillRect(rect(), Qt::white);
+    else
+        painter.drawPixmap(0, 0, _pix);
+    if (_bCursor) {
+        const QRectF rectPlot = rectPlotArea();
+        const int iPxX = iPxXCursor();
+        painter.setPen(QPen(rgbCursor, 1.0));
+        painter.drawLine(QPointF(iPxX + 0.5, rectPlot.top()), QPointF(iPxX + 0.5, rectPlot.bottom()));
+    }
 }
 
 // ---- the panel ---------------------------------------------------------------------
@@ -236,13 +318,11 @@ WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
     playout->addWidget(_plabelEmpty, 1);
 
     for (PlotQty qty : arPlotQty) {
-        auto* pview = new QChartView(this);
-        pview->setObjectName(QString("chartPlot_%1").arg(szPlotQtyName(qty)));
-        pview->setRenderHint(QPainter::Antialiasing);
-        pview->setFocusPolicy(Qt::NoFocus);
-        pview->setMinimumHeight(90);
-        _aview[static_cast<int>(qty)].pview = pview;
-        playout->addWidget(pview, 1);
+        auto* pwnd = new WndChart(this);
+        pwnd->setObjectName(QString("chartPlot_%1").arg(szPlotQtyName(qty)));
+        pwnd->setMinimumHeight(90);
+        _apwndChart[static_cast<int>(qty)] = pwnd;
+        playout->addWidget(pwnd, 1);
     }
 
     auto* playoutTi = new QHBoxLayout;
@@ -257,7 +337,8 @@ WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
     playoutTi->addWidget(_psliderTi, 1);
     _plabelTi = new QLabel(this);
     _plabelTi->setObjectName("labelPlotTi");
-    _plabelTi->setMinimumWidth(fontMetrics().horizontalAdvance("t = 30.000 s "));
+    // A fixed width: a new time each tick must not lay the panel out again.
+    _plabelTi->setFixedWidth(fontMetrics().horizontalAdvance("t = 300.000 s "));
     playoutTi->addWidget(_plabelTi);
     playout->addLayout(playoutTi);
 
@@ -323,7 +404,7 @@ void WndPlots::setCursorFTi(double fTi) {
         _psliderTi->setValue(iSliderFmFTi(_fTiCursor));
     }
     _plabelTi->setText(QString::asprintf("t = %.3f s", _fTiCursor));
-    updateCursorSeries();
+    updateCursor();
 }
 
 void WndPlots::commandRun(char ch) {
@@ -346,6 +427,10 @@ void WndPlots::commandRun(char ch) {
 }
 
 void WndPlots::replayTicked() {
+    // The cursor steps by whole record intervals of the run (0.05 s, every
+    // second tick): redrawing the panel on every tick would cost the replay
+    // a third of its frames in software rendering.
+    if (std::fabs(fSTiSim - _fTiCursor) < fDTiCursorStep && fSTiSim < _fTiRunLast) return;
     setCursorFTi(fSTiSim);
 }
 
@@ -357,14 +442,12 @@ void WndPlots::sliderMoved(int iPos) {
 }
 
 void WndPlots::rebuildCharts() {
+    QFont fontSmall = font();
+    fontSmall.setPointSizeF(std::max(6.0, fontSmall.pointSizeF() - 1.5));
     for (PlotQty qty : arPlotQty) {
-        ChartSlot& slot = _aview[static_cast<int>(qty)];
-        QChart* pchartOld = slot.pview->chart();
         QChart* pchart = pchartPlotNew(qty, _data);
         // Compact for the panel: the panel's legend line stands for the
         // charts' own, and says what the time axis is.
-        QFont fontSmall = font();
-        fontSmall.setPointSizeF(std::max(6.0, fontSmall.pointSizeF() - 1.5));
         pchart->legend()->hide();
         for (QAbstractAxis* paxis : pchart->axes()) {
             paxis->setLabelsFont(fontSmall);
@@ -376,27 +459,10 @@ void WndPlots::rebuildCharts() {
             paxisF->setTickCount(4);
             paxisF->applyNiceNumbers();
         }
-        // The cursor: a thin grey line from the bottom to the top of the
-        // value range, kept out of the legend.
-        auto* pseriesCursor = new QLineSeries;
-        pseriesCursor->setName("cursor");
-        pseriesCursor->setPen(QPen(rgbCursor, 1.0));
-        pchart->addSeries(pseriesCursor);
-        QValueAxis* paxisTi = paxisOf(pchart, Qt::Horizontal);
-        QValueAxis* paxisF = paxisOf(pchart, Qt::Vertical);
-        pseriesCursor->attachAxis(paxisTi);
-        pseriesCursor->attachAxis(paxisF);
-        for (QLegendMarker* pmarker : pchart->legend()->markers(pseriesCursor))
-            pmarker->setVisible(false);
-        slot.fYMin = paxisF->min();
-        slot.fYMax = paxisF->max();
-        slot.pseriesCursor = pseriesCursor;
-        slot.pview->setChart(pchart);
-        // The view hands the old chart back rather than deleting it.
-        if (pchartOld != nullptr && pchartOld != pchart) delete pchartOld;
+        _apwndChart[static_cast<int>(qty)]->setChart(pchart);
     }
     updateVisibility();
-    updateCursorSeries();
+    updateCursor();
 }
 
 void WndPlots::updateVisibility() {
@@ -404,20 +470,12 @@ void WndPlots::updateVisibility() {
     _plabelEmpty->setVisible(!bData);
     for (PlotQty qty : arPlotQty) {
         const int iQty = static_cast<int>(qty);
-        _aview[iQty].pview->setVisible(bData && _apcheck[iQty]->isChecked());
+        _apwndChart[iQty]->setVisible(bData && _apcheck[iQty]->isChecked());
     }
 }
 
-void WndPlots::updateCursorSeries() {
-    for (ChartSlot& slot : _aview) {
-        if (slot.pseriesCursor == nullptr) continue;
-        if (!_bCursor) {
-            slot.pseriesCursor->clear();
-            continue;
-        }
-        slot.pseriesCursor->replace(
-            QList<QPointF>{QPointF(_fTiCursor, slot.fYMin), QPointF(_fTiCursor, slot.fYMax)});
-    }
+void WndPlots::updateCursor() {
+    for (WndChart* pwnd : _apwndChart) pwnd->setCursor(_bCursor, _fTiCursor);
     if (!_bCursor) _plabelTi->setText(QString());
 }
 

@@ -13,10 +13,17 @@
 // changed (planChanged, runChanged, or commandRun with the letter); between
 // times it draws the copy it took (app/plotdata.h).
 //
+// Each chart is drawn once into a picture when its data or size changes; the
+// cursor is drawn over that picture. Moving the cursor with every replay tick
+// thus costs a copy of the pictures, not a new drawing of every curve (which
+// in software rendering would cost more than the tick's 25 ms).
+//
 // The charts are also drawn without a window, into PNG files, for the batch
 // mode (bWritePlotPngsOffscreen).
 #pragma once
 
+#include <QGraphicsScene>
+#include <QPixmap>
 #include <QWidget>
 
 #include <string>
@@ -24,10 +31,8 @@
 #include "app/plotdata.h"
 
 class QChart;
-class QChartView;
 class QCheckBox;
 class QLabel;
-class QLineSeries;
 class QListWidget;
 class QSlider;
 
@@ -51,6 +56,49 @@ bool bWritePlotPngs(const PlotData& data, std::string* pszError);
 // on standard error ("Vantorell: cannot write ...") what failed.
 bool bWritePlotPngsOffscreen(const PlotData& data);
 
+// Draws a chart into a picture of the given size, white behind, antialiased.
+// The chart is resized to it and laid out first.
+QImage imgChartFm(QChart* pchart, QGraphicsScene* pscene, int iPxDX, int iPxDY, qreal fDpr);
+
+// One chart of the panel: the chart drawn as a picture, and over it the time
+// cursor, a vertical line across the plot area.
+class WndChart : public QWidget {
+    Q_OBJECT
+
+public:
+    explicit WndChart(QWidget* pwndParent);
+
+    // Takes over pchart (the previous one is deleted).
+    void setChart(QChart* pchart);
+    QChart* chart() const { return _pchart; }
+
+    void setCursor(bool bShown, double fTi);
+    bool bCursorShown() const { return _bCursor; }
+    double fTiCursor() const { return _fTiCursor; }
+    // The cursor's column in the widget, pixels from the left; and the plot
+    // area it runs across (chart coordinates = widget coordinates).
+    int iPxXCursor() const;
+    QRectF rectPlotArea() const;
+
+protected:
+    void paintEvent(QPaintEvent* pevent) override;
+    void resizeEvent(QResizeEvent* pevent) override;
+
+private:
+    void drawPicture();
+
+    QGraphicsScene _scene;
+    QChart* _pchart = nullptr;
+    QPixmap _pix;
+    bool _bPictureStale = true;
+    bool _bCursor = false;
+    double _fTiCursor = 0.0;
+};
+
+// During a replay the cursor moves once the replayed time is this far from
+// it (one record interval of a run, s), and at the end of the run.
+constexpr double fDTiCursorStep = 0.05;
+
 class WndPlots : public QWidget {
     Q_OBJECT
 
@@ -70,10 +118,7 @@ public:
     double fTiCursor() const { return _fTiCursor; }
     const PlotData& data() const { return _data; }
 
-    QChartView* pviewChart(PlotQty qty) const { return _aview[static_cast<int>(qty)].pview; }
-    QLineSeries* pseriesCursor(PlotQty qty) const {
-        return _aview[static_cast<int>(qty)].pseriesCursor;
-    }
+    WndChart* pwndChart(PlotQty qty) const { return _apwndChart[static_cast<int>(qty)]; }
     QCheckBox* pcheckQty(PlotQty qty) const { return _apcheck[static_cast<int>(qty)]; }
     QSlider* psliderTi() const { return _psliderTi; }
     QLabel* plabelTi() const { return _plabelTi; }
@@ -93,26 +138,20 @@ signals:
 public slots:
     // The pane ran the command typed as ch.
     void commandRun(char ch);
-    // One tick of a running replay has moved the state shown.
+    // One tick of a running replay has moved the state shown (the cursor
+    // follows in steps of fDTiCursorStep).
     void replayTicked();
 
 private:
-    struct ChartSlot {
-        QChartView* pview = nullptr;
-        QLineSeries* pseriesCursor = nullptr;
-        double fYMin = 0.0;
-        double fYMax = 1.0;
-    };
-
     void rebuildCharts();
     void updateVisibility();
-    void updateCursorSeries();
+    void updateCursor();
     void updateLanding();
     void updateChecks();
     void sliderMoved(int iPos);
 
     PlotData _data;
-    ChartSlot _aview[nPlotQty];
+    WndChart* _apwndChart[nPlotQty] = {};
     QCheckBox* _apcheck[nPlotQty] = {};
     QLabel* _plabelEmpty = nullptr;
     QSlider* _psliderTi = nullptr;
