@@ -150,7 +150,8 @@ int main(int argc, char** argv) {
             options.fnWritePlots = bWritePlotsThroughModule;
             continue;
 #else
-            return usageError("this build has no charts (built without the window); --plots is not available");
+            return usageError(
+                "this build has no charts (built without the window); --plots is not available");
 #endif
         }
         return usageError((std::string("unrecognised argument '") + szArg + "'").c_str());

@@ -1,11 +1,11 @@
 // Plot series, plan checks, landing miss and CSV export (see plotdata.h).
 #include "app/plotdata.h"
 
-#include <cerrno>
-#include <cstdarg>
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <cstdarg>
 #include <cstring>
 #include <iterator>
 
@@ -117,24 +117,36 @@ const char* szThrusterNeed(Long iThruster) {
 
 const char* szPlotQtyName(PlotQty qty) {
     switch (qty) {
-        case PlotQty::X: return "x";
-        case PlotQty::Z: return "z";
-        case PlotQty::Pitch: return "pitch";
-        case PlotQty::Thrust: return "thrust";
-        case PlotQty::Moment: return "moment";
-        case PlotQty::Mass: return "mass";
+        case PlotQty::X:
+            return "x";
+        case PlotQty::Z:
+            return "z";
+        case PlotQty::Pitch:
+            return "pitch";
+        case PlotQty::Thrust:
+            return "thrust";
+        case PlotQty::Moment:
+            return "moment";
+        case PlotQty::Mass:
+            return "mass";
     }
     return "?";
 }
 
 const char* szPlotQtyAxis(PlotQty qty) {
     switch (qty) {
-        case PlotQty::X: return "x (m)";
-        case PlotQty::Z: return "z (m)";
-        case PlotQty::Pitch: return "pitch (rad)";
-        case PlotQty::Thrust: return "thrust (N)";
-        case PlotQty::Moment: return "moment (N\u00b7m)";
-        case PlotQty::Mass: return "mass (kg)";
+        case PlotQty::X:
+            return "x (m)";
+        case PlotQty::Z:
+            return "z (m)";
+        case PlotQty::Pitch:
+            return "pitch (rad)";
+        case PlotQty::Thrust:
+            return "thrust (N)";
+        case PlotQty::Moment:
+            return "moment (N\u00b7m)";
+        case PlotQty::Mass:
+            return "mass (kg)";
     }
     return "?";
 }
@@ -208,8 +220,7 @@ void fFThrustersFm(double afF[3], const Vd<double>& vdfF, const Vd<double>& vdfM
 std::vector<PlanViolation> vecPlanViolationFm(Vd<double>* pvdfT, A<unsigned char*>* paPVdfX,
                                               Vd<double>* pvdfMs, A<unsigned char*>* paPVdfF,
                                               A<unsigned char*>* paPVdfM, double fFcThrustMaxIn,
-                                              double fMsEmptyIn,
-                                              A1Val<void*>* parPArPPtVtxPgnGnd) {
+                                              double fMsEmptyIn, A1Val<void*>* parPArPPtVtxPgnGnd) {
     std::vector<PlanViolation> vecOut;
     if (pvdfT == nullptr || paPVdfX == nullptr || pvdfMs == nullptr || paPVdfF == nullptr ||
         paPVdfM == nullptr)
@@ -238,8 +249,8 @@ std::vector<PlanViolation> vecPlanViolationFm(Vd<double>* pvdfT, A<unsigned char
         const double fFLow = bPairLow ? fFPairLow : afF[2];
         if (fFHigh > fFThrusterShare) {
             abBroken[0] = true;
-            extendStretch(&arStretch[0], PlanCheck::ThrusterAboveShare, bPairHigh ? 1 : 3, fTi,
-                          fX, fFHigh, fFThrusterShare, fFHigh - fFThrusterShare);
+            extendStretch(&arStretch[0], PlanCheck::ThrusterAboveShare, bPairHigh ? 1 : 3, fTi, fX,
+                          fFHigh, fFThrusterShare, fFHigh - fFThrusterShare);
         }
         if (fFLow < 0.0) {
             abBroken[1] = true;
@@ -249,8 +260,8 @@ std::vector<PlanViolation> vecPlanViolationFm(Vd<double>* pvdfT, A<unsigned char
         const double fMs = (*pvdfMs)[i];
         if (fMs <= fMsEmptyIn) {
             abBroken[2] = true;
-            extendStretch(&arStretch[2], PlanCheck::MassAtOrBelowEmpty, 0, fTi, fX, fMs,
-                          fMsEmptyIn, fMsEmptyIn - fMs);
+            extendStretch(&arStretch[2], PlanCheck::MassAtOrBelowEmpty, 0, fTi, fX, fMs, fMsEmptyIn,
+                          fMsEmptyIn - fMs);
         }
         double fXGnd = 0.0, fYGnd = 0.0, fZGnd = 0.0;
         if (parPArPPtVtxPgnGnd != nullptr &&
@@ -276,25 +287,29 @@ std::string szPlanViolation(const PlanViolation& v) {
     std::string sz;
     switch (v.check) {
         case PlanCheck::ThrusterAboveShare:
-            sz = szFmt("plan: %s %.4f N at t = %.4f s, %.4f N above %s share of the maximum "
-                       "thrust (%.4f N)",
-                       szThrusterNeed(v.iThruster), v.fValue, v.fTiWorst, v.fAmount,
-                       v.iThruster == 3 ? "its" : "their", v.fLimit);
+            sz = szFmt(
+                "plan: %s %.4f N at t = %.4f s, %.4f N above %s share of the maximum "
+                "thrust (%.4f N)",
+                szThrusterNeed(v.iThruster), v.fValue, v.fTiWorst, v.fAmount,
+                v.iThruster == 3 ? "its" : "their", v.fLimit);
             break;
         case PlanCheck::ThrusterBelowZero:
-            sz = szFmt("plan: %s %.4f N at t = %.4f s, %.4f N below zero (a thruster can only "
-                       "push)",
-                       szThrusterNeed(v.iThruster), v.fValue, v.fTiWorst, v.fAmount);
+            sz = szFmt(
+                "plan: %s %.4f N at t = %.4f s, %.4f N below zero (a thruster can only "
+                "push)",
+                szThrusterNeed(v.iThruster), v.fValue, v.fTiWorst, v.fAmount);
             break;
         case PlanCheck::MassAtOrBelowEmpty:
-            sz = szFmt("plan: mass %.4f kg at t = %.4f s, at or below the empty mass (%.4f kg) by "
-                       "%.4f kg: no thrust is left",
-                       v.fValue, v.fTiWorst, v.fLimit, v.fAmount);
+            sz = szFmt(
+                "plan: mass %.4f kg at t = %.4f s, at or below the empty mass (%.4f kg) by "
+                "%.4f kg: no thrust is left",
+                v.fValue, v.fTiWorst, v.fLimit, v.fAmount);
             break;
         case PlanCheck::BelowTerrain:
-            sz = szFmt("plan: path at z = %.4f m at t = %.4f s (x = %.4f m), %.4f m below the "
-                       "terrain (z = %.4f m)",
-                       v.fValue, v.fTiWorst, v.fX, v.fAmount, v.fLimit);
+            sz = szFmt(
+                "plan: path at z = %.4f m at t = %.4f s (x = %.4f m), %.4f m below the "
+                "terrain (z = %.4f m)",
+                v.fValue, v.fTiWorst, v.fX, v.fAmount, v.fLimit);
             break;
     }
     if (v.fTiFirst != v.fTiLast) sz += szFmt(", from t = %.4f to %.4f s", v.fTiFirst, v.fTiLast);
@@ -303,8 +318,8 @@ std::string szPlanViolation(const PlanViolation& v) {
 
 // ---- landing miss --------------------------------------------------------------
 
-bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX,
-                    A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle) {
+bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX, A1Val<double>& arFTiData,
+                    A1Val<void*>& arPStvehicle) {
     if (arFTiData.n() < 1) return false;
     const Long iLast = arFTiData.iLast();
     const Stvehicle3dof& st = stStored(arPStvehicle, iLast);
@@ -329,13 +344,14 @@ bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX,
 std::string szLandingMiss(const LandingMiss& lm) {
     const double fPitchDeg = lm.fPitchRest / 3.141592653589793 * 180.0;
     if (!lm.bPlan)
-        return szFmt("run ends at (%.4f, %.4f) m at t = %.2f s; pitch at rest %.4f rad (%.2f deg); "
-                     "no plan to compare with",
-                     lm.fXRest, lm.fZRest, lm.fTiRest, lm.fPitchRest, fPitchDeg);
-    return szFmt("landing miss %.4f m: planned end (%.4f, %.4f) m, run ends at (%.4f, %.4f) m "
-                 "at t = %.2f s; pitch at rest %.4f rad (%.2f deg)",
-                 lm.fDist, lm.fXPlan, lm.fZPlan, lm.fXRest, lm.fZRest, lm.fTiRest, lm.fPitchRest,
-                 fPitchDeg);
+        return szFmt(
+            "run ends at (%.4f, %.4f) m at t = %.2f s; pitch at rest %.4f rad (%.2f deg); "
+            "no plan to compare with",
+            lm.fXRest, lm.fZRest, lm.fTiRest, lm.fPitchRest, fPitchDeg);
+    return szFmt(
+        "landing miss %.4f m: planned end (%.4f, %.4f) m, run ends at (%.4f, %.4f) m "
+        "at t = %.2f s; pitch at rest %.4f rad (%.2f deg)",
+        lm.fDist, lm.fXPlan, lm.fZPlan, lm.fXRest, lm.fZRest, lm.fTiRest, lm.fPitchRest, fPitchDeg);
 }
 
 // ---- the program's own plan and run -------------------------------------------
@@ -345,9 +361,7 @@ std::vector<PlotCurve> vecCurvePlanFmProgram() {
     return vecCurvePlanFm(pvdfT, paPVdfX, pvdfPitch, pvdfMs, paPVdfF, paPVdfM);
 }
 
-std::vector<PlotCurve> vecCurveRunFmProgram() {
-    return vecCurveRunFm(arFTiData, arPStvehicle);
-}
+std::vector<PlotCurve> vecCurveRunFmProgram() { return vecCurveRunFm(arFTiData, arPStvehicle); }
 
 std::vector<PlanViolation> vecPlanViolationFmProgram() {
     if (!bPlanExists()) return {};
@@ -356,8 +370,7 @@ std::vector<PlanViolation> vecPlanViolationFmProgram() {
 }
 
 bool bLandingMissFmProgram(LandingMiss* plandingMiss) {
-    return bLandingMissFm(plandingMiss, bPlanExists() ? paPVdfX : nullptr, arFTiData,
-                          arPStvehicle);
+    return bLandingMissFm(plandingMiss, bPlanExists() ? paPVdfX : nullptr, arFTiData, arPStvehicle);
 }
 
 PlotData plotDataFmProgram() {
@@ -383,9 +396,9 @@ bool bWriteRunCsv(const char* szFile, A1Val<double>& arFTiDataIn, A1Val<void*>& 
     return bWriteCsv(szFile, szRunCsvHeader, arFTiDataIn.iFirst(), arFTiDataIn.iLast(),
                      [&](std::string* psz, Long i) {
                          const Stvehicle3dof& st = stStored(arPStvehicleIn, i);
-                         const double af[] = {arFTiDataIn[i], st.fXf,          st.fZf,
-                                              st.fVeXf,       st.fVeZf,        st.fPitch,
-                                              st.fPitchDot,   st.fMs,          st.fIPitch,
+                         const double af[] = {arFTiDataIn[i],  st.fXf,          st.fZf,
+                                              st.fVeXf,        st.fVeZf,        st.fPitch,
+                                              st.fPitchDot,    st.fMs,          st.fIPitch,
                                               st.fFcThrustCmd, st.fFcThrustAct, st.fMmPitchCmd,
                                               st.fMmPitchAct};
                          for (std::size_t k = 0; k < std::size(af); k++) {

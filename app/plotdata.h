@@ -41,7 +41,7 @@ enum class PlotSource { Plan, Run };
 struct PlotCurve {
     PlotQty qty;
     PlotSource source;
-    std::string szLegend;       // "plan", "run", "run commanded", "run actual"
+    std::string szLegend;        // "plan", "run", "run commanded", "run actual"
     std::vector<double> vecFTi;  // s, ascending
     std::vector<double> vecF;    // in the unit of szPlotQtyAxis(qty)
 };
@@ -70,15 +70,15 @@ enum class PlanCheck {
 // its worst sample.
 struct PlanViolation {
     PlanCheck check;
-    Long iThruster;     // thruster checks: 3, or 1 for the pair 1 and 2 (the split
-                        // always loads them alike); 0 for the others
-    double fTiFirst;    // time of the first and last sample of the stretch, s
+    Long iThruster;   // thruster checks: 3, or 1 for the pair 1 and 2 (the split
+                      // always loads them alike); 0 for the others
+    double fTiFirst;  // time of the first and last sample of the stretch, s
     double fTiLast;
-    double fTiWorst;    // time of the worst sample, s
-    double fX;          // x of the path at the worst sample, m
-    double fValue;      // the value there: N, kg or height in m
-    double fLimit;      // the limit it breaks there: N, kg or ground height in m
-    double fAmount;     // by how much (positive), in the value's unit
+    double fTiWorst;  // time of the worst sample, s
+    double fX;        // x of the path at the worst sample, m
+    double fValue;    // the value there: N, kg or height in m
+    double fLimit;    // the limit it breaks there: N, kg or ground height in m
+    double fAmount;   // by how much (positive), in the value's unit
 };
 
 // The three thruster forces of one sample, by the split of the SUMMARY: the
@@ -110,20 +110,20 @@ std::string szPlanViolation(const PlanViolation& violation);
 // ---- landing miss --------------------------------------------------------------
 
 struct LandingMiss {
-    bool bPlan;        // a plan to compare with exists (else the first three are 0)
-    double fXPlan;     // planned end point: the last analysis sample, m
+    bool bPlan;     // a plan to compare with exists (else the first three are 0)
+    double fXPlan;  // planned end point: the last analysis sample, m
     double fZPlan;
-    double fDist;      // distance between the two points in the x-z plane, m
-    double fXRest;     // the last stored record, m
+    double fDist;   // distance between the two points in the x-z plane, m
+    double fXRest;  // the last stored record, m
     double fZRest;
-    double fTiRest;    // its time, s
-    double fPitchRest; // its pitch, rad
+    double fTiRest;     // its time, s
+    double fPitchRest;  // its pitch, rad
 };
 
 // False (and *plandingMiss untouched) for an empty run. paPVdfX may be null
 // (no plan); otherwise its last sample is the planned end point.
-bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX,
-                    A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle);
+bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX, A1Val<double>& arFTiData,
+                    A1Val<void*>& arPStvehicle);
 
 // "landing miss 0.2335 m: planned end (28.5000, 0.0000) m, run ends at
 // (28.7300, -0.0400) m at t = 7.75 s; pitch at rest -0.0001 rad (-0.01 deg)";
@@ -135,10 +135,10 @@ std::string szLandingMiss(const LandingMiss& landingMiss);
 // All of the above for the program-wide plan (plan/planstate.h), stored run
 // (sim/fltsim.h), vehicle and ground (sim/params.h).
 struct PlotData {
-    std::vector<PlotCurve> vecCurvePlan;       // empty without a plan
-    std::vector<PlotCurve> vecCurveRun;        // empty without a stored run
-    std::vector<PlanViolation> vecViolation;   // of the plan
-    bool bLanding = false;                     // a run exists: landingMiss is set
+    std::vector<PlotCurve> vecCurvePlan;      // empty without a plan
+    std::vector<PlotCurve> vecCurveRun;       // empty without a stored run
+    std::vector<PlanViolation> vecViolation;  // of the plan
+    bool bLanding = false;                    // a run exists: landingMiss is set
     LandingMiss landingMiss{};
 };
 

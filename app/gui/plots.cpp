@@ -12,8 +12,8 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QSlider>
-#include <QValueAxis>
 #include <QVBoxLayout>
+#include <QValueAxis>
 
 #include <algorithm>
 #include <clocale>
@@ -56,7 +56,8 @@ bool bAnyCurve(const PlotData& data) {
 }
 
 // Smallest and largest finite value of a set of vectors; false when none.
-bool bRangeOf(double* pfMin, double* pfMax, const std::vector<const std::vector<double>*>& vecpvec) {
+bool bRangeOf(double* pfMin, double* pfMax,
+              const std::vector<const std::vector<double>*>& vecpvec) {
     bool bAny = false;
     for (const std::vector<double>* pvec : vecpvec)
         for (double f : *pvec) {
@@ -136,8 +137,8 @@ QImage imgChartFm(QChart* pchart, QGraphicsScene* pscene, int iPxDX, int iPxDY, 
     // now instead.
     QCoreApplication::sendPostedEvents(pchart, QEvent::LayoutRequest);
     if (pchart->layout() != nullptr) pchart->layout()->activate();
-    QImage img(static_cast<int>(std::lround(iPxDX * fDpr)), static_cast<int>(std::lround(iPxDY * fDpr)),
-               QImage::Format_ARGB32_Premultiplied);
+    QImage img(static_cast<int>(std::lround(iPxDX * fDpr)),
+               static_cast<int>(std::lround(iPxDY * fDpr)), QImage::Format_ARGB32_Premultiplied);
     img.setDevicePixelRatio(fDpr);
     img.fill(Qt::white);
     QPainter painter(&img);
@@ -263,19 +264,16 @@ void WndChart::paintEvent(QPaintEvent*) {
         const QRectF rectPlot = rectPlotArea();
         const int iPxX = iPxXCursor();
         painter.setPen(QPen(rgbCursor, 1.0));
-        painter.drawLine(QPointF(iPxX + 0.5, rectPlot.top()), QPointF(iPxX + 0.5, rectPlot.bottom()));
+        painter.drawLine(QPointF(iPxX + 0.5, rectPlot.top()),
+                         QPointF(iPxX + 0.5, rectPlot.bottom()));
     }
 }
 
 // ---- the panel ---------------------------------------------------------------------
 
-int WndPlots::iSliderFmFTi(double fTi) {
-    return static_cast<int>(std::lround(fTi * 1000.0));
-}
+int WndPlots::iSliderFmFTi(double fTi) { return static_cast<int>(std::lround(fTi * 1000.0)); }
 
-double WndPlots::fTiFmISlider(int iPos) {
-    return iPos / 1000.0;
-}
+double WndPlots::fTiFmISlider(int iPos) { return iPos / 1000.0; }
 
 WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
     setObjectName("wndPlots");
@@ -303,13 +301,13 @@ WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
     auto* plabelLegend = new QLabel(this);
     plabelLegend->setObjectName("labelPlotLegend");
     plabelLegend->setTextFormat(Qt::RichText);
-    plabelLegend->setText(QString("<span style=\"color:%1\"><b>&#x2501;&#x2501;</b></span> run "
-                                  "(actual) &nbsp; <span style=\"color:%2\"><b>&#x2501;&#x2501;"
-                                  "</b></span> run commanded &nbsp; <span style=\"color:%3\"><b>"
-                                  "&#x2505;&#x2505;</b></span> plan &nbsp; <span style=\"color:%4\">"
-                                  "<b>|</b></span> shown &nbsp;&nbsp; time t in s")
-                              .arg(rgbRun.name(), rgbRunCmd.name(), rgbPlan.name(),
-                                   rgbCursor.name()));
+    plabelLegend->setText(
+        QString("<span style=\"color:%1\"><b>&#x2501;&#x2501;</b></span> run "
+                "(actual) &nbsp; <span style=\"color:%2\"><b>&#x2501;&#x2501;"
+                "</b></span> run commanded &nbsp; <span style=\"color:%3\"><b>"
+                "&#x2505;&#x2505;</b></span> plan &nbsp; <span style=\"color:%4\">"
+                "<b>|</b></span> shown &nbsp;&nbsp; time t in s")
+            .arg(rgbRun.name(), rgbRunCmd.name(), rgbPlan.name(), rgbCursor.name()));
     playout->addWidget(plabelLegend);
 
     _plabelEmpty = new QLabel("Nothing to plot yet: p plans the hop, s flies it.", this);
@@ -481,8 +479,8 @@ void WndPlots::updateCursor() {
 
 void WndPlots::updateLanding() {
     _plabelLanding->setVisible(_data.bLanding);
-    _plabelLanding->setText(_data.bLanding ? QString::fromStdString(szLandingMiss(_data.landingMiss))
-                                           : QString());
+    _plabelLanding->setText(
+        _data.bLanding ? QString::fromStdString(szLandingMiss(_data.landingMiss)) : QString());
 }
 
 void WndPlots::updateChecks() {

@@ -91,7 +91,8 @@ WndTop::WndTop() {
 
 void WndTop::buildMenu() {
     QMenu* pmenuFile = menuBar()->addMenu("&File");
-    _pactExportRun = pmenuFile->addAction("Export &run CSV...", this, [this] { exportCsvFromMenu(true); });
+    _pactExportRun =
+        pmenuFile->addAction("Export &run CSV...", this, [this] { exportCsvFromMenu(true); });
     _pactExportRun->setObjectName("actExportRunCsv");
     _pactExportPlan =
         pmenuFile->addAction("Export &plan CSV...", this, [this] { exportCsvFromMenu(false); });

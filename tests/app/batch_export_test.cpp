@@ -23,8 +23,8 @@ namespace {
 
 // Whether this build has the window module that draws the charts.
 bool bChartsBuilt() {
-    return std::filesystem::exists(
-        std::filesystem::path(szProgram()).parent_path() / "libvantorell-window.so");
+    return std::filesystem::exists(std::filesystem::path(szProgram()).parent_path() /
+                                   "libvantorell-window.so");
 }
 
 // Width and height from a PNG file's header; false when it is not one.
@@ -69,7 +69,8 @@ TEST_F(BatchExportTest, PlanBeyondTheVehicleWarnsAfterTheSummaryAndStillExitsZer
     deletePathAnalysis();
     ASSERT_FALSE(vec.empty());
     std::string szExpect;
-    for (const PlanViolation& v : vec) szExpect += "Vantorell: warning: " + szPlanViolation(v) + "\n";
+    for (const PlanViolation& v : vec)
+        szExpect += "Vantorell: warning: " + szPlanViolation(v) + "\n";
     EXPECT_EQ(r.szErr, szExpect);
     // The SUMMARY and the reports are those of any plan.
     EXPECT_NE(r.szOut.find("SUMMARY\n"), std::string::npos);

@@ -122,14 +122,14 @@ TEST_F(PlotDataTest, PlanCurvesAreTheNumbersOfTheListingAndTheFlightPlan) {
         const double fTi = vec[0].vecFTi[k];
         // "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)"
         char szHead[160];
-        std::snprintf(szHead, sizeof szHead, "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)",
+        std::snprintf(szHead, sizeof szHead,
+                      "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)",
                       static_cast<int>(k), fTi, vec[5].vecF[k], vec[0].vecF[k], vec[1].vecF[k]);
         EXPECT_EQ(szLine.substr(0, std::string(szHead).size()), szHead) << k;
         EXPECT_NE(szLine.find("  pitch = " + szFmt(10, 4, vec[2].vecF[k]) + "  "),
                   std::string::npos)
             << k;
-        EXPECT_NE(szLine.find("pitch moment = " + szFmt(12, 6, vec[4].vecF[k])),
-                  std::string::npos)
+        EXPECT_NE(szLine.find("pitch moment = " + szFmt(12, 6, vec[4].vecF[k])), std::string::npos)
             << k;
         // Thrust: the magnitude column of the flight plan at the same time.
         EXPECT_EQ(vecFltplan[k + 2].substr(0, 25),
@@ -181,7 +181,8 @@ TEST_F(PlotDataTest, RunCurvesAreTheNumbersOfTheResultsFile) {
             const std::string& szLine = vecResults[k + 1];
             EXPECT_EQ(szLine.substr(0, 8), szFmt(8, 2, curve.vecFTi[k]));
             const double f = col.bDeg ? fDeg(curve.vecF[k]) : curve.vecF[k];
-            EXPECT_EQ(szLine.substr(static_cast<std::size_t>(8 * col.iCol), 8), szFmt(8, col.iPrec, f))
+            EXPECT_EQ(szLine.substr(static_cast<std::size_t>(8 * col.iCol), 8),
+                      szFmt(8, col.iPrec, f))
                 << szPlotQtyName(col.qty) << " " << col.szLegend << " row " << k;
         }
     }
@@ -207,7 +208,7 @@ TEST_F(PlotDataTest, NoPlanOrNoRunGivesNoCurves) {
 
 TEST(PlotQtyTest, NamesAndAxesCarryTheirUnits) {
     const char* aszName[] = {"x", "z", "pitch", "thrust", "moment", "mass"};
-    const char* aszAxis[] = {"x (m)", "z (m)", "pitch (rad)", "thrust (N)", "moment (N\u00b7m)",
+    const char* aszAxis[] = {"x (m)",    "z (m)", "pitch (rad)", "thrust (N)", "moment (N\u00b7m)",
                              "mass (kg)"};
     for (int i = 0; i < nPlotQty; i++) {
         EXPECT_STREQ(szPlotQtyName(arPlotQty[i]), aszName[i]);
@@ -265,10 +266,14 @@ TEST_F(PlotDataTest, FastHopBreaksThrustAndPropellantAndEveryStretchIsExact) {
         const double fM = (*pvdfAt(paPVdfM, i))[2];
         const double fF12 = fFc / 3 - fM / 1.6, fF3 = fFc / 3 + fM / 0.8;
         switch (check) {
-            case PlanCheck::ThrusterAboveShare: return std::max(fF12, fF3) > fShare;
-            case PlanCheck::ThrusterBelowZero: return std::min(fF12, fF3) < 0.0;
-            case PlanCheck::MassAtOrBelowEmpty: return (*pvdfMs)[i] <= fMsEmpty;
-            case PlanCheck::BelowTerrain: return false;
+            case PlanCheck::ThrusterAboveShare:
+                return std::max(fF12, fF3) > fShare;
+            case PlanCheck::ThrusterBelowZero:
+                return std::min(fF12, fF3) < 0.0;
+            case PlanCheck::MassAtOrBelowEmpty:
+                return (*pvdfMs)[i] <= fMsEmpty;
+            case PlanCheck::BelowTerrain:
+                return false;
         }
         return false;
     };
@@ -349,7 +354,8 @@ TEST_F(PlotDataTest, PathUnderTheSlopeIsBelowTheTerrainByItsDepth) {
     auto fDepth = [](Long i) {
         const double fX = (*pvdfAt(paPVdfX, i))[1];
         const double fZ = (*pvdfAt(paPVdfX, i))[3];
-        const double fZG = fX <= 1.0 ? 0.0 : -(fX - 1.0) * std::tan(20.0 / 180.0 * 3.141592653589793);
+        const double fZG =
+            fX <= 1.0 ? 0.0 : -(fX - 1.0) * std::tan(20.0 / 180.0 * 3.141592653589793);
         return fZG - fZ;
     };
     double fDeepest = 0.0;
@@ -400,8 +406,8 @@ TEST_F(PlotDataTest, StretchesSplitAtAGapAndReportTheirWorstSample) {
     SmallPlan plan;
     // Thrusters 1 and 2 over 100 N at t = 0 and 1 (worse at 1), within at
     // t = 2, thruster 3 over at t = 3 alone.
-    (*pvdfAt(plan.paF, 0))[3] = 330.0;  // 110 N each
-    (*pvdfAt(plan.paF, 1))[3] = 360.0;  // 120 N each
+    (*pvdfAt(plan.paF, 0))[3] = 330.0;       // 110 N each
+    (*pvdfAt(plan.paF, 1))[3] = 360.0;       // 120 N each
     (*pvdfAt(plan.paM, 3))[2] = 0.8 * 60.0;  // thruster 3: 50 + 60 = 110 N
     const std::vector<PlanViolation> vec = plan.check();
     ASSERT_EQ(vec.size(), 2u);
@@ -459,9 +465,9 @@ TEST_F(PlotDataTest, MassAtTheEmptyMassIsAlreadyTooLow) {
 
 TEST_F(PlotDataTest, TerrainCheckIgnoresRoundingAtTheGroundAndAreasWithNoGround) {
     SmallPlan plan;
-    (*pvdfAt(plan.paX, 1))[3] = 0.0;     // on the pad
-    (*pvdfAt(plan.paX, 2))[3] = -1e-7;   // rounding below it
-    (*pvdfAt(plan.paX, 3))[3] = -1e-5;   // below it
+    (*pvdfAt(plan.paX, 1))[3] = 0.0;      // on the pad
+    (*pvdfAt(plan.paX, 2))[3] = -1e-7;    // rounding below it
+    (*pvdfAt(plan.paX, 3))[3] = -1e-5;    // below it
     (*pvdfAt(plan.paX, 4))[1] = -2000.0;  // off the ground's edge
     (*pvdfAt(plan.paX, 4))[3] = -50.0;
     const std::vector<PlanViolation> vec = plan.check();
@@ -479,8 +485,9 @@ TEST_F(PlotDataTest, TerrainCheckIgnoresRoundingAtTheGroundAndAreasWithNoGround)
 }
 
 TEST(PlanViolationTextTest, ThrusterAboveItsShareNamesTheStretch) {
-    const PlanViolation v{PlanCheck::ThrusterAboveShare, 3, 2.1, 2.52, 2.31, 12.0, 520.1,
-                          1480.0 / 3.0, 520.1 - 1480.0 / 3.0};
+    const PlanViolation v{
+        PlanCheck::ThrusterAboveShare, 3, 2.1, 2.52, 2.31, 12.0, 520.1, 1480.0 / 3.0,
+        520.1 - 1480.0 / 3.0};
     EXPECT_EQ(szPlanViolation(v),
               "plan: thruster 3 needs 520.1000 N at t = 2.3100 s, 26.7667 N above its share of the "
               "maximum thrust (493.3333 N), from t = 2.1000 to 2.5200 s");
@@ -597,12 +604,13 @@ TEST_F(PlotDataTest, PlanCsvReadsBackToTheListingAndTheFlightPlan) {
         const std::vector<double> af = vecCsvRow(vecCsv[k]);
         ASSERT_EQ(af.size(), 18u);
         char szLine[600];
-        std::snprintf(szLine, sizeof szLine,
-                      "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)  XxzDot = (%10.4lf "
-                      "%10.4lf)  XxzDot2 = (%10.4lf %10.4lf)  pitch = %10.4lf  pitchDot = %10.4lf  "
-                      "pitchDot2 = %10.4lf  Fxz = (%10.4lf %10.4lf)  pitch moment = %12.6lf",
-                      static_cast<int>(k - 1), af[0], af[10], af[1], af[2], af[3], af[4], af[5],
-                      af[6], af[7], af[8], af[9], af[11], af[12], af[14]);
+        std::snprintf(
+            szLine, sizeof szLine,
+            "%4i  t = %10.4lf  mass = %10.4lf  Xxz = (%10.4lf %10.4lf)  XxzDot = (%10.4lf "
+            "%10.4lf)  XxzDot2 = (%10.4lf %10.4lf)  pitch = %10.4lf  pitchDot = %10.4lf  "
+            "pitchDot2 = %10.4lf  Fxz = (%10.4lf %10.4lf)  pitch moment = %12.6lf",
+            static_cast<int>(k - 1), af[0], af[10], af[1], af[2], af[3], af[4], af[5], af[6], af[7],
+            af[8], af[9], af[11], af[12], af[14]);
         EXPECT_EQ(vecListing[k - 1], szLine) << k;
         char szRow[80];
         std::snprintf(szRow, sizeof szRow, "%12.6lf %12.6lf %12.6lf", af[0], af[13], af[14]);

@@ -14,8 +14,8 @@
 #include <QMenu>
 #include <QMenuBar>
 #include <QSlider>
-#include <QValueAxis>
 #include <QTest>
+#include <QValueAxis>
 
 #include <cmath>
 #include <cstdio>
@@ -46,9 +46,7 @@ QLineSeries* pseriesNamed(WndChart* pwnd, const QString& szName) {
     return nullptr;
 }
 
-Stvehicle3dof stStored(Long i) {
-    return *static_cast<Stvehicle3dof*>(arPStvehicle[i]);
-}
+Stvehicle3dof stStored(Long i) { return *static_cast<Stvehicle3dof*>(arPStvehicle[i]); }
 
 bool bSameState(const Stvehicle3dof& st1, const Stvehicle3dof& st2) {
     return st1.fXf == st2.fXf && st1.fZf == st2.fZf && st1.fVeXf == st2.fVeXf &&
@@ -68,16 +66,15 @@ bool bCursorDrawnAt(WndChart* pwnd, int iPxX) {
     const QRectF rectPlot = pwnd->rectPlotArea();
     int nDark = 0, nAll = 0;
     for (int iPxY = static_cast<int>(rectPlot.top()) + 2; iPxY < rectPlot.bottom() - 2; iPxY++) {
-        const QColor rgb = img.pixelColor(static_cast<int>(iPxX * fDpr), static_cast<int>(iPxY * fDpr));
+        const QColor rgb =
+            img.pixelColor(static_cast<int>(iPxX * fDpr), static_cast<int>(iPxY * fDpr));
         nAll++;
         if (rgb.red() == 70 && rgb.green() == 70 && rgb.blue() == 70) nDark++;
     }
     return nAll > 10 && nDark > nAll * 8 / 10;
 }
 
-QString szBundledHop() {
-    return QString(VT_EXAMPLES) + "/traj1r.txt";
-}
+QString szBundledHop() { return QString(VT_EXAMPLES) + "/traj1r.txt"; }
 
 }  // namespace
 
@@ -237,9 +234,10 @@ void PlotsTest::plotsAppearAfterPlanAndAfterSimulate() {
     QVERIFY(bLandingMissFmProgram(&lm));
     QCOMPARE(plots().plabelLanding()->text(), QString::fromStdString(szLandingMiss(lm)));
     QVERIFY(plots().plabelLanding()->text().startsWith("landing miss "));
-    const double fDist = std::hypot(stStored(arFTiData.iLast()).fXf - 28.5,
-                                    stStored(arFTiData.iLast()).fZf);
-    QVERIFY(plots().plabelLanding()->text().startsWith(QString::asprintf("landing miss %.4f m", fDist)));
+    const double fDist =
+        std::hypot(stStored(arFTiData.iLast()).fXf - 28.5, stStored(arFTiData.iLast()).fZf);
+    QVERIFY(plots().plabelLanding()->text().startsWith(
+        QString::asprintf("landing miss %.4f m", fDist)));
     QVERIFY(plots().bCursorShown());
     QCOMPARE(plots().fTiCursor(), arFTiData[arFTiData.iFirst()]);
     QVERIFY(plots().psliderTi()->isEnabled());
@@ -280,8 +278,10 @@ void PlotsTest::cursorFollowsTheReplayAndI() {
         QVERIFY(pwnd->bCursorShown());
         QCOMPARE(pwnd->fTiCursor(), fTiCursor);
         const QRectF rectPlot = pwnd->rectPlotArea();
-        const double fFrac = (fTiCursor - paxisTi(pwnd)->min()) / (paxisTi(pwnd)->max() - paxisTi(pwnd)->min());
-        QVERIFY(std::fabs(pwnd->iPxXCursor() - (rectPlot.left() + fFrac * rectPlot.width())) <= 1.0);
+        const double fFrac =
+            (fTiCursor - paxisTi(pwnd)->min()) / (paxisTi(pwnd)->max() - paxisTi(pwnd)->min());
+        QVERIFY(std::fabs(pwnd->iPxXCursor() - (rectPlot.left() + fFrac * rectPlot.width())) <=
+                1.0);
         QVERIFY(bCursorDrawnAt(pwnd, pwnd->iPxXCursor()));
     }
     QCOMPARE(plots().psliderTi()->value(), WndPlots::iSliderFmFTi(fTiCursor));
@@ -367,7 +367,8 @@ void PlotsTest::planBreakingALimitShowsItsWarnings() {
     for (int i = 0; i < plist->count(); i++)
         QCOMPARE(plist->item(i)->text(), QString::fromStdString(szPlanViolation(vec[i])));
     QVERIFY(plist->item(0)->text().contains("above their share of the maximum thrust"));
-    QVERIFY(plots().plabelChecks()->text().startsWith(QString("Plan checks: %1 warnings").arg(vec.size())));
+    QVERIFY(plots().plabelChecks()->text().startsWith(
+        QString("Plan checks: %1 warnings").arg(vec.size())));
 
     // A plan under the ground: one warning, of the terrain.
     copyFile("plan/under_ground/traj1r.txt", "traj1r.txt");
@@ -427,8 +428,8 @@ void PlotsTest::runCsvRoundTripsAgainstResults() {
         QVERIFY(static_cast<bool>(std::getline(inCsv, szCsv)));
         double af[13];
         QCOMPARE(std::sscanf(szCsv.c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf",
-                             &af[0], &af[1], &af[2], &af[3], &af[4], &af[5], &af[6], &af[7],
-                             &af[8], &af[9], &af[10], &af[11], &af[12]),
+                             &af[0], &af[1], &af[2], &af[3], &af[4], &af[5], &af[6], &af[7], &af[8],
+                             &af[9], &af[10], &af[11], &af[12]),
                  13);
         // The results file's columns at its own precision; pitch and pitch
         // rate in degrees there.
@@ -478,11 +479,11 @@ void PlotsTest::planCsvAndTheFileMenu() {
     while (std::getline(inCsv, szCsv)) {
         QVERIFY(static_cast<bool>(std::getline(inFltplan, szFltplan)));
         double af[18];
-        QCOMPARE(std::sscanf(szCsv.c_str(),
-                             "%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf",
-                             &af[0], &af[1], &af[2], &af[3], &af[4], &af[5], &af[6], &af[7], &af[8],
-                             &af[9], &af[10], &af[11], &af[12], &af[13], &af[14], &af[15], &af[16],
-                             &af[17]),
+        QCOMPARE(std::sscanf(
+                     szCsv.c_str(),
+                     "%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf",
+                     &af[0], &af[1], &af[2], &af[3], &af[4], &af[5], &af[6], &af[7], &af[8], &af[9],
+                     &af[10], &af[11], &af[12], &af[13], &af[14], &af[15], &af[16], &af[17]),
                  18);
         char szRow[80];
         std::snprintf(szRow, sizeof szRow, "%12.6lf %12.6lf %12.6lf", af[0], af[13], af[14]);
