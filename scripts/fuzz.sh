@@ -30,8 +30,15 @@ for target in fuzz_waypoints fuzz_schedule fuzz_viewin; do
   bin="$build/fuzz/$target"
   [ -x "$bin" ] || { echo "fuzz: $target not built"; status=1; continue; }
   corpus=$(mktemp -d)
+  # Every starting file under its own name (many share a fixed file name).
+  n=0
+  set -f  # the patterns are for find, not for the shell
   # shellcheck disable=SC2086
-  find ${inputs[$target]} -type f -exec cp {} "$corpus"/ \; 2>/dev/null || true
+  while IFS= read -r -d '' f; do
+    n=$((n + 1))
+    cp "$f" "$corpus/$n-$(basename "$f")"
+  done < <(find ${inputs[$target]} -type f -print0 2>/dev/null)
+  set +f
   if [ -d "fuzz/regressions/$target" ]; then
     echo "==== $target: replaying saved crash inputs"
     "$bin" -runs=0 fuzz/regressions/"$target"/* || status=1
