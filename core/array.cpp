@@ -28,10 +28,21 @@ void A1Val<T>::obtainBlock() {
     _pel0 = (_iN == 0) ? nullptr : new T[static_cast<std::size_t>(_iN)] - _iFirst;
 }
 
+// The block's start from a biased base pointer. Computed on the address as
+// an integer: the biased pointer itself may lie outside the block, and the
+// compiler must not reason about pointer arithmetic through it.
+namespace {
+template <class T>
+T* pelUnbiased(T* pel, long iBias) {
+    return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(pel) +
+                                static_cast<std::uintptr_t>(iBias) * sizeof(T));
+}
+}  // namespace
+
 template <class T>
 void A1Val<T>::releaseBlock() {
     if (_iN != 0 && _pel0 != nullptr) {
-        T* pelBlock = _pel0 + _iFirst;
+        T* pelBlock = pelUnbiased(_pel0, _iFirst);
         if (pelBlock != nullptr) delete[] pelBlock;
     }
     _pel0 = nullptr;
