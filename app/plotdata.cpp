@@ -5,6 +5,7 @@
 #include <cerrno>
 #include <charconv>
 #include <cmath>
+#include <numbers>
 #include <cstdarg>
 #include <cstring>
 #include <iterator>
@@ -342,7 +343,7 @@ bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX, A1Val
 }
 
 std::string szLandingMiss(const LandingMiss& lm) {
-    const double fPitchDeg = lm.fPitchRest / 3.141592653589793 * 180.0;
+    const double fPitchDeg = lm.fPitchRest / std::numbers::pi * 180.0;
     if (!lm.bPlan)
         return szFmt(
             "run ends at (%.4f, %.4f) m at t = %.2f s; pitch at rest %.4f rad (%.2f deg); "

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cmath>
+#include <numbers>
 #include <thread>
 
 #include "sim/fltsim.h"
@@ -10,79 +11,6 @@
 std::atomic<Long> aiMcRunInFlight[nMcThreadSlot];
 
 namespace {
-
-// The model of the simulate command, watched from outside: every evaluation
-// is passed on unchanged to ArFFnFArFModel, so the flight is the same, and
-// the watcher notes what the driver does not hand back:
-//   - the touchdown: the evaluation in which the model first sets bLanded
-//     (and cuts the engine). Like the model, it counts a trial evaluation of
-//     the stepper that is later rejected; that is the moment the engine went
-//     off, which is what shapes the landing.
-//   - the integration steps: the driver evaluates the derivative once at the
-//     start of every step with its own state array (the stepper's trial
-//     states live in the stepper's arrays). The first evaluation of a run is
-//     the driver's, so its array is recognised there.
-//   - running dry: an accepted state (a step start) with the mass at or below
-//     fMsEmpty before touchdown.
-//   - the last evaluation of the run, which the stepper makes at the end of
-//     the last step (the full step's last stage lies at exactly t + h).
-class ArFFnFArFModelWatched final : public ArFFnFArFModel {
-public:
-    using ArFFnFArFModel::ArFFnFArFModel;
-
-    void arFAtFArF(A1Val<double>* parFDeriv, double fTi, const A1Val<double>& arFState) override {
-        const bool bLandedBefore = bLanded;
-        if (parFStateDriver == nullptr) parFStateDriver = &arFState;
-        if (&arFState == parFStateDriver) {
-            nStep += 1;
-            fTiStepStart = fTi;
-            if (!bLandedBefore && arFState[7] <= pvehicle->fMsEmpty) bRanDry = true;
-        }
-        ArFFnFArFModel::arFAtFArF(parFDeriv, fTi, arFState);
-        fTiLastEval = fTi;
-        fVeXfLastEval = arFState[4];
-        fVeZfLastEval = arFState[5];
-        fPitchDotLastEval = arFState[6];
-        if (!bLandedBefore && bLanded) {
-            bTouchdown = true;
-            fTiTouchdown = fTi;
-            fVeXfTouchdown = arFState[4];
-            fVeZfTouchdown = arFState[5];
-        }
-    }
-
-    const A1Val<double>* parFStateDriver = nullptr;
-    Long nStep = 0;
-    double fTiStepStart = 0.0;
-    double fTiLastEval = 0.0;
-    double fVeXfLastEval = 0.0;
-    double fVeZfLastEval = 0.0;
-    double fPitchDotLastEval = 0.0;
-    bool bRanDry = false;
-    bool bTouchdown = false;
-    double fTiTouchdown = 0.0;
-    double fVeXfTouchdown = 0.0;
-    double fVeZfTouchdown = 0.0;
-};
-
-// Why the driver stopped. It does not say, so it is told from the records
-// and the watcher:
-//   - a last record at 30 s: the final time;
-//   - otherwise the run stopped at rest or because the proposed step fell to
-//     fDTiStepMin or below. The proposed step is at least 0.9 times the step
-//     just taken, so a last step longer than fDTiStepMin / 0.9 cannot have
-//     collapsed: the vehicle was at rest. After a shorter last step the rest
-//     test is made on the state of the last evaluation, which lies within
-//     that tiny step of the final state.
-Long iStopOfFlight(ArFFnFArFModelWatched const& model, double fTiLastRecord) {
-    if (fTiLastRecord >= fTiMaxMc) return mcStopEnd;
-    const double fDTiLast = model.fTiLastEval - model.fTiStepStart;
-    if (0.9 * fDTiLast > fDTiStepMinMc) return mcStopRest;
-    if (std::fabs(model.fVeXfLastEval) < fTolIntgMc && std::fabs(model.fVeZfLastEval) < fTolIntgMc &&
-        std::fabs(model.fPitchDotLastEval) < fTolIntgMc)
-        return mcStopRest;
-    return mcStopStep;
-}
 
 // Copies src into dst, re-using dst's block when the size is the same.
 void copyArray(A1Val<double>* parDst, A1Val<double> const& arSrc) {
@@ -153,14 +81,7 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
     // 3. The initial state, in the integrator's order (x, z, pitch, vx, vz,
     // pitch rate, mass).
     A1Val<double>& arFStateIC = pwork->arFStateIC;
-    arFStateIC.reconstructIFirstILast(1, iNStateVehicle);
-    arFStateIC[1] = stvehicle3dof0.fXf;
-    arFStateIC[2] = stvehicle3dof0.fZf;
-    arFStateIC[3] = stvehicle3dof0.fPitch;
-    arFStateIC[4] = stvehicle3dof0.fVeXf;
-    arFStateIC[5] = stvehicle3dof0.fVeZf;
-    arFStateIC[6] = stvehicle3dof0.fPitchDot;
-    arFStateIC[7] = stvehicle3dof0.fMs;
+    stateFmStvehicle3dof(&arFStateIC, stvehicle3dof0);
     if (arFDev[mcParamInitialPitch] != 0.0) arFStateIC[3] = arFStateIC[3] + arFDev[mcParamInitialPitch];
     if (arFDev[mcParamInitialVx] != 0.0) arFStateIC[4] = arFStateIC[4] + arFDev[mcParamInitialVx];
     if (arFDev[mcParamInitialPitchRate] != 0.0)
@@ -179,12 +100,15 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
     }
 
     // 4. The flight.
-    ArFFnFArFModelWatched model(&planetRun, &vehicleRun, fDTiDataMc, schedRun.arFTiCmd,
-                                schedRun.arFFcThrustCmd, schedRun.arFMmPitchCmd);
-    sim(&pwork->arFTiData, &pwork->arPStvehicle, &model, 0.0, arFStateIC, fTiMaxMc, fDTiDataMc,
-        fDTiStepMinMc, iNStepMaxMc, fTolIntgMc, fTolIntgMc, fTolIntgMc, fTolIntgMc, fTolIntgMc);
+    const FlightSettings fs;
+    ArFFnFArFModel model(&planetRun, &vehicleRun, fs.fDTiData, schedRun.arFTiCmd,
+                         schedRun.arFFcThrustCmd, schedRun.arFMmPitchCmd);
+    SimReport report;
+    sim(&pwork->arFTiData, &pwork->arPStvehicle, &model, fs.fTiIC, arFStateIC, fs.fTiMax,
+        fs.fDTiData, fs.fDTiStepMin, fs.iNStepMax, fs.fTolIntg, fs.fTolIntg, fs.fTolIntg,
+        fs.fTolIntg, fs.fTolIntg, &report);
 
-    // 5. The outcome, from the last record and the watcher.
+    // 5. The outcome, from the last record and the driver's report.
     const Long iLastRecord = pwork->arPStvehicle.iLast();
     Stvehicle3dof const& stRest = *static_cast<Stvehicle3dof*>(pwork->arPStvehicle[iLastRecord]);
     res.fTiRest = pwork->arFTiData[iLastRecord];
@@ -192,19 +116,23 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
     res.fZfRest = stRest.fZf;
     res.fPitchRest = stRest.fPitch;
     res.fMsPropLeft = stRest.fMs - vehicleRun.fMsEmpty;
-    res.nStep = model.nStep;
-    res.iStop = iStopOfFlight(model, res.fTiRest);
-    res.bTouchdown = model.bTouchdown ? 1 : 0;
-    if (model.bTouchdown) {
-        res.fTiTouchdown = model.fTiTouchdown;
-        res.fVeXfTouchdown = model.fVeXfTouchdown;
-        res.fVeZfTouchdown = model.fVeZfTouchdown;
+    res.nStep = report.nStep;
+    switch (report.stop) {
+        case SimStop::TimeLimit: res.iStop = mcStopEnd; break;
+        case SimStop::Rest: res.iStop = mcStopRest; break;
+        default: res.iStop = mcStopStep; break;  // too many steps fails an assertion first
+    }
+    res.bTouchdown = report.bTouchdown ? 1 : 0;
+    if (report.bTouchdown) {
+        res.fTiTouchdown = report.fTiTouchdown;
+        res.fVeXfTouchdown = report.fVeXfTouchdown;
+        res.fVeZfTouchdown = report.fVeZfTouchdown;
     }
     // Never touched down and out of propellant at the end: dry in the air.
-    const bool bDryAtEnd = !model.bLanded && stRest.fMs <= vehicleRun.fMsEmpty;
-    res.bRanDry = (model.bRanDry || bDryAtEnd) ? 1 : 0;
-    const double fPitchWrapped = std::remainder(stRest.fPitch, 2.0 * 3.141592653589793);
-    res.bUpright = (model.bTouchdown && std::fabs(fPitchWrapped) < fRdnUprightMc) ? 1 : 0;
+    const bool bDryAtEnd = !report.bTouchdown && stRest.fMs <= vehicleRun.fMsEmpty;
+    res.bRanDry = (report.bRanDry || bDryAtEnd) ? 1 : 0;
+    const double fPitchWrapped = std::remainder(stRest.fPitch, 2.0 * std::numbers::pi);
+    res.bUpright = (report.bTouchdown && std::fabs(fPitchWrapped) < fRdnUprightMc) ? 1 : 0;
 
     for (Long i = pwork->arPStvehicle.iFirst(); i <= iLastRecord; i++) {
         delete static_cast<Stvehicle3dof*>(pwork->arPStvehicle[i]);

@@ -29,14 +29,15 @@
 #include "core/array.h"
 #include "core/types.h"
 #include "mc/dispersion.h"
+#include "sim/flight.h"
 #include "sim/params.h"
 
 // Settings of every flight (those of the simulate command).
-constexpr double fTiMaxMc = 30.0;
-constexpr double fDTiDataMc = 0.05;
-constexpr double fDTiStepMinMc = 1e-6;
-constexpr Long iNStepMaxMc = 20000;
-constexpr double fTolIntgMc = 0.001;
+constexpr double fTiMaxMc = FlightSettings{}.fTiMax;
+constexpr double fDTiDataMc = FlightSettings{}.fDTiData;
+constexpr double fDTiStepMinMc = FlightSettings{}.fDTiStepMin;
+constexpr Long iNStepMaxMc = FlightSettings{}.iNStepMax;
+constexpr double fTolIntgMc = FlightSettings{}.fTolIntg;
 
 // |pitch| below this at rest counts as upright: 10 degrees.
 constexpr double fRdnUprightMc = 0.17453292519943295;

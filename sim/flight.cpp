@@ -3,24 +3,26 @@
 
 #include <cstdio>
 #include <memory>
+#include <numbers>
 
 namespace {
 
-// The fixed settings of a flight from a plan file.
-constexpr double fTiICFlight = 0.0;         // s
-constexpr double fTiMaxFlight = 30.0;       // s
-constexpr double fDTiDataFlight = 0.05;     // s, output interval
-constexpr double fDTiStepMinFlight = 1e-6;  // s
-constexpr Long iNStepMaxFlight = 20000;
-constexpr double fTolIntgFlight = 0.001;  // every state's error allowance
-
 // Degrees from radians, in the order the report has always used.
-double fDegFmFRdn(double fRdn) { return fRdn / 3.141592653589793 * 180.0; }
+double fDegFmFRdn(double fRdn) { return fRdn / std::numbers::pi * 180.0; }
 
 }  // namespace
 
+void flyModel(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* pmodel,
+              Stvehicle3dof const& st0, FlightSettings const& fs, SimReport* preport) {
+    A1Val<double> arFStateIC(0);
+    stateFmStvehicle3dof(&arFStateIC, st0);
+    sim(parFTiData, parPStvehicle, pmodel, fs.fTiIC, arFStateIC, fs.fTiMax, fs.fDTiData,
+        fs.fDTiStepMin, fs.iNStepMax, fs.fTolIntg, fs.fTolIntg, fs.fTolIntg, fs.fTolIntg,
+        fs.fTolIntg, preport);
+}
+
 void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
-                     A1Val<void*>* parPStvehicle) {
+                     A1Val<void*>* parPStvehicle, SimReport* preport) {
     // 1. The schedule, into arrays of our own; the file is closed before
     // the flight.
     // Closed on every way out: the robustness builds turn a fatal error in
@@ -42,25 +44,11 @@ void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
     readCmdsFromPFILE(&arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd, pfile.get(), szFltplan);
     pfile.reset();
 
-    // 2. The model over the program's planet and vehicle.
-    ArFFnFArFModel model(&planet, &vehicle, fDTiDataFlight, arFTiCmd, arFFcThrustCmd,
-                         arFMmPitchCmd);
-
-    // 3. The initial state, in the integrator's order: position, pitch,
-    // then velocities, pitch rate and mass (not the record's field order).
-    A1Val<double> arFStateIC(1, iNStateVehicle);
-    arFStateIC[1] = stvehicle3dof0.fXf;
-    arFStateIC[2] = stvehicle3dof0.fZf;
-    arFStateIC[3] = stvehicle3dof0.fPitch;
-    arFStateIC[4] = stvehicle3dof0.fVeXf;
-    arFStateIC[5] = stvehicle3dof0.fVeZf;
-    arFStateIC[6] = stvehicle3dof0.fPitchDot;
-    arFStateIC[7] = stvehicle3dof0.fMs;
-
-    // 4. The flight.
-    sim(parFTiData, parPStvehicle, &model, fTiICFlight, arFStateIC, fTiMaxFlight, fDTiDataFlight,
-        fDTiStepMinFlight, iNStepMaxFlight, fTolIntgFlight, fTolIntgFlight, fTolIntgFlight,
-        fTolIntgFlight, fTolIntgFlight);
+    // 2. The model over the program's planet and vehicle, and the flight
+    // from the initial state.
+    const FlightSettings fs;
+    ArFFnFArFModel model(&planet, &vehicle, fs.fDTiData, arFTiCmd, arFFcThrustCmd, arFMmPitchCmd);
+    flyModel(parFTiData, parPStvehicle, &model, stvehicle3dof0, fs, preport);
 }
 
 void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle) {

@@ -11,16 +11,31 @@
 #include "core/array.h"
 #include "sim/fltsim.h"
 
+// The settings of every flight the program flies: the simulate command, the
+// dispersion runs, the benchmarks and the tests all take them from here.
+struct FlightSettings {
+    double fTiIC = 0.0;         // start time, s
+    double fTiMax = 30.0;       // final time, s
+    double fDTiData = 0.05;     // output interval (and first trial step), s
+    double fDTiStepMin = 1e-6;  // smallest useful step, s
+    Long iNStepMax = 20000;     // most integration steps
+    double fTolIntg = 0.001;    // every state's absolute error allowance (and rest thresholds)
+};
+
+// sim() with the given settings from the state record st0.
+void flyModel(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* pmodel,
+              Stvehicle3dof const& st0, FlightSettings const& fs = FlightSettings(),
+              SimReport* preport = nullptr);
+
 // Reads the schedule from szFltplan (closed again before the flight starts)
-// and flies it with the program's fixed settings: fTiIC 0 s, fTiMax 30 s,
-// output interval 0.05 s, smallest step 1e-6 s, at most 20000 steps, all
-// five tolerances 0.001. The saved times and records go to *parFTiData and
+// and flies it with the default FlightSettings from stvehicle3dof0. The saved times and records go to *parFTiData and
 // *parPStvehicle (1..nData); the caller owns the records and should release
 // any previous ones first (deleteStoredRun), as they are overwritten.
 //
 // A file that cannot be opened is a fatal error naming it ("can't open flight
 // plan NAME"); a malformed schedule ends as readCmdsFromPFILE describes.
-void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle);
+void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
+                     SimReport* preport = nullptr);
 
 // Frees the records of a stored run and leaves both arrays empty (1..0).
 void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle);

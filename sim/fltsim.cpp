@@ -108,6 +108,9 @@ ArFFnFArFModel::ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fD
       bClearedGnd(false),
       bEngineOff(false),
       bLanded(false),
+      fTiTouchdown(0.0),
+      fVeXfTouchdown(0.0),
+      fVeZfTouchdown(0.0),
       bPlnsGndTaken(false),
       bPlnsGndUsable(false),
       plnsGnd() {}
@@ -273,6 +276,11 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
         // i. Touchdown cuts the engine for the rest of the run. Like the
         // arming above, a rejected trial step that touches the ground cuts
         // it too.
+        if (!bLanded) {
+            fTiTouchdown = fTi;
+            fVeXfTouchdown = vx;
+            fVeZfTouchdown = vz;
+        }
         bEngineOff = true;
         bLanded = true;
     }
@@ -288,6 +296,27 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
 }
 
 // ---- the driver ---------------------------------------------------------------------
+
+const char* szSimStop(SimStop stop) {
+    switch (stop) {
+        case SimStop::Rest: return "rest";
+        case SimStop::TimeLimit: return "time limit";
+        case SimStop::StepTooSmall: return "step too small";
+        case SimStop::TooManySteps: return "too many steps";
+    }
+    return "?";
+}
+
+void stateFmStvehicle3dof(A1Val<double>* parFState, Stvehicle3dof const& st) {
+    parFState->reconstructIFirstILast(1, iNStateVehicle);
+    (*parFState)[1] = st.fXf;
+    (*parFState)[2] = st.fZf;
+    (*parFState)[3] = st.fPitch;
+    (*parFState)[4] = st.fVeXf;
+    (*parFState)[5] = st.fVeZf;
+    (*parFState)[6] = st.fPitchDot;
+    (*parFState)[7] = st.fMs;
+}
 
 namespace {
 
@@ -322,7 +351,8 @@ struct ListFreer {
 void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
          double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
          double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
-         double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs) {
+         double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs,
+         SimReport* preport) {
     // 1. Working arrays.
     const Long iNState = iNStateVehicle;
     VT_ASSERT(arFStateIC.n() == iNState);
@@ -362,10 +392,15 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     bool bDTiUsedSet = false;
     double fDTiUsedMin = 0.0;
     double fDTiUsedMax = 0.0;
+    SimReport report;
+    bool bStepSeen = false;
 
     // 5. The steps.
     bool bStopped = false;
     for (Long iStep = 1; iStep <= iNStepMax && !bStopped; iStep++) {
+        report.nStep = iStep;
+        if (!parFFnFArFModel->bLanded && arFState[7] <= parFFnFArFModel->pvehicle->fMsEmpty)
+            report.bRanDry = true;
         // a. Derivative at the start of the step.
         parFFnFArFModel->arFAtFArF(&arFDeriv, fTi, arFState);
 
@@ -396,6 +431,9 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
             if (fDTiUsed < fDTiUsedMin) fDTiUsedMin = fDTiUsed;
             if (fDTiUsed > fDTiUsedMax) fDTiUsedMax = fDTiUsed;
         }
+        if (!bStepSeen || fDTiUsed < report.fDTiStepMin) report.fDTiStepMin = fDTiUsed;
+        if (!bStepSeen || fDTiUsed > report.fDTiStepMax) report.fDTiStepMax = fDTiUsed;
+        bStepSeen = true;
 
         // f. Save at output times and at the end.
         const bool bAtEnd = (fTiMax - fTiIC) * (fTi - fTiMax) >= 0.0;
@@ -410,6 +448,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
 
         // g. The final time.
         if (bAtEnd) {
+            report.stop = SimStop::TimeLimit;
             bStopped = true;
             continue;
         }
@@ -418,6 +457,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         // together. Deliberately not limited to the ground.
         if (std::fabs(arFState[4]) < fTolIntgXDot && std::fabs(arFState[5]) < fTolIntgXDot &&
             std::fabs(arFState[6]) < fTolIntgThetaDot) {
+            report.stop = SimStop::Rest;
             bStopped = true;
             continue;
         }
@@ -425,6 +465,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         if (std::fabs(fDTiNext) <= fDTiStepMin) {
             std::printf("Step size too small\n");
             std::fflush(stdout);
+            report.stop = SimStop::StepTooSmall;
             bStopped = true;
             continue;
         }
@@ -433,6 +474,15 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     }
     (void)fDTiUsedMin;
     (void)fDTiUsedMax;
+    report.bTouchdown = parFFnFArFModel->bLanded;
+    if (report.bTouchdown) {
+        report.fTiTouchdown = parFFnFArFModel->fTiTouchdown;
+        report.fVeXfTouchdown = parFFnFArFModel->fVeXfTouchdown;
+        report.fVeZfTouchdown = parFFnFArFModel->fVeZfTouchdown;
+    }
+    report.fMsPropLeft = arFState[7] - parFFnFArFModel->pvehicle->fMsEmpty;
+    if (!bStopped) report.stop = SimStop::TooManySteps;
+    if (preport != nullptr) *preport = report;
 
     // 6. Too many steps.
     if (!bStopped) {

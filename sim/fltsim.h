@@ -104,12 +104,47 @@ public:
     bool bEngineOff;
     bool bLanded;
 
+    // The first touchdown of the run: the evaluation in which bLanded is
+    // first set (which may be a trial evaluation the stepper later rejects:
+    // that is the moment the engine went off). Valid while bLanded.
+    double fTiTouchdown;
+    double fVeXfTouchdown;
+    double fVeZfTouchdown;
+
     // The ground's planes for this run (see above); sim() clears
     // bPlnsGndTaken at the start of every run.
     bool bPlnsGndTaken;
     bool bPlnsGndUsable;
     PlnsGnd plnsGnd;
 };
+
+// Why a flight ended.
+enum class SimStop {
+    Rest,          // |vx|, |vz| and |pitch rate| below their thresholds
+    TimeLimit,     // reached fTiMax
+    StepTooSmall,  // the proposed step fell to fDTiStepMin or below
+    TooManySteps   // iNStepMax steps were used (the run then fails an assertion)
+};
+// "rest", "time limit", "step too small", "too many steps".
+const char* szSimStop(SimStop stop);
+
+// What sim() tells about a flight besides its records.
+struct SimReport {
+    SimStop stop = SimStop::TimeLimit;
+    Long nStep = 0;             // integration steps taken (accepted steps)
+    double fDTiStepMin = 0.0;   // smallest and largest step taken, s
+    double fDTiStepMax = 0.0;
+    bool bTouchdown = false;    // the model registered a touchdown (engine cut)
+    double fTiTouchdown = 0.0;  // its time, s, and the velocity then, m/s
+    double fVeXfTouchdown = 0.0;
+    double fVeZfTouchdown = 0.0;
+    bool bRanDry = false;       // a step started at or below the empty mass before touchdown
+    double fMsPropLeft = 0.0;   // final mass less the empty mass, kg
+};
+
+// Packs a state record into the integrator's order (x, z, pitch, vx, vz,
+// pitch rate, mass), re-sizing *parFState to 1..7.
+void stateFmStvehicle3dof(A1Val<double>* parFState, Stvehicle3dof const& st);
 
 // Integrates the model from (fTiIC, arFStateIC) to fTiMax with rk5StepQC and
 // stores a record at fTiIC and then every fDTiData.
@@ -136,10 +171,13 @@ public:
 // it is, with no record for the resting moment unless it falls on an output
 // time), or when the proposed step is at most fDTiStepMin ("Step size too
 // small" on standard output; the records so far are returned).
+// When preport is given, the outcome is written there (see SimReport); for
+// too many steps it is written before the assertion fails.
 void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
          double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
          double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
-         double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs);
+         double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs,
+         SimReport* preport = nullptr);
 
 // Reads a command schedule from the open file's current position into the
 // three arrays (re-sized to 1..nCmd); the caller opens and closes the file.
