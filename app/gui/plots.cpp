@@ -87,6 +87,18 @@ bool bRangeOf(double* pfMin, double* pfMax,
 
 }  // namespace
 
+namespace {
+
+void layOutChart(QChart* pchart, int iPxDX, int iPxDY) {
+    pchart->resize(iPxDX, iPxDY);
+    // The chart lays itself out when the event loop comes round; here and
+    // now instead.
+    QCoreApplication::sendPostedEvents(pchart, QEvent::LayoutRequest);
+    if (pchart->layout() != nullptr) pchart->layout()->activate();
+}
+
+}  // namespace
+
 // ---- charts ------------------------------------------------------------------------
 
 double fStepRound(double fLo, double fHi, int nStep) {
@@ -176,11 +188,7 @@ QChart* pchartPlotNew(PlotQty qty, const PlotData& data, int nStepValue) {
 }
 
 QImage imgChartFm(QChart* pchart, QGraphicsScene* pscene, int iPxDX, int iPxDY, qreal fDpr) {
-    pchart->resize(iPxDX, iPxDY);
-    // The chart lays itself out when the event loop comes round; here and
-    // now instead.
-    QCoreApplication::sendPostedEvents(pchart, QEvent::LayoutRequest);
-    if (pchart->layout() != nullptr) pchart->layout()->activate();
+    layOutChart(pchart, iPxDX, iPxDY);
     QImage img(static_cast<int>(std::lround(iPxDX * fDpr)),
                static_cast<int>(std::lround(iPxDY * fDpr)), QImage::Format_ARGB32_Premultiplied);
     img.setDevicePixelRatio(fDpr);
@@ -284,8 +292,8 @@ void WndChart::setPlotLeft(int iPxLeft) {
 
 int WndChart::iPxPlotLeftOwn() {
     if (_pchart == nullptr) return 0;
-    _pchart->setPlotArea(QRectF());  // laid out by the chart itself
-    imgChartFm(_pchart, &_scene, std::max(1, width()), std::max(1, height()), 1.0);
+    _pchart->layout()->setContentsMargins(0, 0, 0, 0);
+    layOutChart(_pchart, std::max(1, width()), std::max(1, height()));
     _bPictureStale = true;
     return static_cast<int>(std::ceil(_pchart->plotArea().left()));
 }
@@ -314,15 +322,13 @@ void WndChart::drawPicture() {
         _pix = QPixmap();
         return;
     }
-    _pchart->setPlotArea(QRectF());
-    if (_iPxPlotLeft > 0) {
-        // Laid out by itself first, then the plot area moved to the shared
-        // left edge with its own top, right and bottom.
-        imgChartFm(_pchart, &_scene, width(), height(), 1.0);
-        const QRectF rect = _pchart->plotArea();
-        if (rect.right() > _iPxPlotLeft)
-            _pchart->setPlotArea(QRectF(QPointF(_iPxPlotLeft, rect.top()), rect.bottomRight()));
-    }
+    // Laid out by itself first; then moved right by as much as its plot area
+    // starts short of the shared edge, to the fraction of a pixel (the axis
+    // labels keep their width, so the plot area moves by just that much).
+    _pchart->layout()->setContentsMargins(0, 0, 0, 0);
+    layOutChart(_pchart, width(), height());
+    const double fPxShort = _iPxPlotLeft - _pchart->plotArea().left();
+    if (fPxShort > 0.0) _pchart->layout()->setContentsMargins(fPxShort, 0, 0, 0);
     _pix = QPixmap::fromImage(imgChartFm(_pchart, &_scene, width(), height(), devicePixelRatioF()));
 }
 
@@ -534,6 +540,13 @@ void WndPlots::rebuildCharts() {
             paxis->setTitleFont(fontSmall);
         }
         for (QAbstractAxis* paxis : pchart->axes(Qt::Horizontal)) paxis->setTitleVisible(false);
+        // The quantity and its unit over the chart: along the value axis a
+        // chart a hundred-odd pixels high has no room for them.
+        for (QAbstractAxis* paxis : pchart->axes(Qt::Vertical)) {
+            pchart->setTitle(paxis->titleText());
+            paxis->setTitleVisible(false);
+        }
+        pchart->setTitleFont(fontSmall);
         for (QAbstractSeries* pseries : pchart->series())
             if (auto* pline = qobject_cast<QLineSeries*>(pseries))
                 pline->setPen(penCurvePanel(pline->pen()));
