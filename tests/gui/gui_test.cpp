@@ -1,28 +1,25 @@
 // The window as a user drives it: typed keys, menu entries, mouse drags on
 // the pane and the plots panel, each test in a fresh working directory with a
 // fresh frame. The whole program is started as a process for what only a
-// process shows (its exit, its log, view.out on close).
+// process shows (its exit status, its log, view.out on close).
 #include <dlfcn.h>
 #include <link.h>
 #include <unistd.h>
 
-#include <QAbstractButton>
 #include <QActionGroup>
 #include <QApplication>
 #include <QChart>
 #include <QCheckBox>
 #include <QDockWidget>
-#include <QElapsedTimer>
 #include <QGraphicsTextItem>
 #include <QLabel>
 #include <QLineSeries>
 #include <QListWidget>
-#include <QMenu>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QProcess>
-#include <QRegularExpression>
 #include <QPushButton>
+#include <QRegularExpression>
 #include <QScreen>
 #include <QSlider>
 #include <QTemporaryDir>
@@ -30,9 +27,7 @@
 #include <QValueAxis>
 
 #include <cmath>
-#include <cstdio>
 #include <memory>
-#include <sstream>
 
 #include "app/commands.h"
 #include "app/gui/plots.h"
@@ -54,18 +49,15 @@
 
 namespace {
 
-// ---- files -------------------------------------------------------------------------
-
 QByteArray byFile(const QString& szName) {
     QFile file(szName);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
-std::string szFile(const QString& szName) { return byFile(szName).toStdString(); }
 QString szData(const QString& szRel) { return QString(VT_TEST_DATA) + "/" + szRel; }
 const QString szHopShort = "reference/plan/hop_short/";
-QString szBundledHop() { return QString(VT_EXAMPLES) + "/traj1r.txt"; }
+const QString szBundledHop = QString(VT_EXAMPLES) + "/traj1r.txt";
 
-// Copies tests/data/<szFrom> (or an absolute path) to szDest here.
+// Copies tests/data/<szFrom> (or an absolute path) to szDest.
 void copyFile(const QString& szFrom, const QString& szDest) {
     QFile::remove(szDest);
     const QString szSource = QDir::isAbsolutePath(szFrom) ? szFrom : szData(szFrom);
@@ -73,41 +65,40 @@ void copyFile(const QString& szFrom, const QString& szDest) {
     QFile::setPermissions(szDest, QFile::ReadOwner | QFile::WriteOwner);
 }
 
-quint32 uLe32(const QByteArray& by, int i) {
-    return static_cast<quint8>(by[i]) | static_cast<quint8>(by[i + 1]) << 8 |
-           static_cast<quint8>(by[i + 2]) << 16 | static_cast<quint32>(static_cast<quint8>(by[i + 3])) << 24;
-}
-// Pixel (iX, iYTop) of a 24-bit bottom-up bitmap file, counted from the top.
-QColor rgbBmp(const QByteArray& by, int iX, int iYTop) {
-    const int iPxDX = static_cast<int>(uLe32(by, 18)), iPxDY = static_cast<int>(uLe32(by, 22));
-    const int i = 54 + (iPxDY - 1 - iYTop) * ((3 * iPxDX + 3) & ~3) + 3 * iX;
-    return QColor(static_cast<quint8>(by[i + 2]), static_cast<quint8>(by[i + 1]), static_cast<quint8>(by[i]));
-}
 int iDistRgb(const QColor& rgb1, const QColor& rgb2) {
     return std::max({std::abs(rgb1.red() - rgb2.red()), std::abs(rgb1.green() - rgb2.green()),
                      std::abs(rgb1.blue() - rgb2.blue())});
 }
-
-// ---- program state -------------------------------------------------------------------
+// Whether the image has a pixel within iTol of rgb in the 7 x 7 square at pt.
+bool bColourNear(const QImage& img, QPoint pt, const QColor& rgb, int iTol) {
+    for (int iDY = -3; iDY <= 3; iDY++)
+        for (int iDX = -3; iDX <= 3; iDX++)
+            if (img.valid(pt + QPoint(iDX, iDY)) &&
+                iDistRgb(img.pixelColor(pt + QPoint(iDX, iDY)), rgb) <= iTol)
+                return true;
+    return false;
+}
 
 Stvehicle3dof stStored(Long i) { return *static_cast<Stvehicle3dof*>(arPStvehicle[i]); }
 Long iFirst() { return arFTiData.iFirst(); }
 Long iLast() { return arFTiData.iLast(); }
 bool bSameState(const Stvehicle3dof& st1, const Stvehicle3dof& st2) {
-    return st1.fXf == st2.fXf && st1.fZf == st2.fZf && st1.fVeXf == st2.fVeXf && st1.fVeZf == st2.fVeZf &&
-           st1.fPitch == st2.fPitch && st1.fPitchDot == st2.fPitchDot && st1.fMs == st2.fMs;
+    return st1.fXf == st2.fXf && st1.fZf == st2.fZf && st1.fVeXf == st2.fVeXf &&
+           st1.fVeZf == st2.fVeZf && st1.fPitch == st2.fPitch && st1.fPitchDot == st2.fPitchDot &&
+           st1.fMs == st2.fMs;
 }
 // Display flags as (State, Path, RunPath), e.g. "FTF".
 QString szFlags() {
-    return QString(bDisplayState ? "T" : "F") + (bDisplayPath ? "T" : "F") + (bDisplayRunPath ? "T" : "F");
+    return QString(bDisplayState ? "T" : "F") + (bDisplayPath ? "T" : "F") +
+           (bDisplayRunPath ? "T" : "F");
 }
 // Entries in the camera history (the ring holds slots top + 1 .. first).
 Long nStack() { return (iXfmCFmWStackFirst - iXfmCFmWStackTop + 100) % 100; }
 bool bSameCamera(const XfmCFmW3c& x1, const XfmCFmW3c& x2) {
     return x1.ptEye.fX == x2.ptEye.fX && x1.ptEye.fY == x2.ptEye.fY && x1.ptEye.fZ == x2.ptEye.fZ &&
-           x1.drLook.fX == x2.drLook.fX && x1.drLook.fY == x2.drLook.fY && x1.drLook.fZ == x2.drLook.fZ &&
-           x1.fL == x2.fL && x1.fR == x2.fR && x1.fB == x2.fB && x1.fT == x2.fT && x1.fN == x2.fN &&
-           x1.fF == x2.fF;
+           x1.drLook.fX == x2.drLook.fX && x1.drLook.fY == x2.drLook.fY &&
+           x1.drLook.fZ == x2.drLook.fZ && x1.fL == x2.fL && x1.fR == x2.fR && x1.fB == x2.fB &&
+           x1.fT == x2.fT && x1.fN == x2.fN && x1.fF == x2.fF;
 }
 // Pixel of a world point (x, 0, z) in the pane, from the top left.
 QPoint ptPxOfWorld(const Pane& pane, double fX, double fZ) {
@@ -115,27 +106,54 @@ QPoint ptPxOfWorld(const Pane& pane, double fX, double fZ) {
     return QPoint(static_cast<int>(std::lround((ptN.fX + 1.0) * 0.5 * pane.iPxDX)),
                   static_cast<int>(std::lround((1.0 - ptN.fY) * 0.5 * pane.iPxDY)));
 }
-// Whether a bitmap has a pixel within iTol of rgb in the 7 x 7 square at pt.
-bool bColourNear(const QByteArray& byBmp, QPoint pt, const QColor& rgb, int iTol) {
-    const int iPxDX = static_cast<int>(uLe32(byBmp, 18)), iPxDY = static_cast<int>(uLe32(byBmp, 22));
-    for (int iDY = -3; iDY <= 3; iDY++)
-        for (int iDX = -3; iDX <= 3; iDX++) {
-            const int iX = pt.x() + iDX, iY = pt.y() + iDY;
-            if (iX >= 0 && iY >= 0 && iX < iPxDX && iY < iPxDY && iDistRgb(rgbBmp(byBmp, iX, iY), rgb) <= iTol)
-                return true;
-        }
-    return false;
-}
 
-// ---- the whole program as a process ----------------------------------------------------
+QLineSeries* pseriesNamed(WndChart* pwnd, const QString& szName) {
+    for (QAbstractSeries* pseries : pwnd->chart()->series())
+        if (pseries->name() == szName) return qobject_cast<QLineSeries*>(pseries);
+    return nullptr;
+}
+// Column of time fTi in a chart as laid out.
+int iPxXOfTi(WndChart* pwnd, double fTi) {
+    const auto* paxis = qobject_cast<QValueAxis*>(pwnd->chart()->axes(Qt::Horizontal).first());
+    const QRectF rect = pwnd->rectPlotArea();
+    return static_cast<int>(rect.left() +
+                            rect.width() * (fTi - paxis->min()) / (paxis->max() - paxis->min()));
+}
+// How many columns of [iPxX0, iPxX1) of the chart as shown have a pixel
+// within iTol of rgb in the plot area.
+int nColumnWith(WndChart* pwnd, int iPxX0, int iPxX1, const QColor& rgb, int iTol) {
+    const QImage img = pwnd->grab().toImage();
+    const qreal fDpr = img.devicePixelRatio();
+    const QRectF rect = pwnd->rectPlotArea();
+    int n = 0;
+    for (int iX = iPxX0; iX < iPxX1; iX++)
+        for (int iY = static_cast<int>(rect.top()) + 2; iY < rect.bottom() - 2; iY++)
+            if (iDistRgb(img.pixelColor(static_cast<int>(iX * fDpr), static_cast<int>(iY * fDpr)),
+                         rgb) <= iTol) {
+                n++;
+                break;
+            }
+    return n;
+}
+// Whether the column iPxX is the cursor's dark grey over most of the plot
+// area's height (no curve or grid line is that).
+bool bCursorDrawnAt(WndChart* pwnd, int iPxX) {
+    const QImage img = pwnd->grab().toImage();
+    const QRectF rect = pwnd->rectPlotArea();
+    int nDark = 0, nAll = 0;
+    for (int iY = static_cast<int>(rect.top()) + 2; iY < rect.bottom() - 2; iY++, nAll++)
+        nDark += img.pixelColor(QPointF(iPxX, iY).toPoint() * img.devicePixelRatio()) ==
+                 QColor(70, 70, 70);
+    return nAll > 10 && nDark > nAll * 8 / 10;
+}
 
 // The top-level X window called szTitle, or 0.
 Window windowTitled(Display* pdisplay, const char* szTitle) {
     Window windowRoot = 0, windowParent = 0, windowFound = 0;
     Window* arWindow = nullptr;
     unsigned int nWindow = 0;
-    if (!XQueryTree(pdisplay, DefaultRootWindow(pdisplay), &windowRoot, &windowParent, &arWindow, &nWindow))
-        return 0;
+    XQueryTree(pdisplay, DefaultRootWindow(pdisplay), &windowRoot, &windowParent, &arWindow,
+               &nWindow);
     for (unsigned int i = 0; i < nWindow && windowFound == 0; i++) {
         char* szName = nullptr;
         if (XFetchName(pdisplay, arWindow[i], &szName) && szName != nullptr) {
@@ -157,28 +175,6 @@ void sendDeleteWindow(Display* pdisplay, Window window) {
     event.xclient.data.l[0] = static_cast<long>(XInternAtom(pdisplay, "WM_DELETE_WINDOW", False));
     XSendEvent(pdisplay, window, False, NoEventMask, &event);
     XFlush(pdisplay);
-}
-
-// A process of the program in dir. In a sanitizer build its OpenGL driver is
-// unloaded at exit holding blocks the leak checker would blame on an unknown
-// module; the in-process tests check our code for leaks.
-void startProgram(QProcess* pprocess, const QTemporaryDir& dir, QProcessEnvironment env) {
-    env.insert("ASAN_OPTIONS", env.value("ASAN_OPTIONS") + ":detect_leaks=0");
-    pprocess->setProcessEnvironment(env);
-    pprocess->setWorkingDirectory(dir.path());
-    pprocess->start(VT_BIN, {});
-}
-
-// Keeps the OpenGL driver modules loaded until the process ends, so that a
-// sanitizer build's leak checker finds their blocks reachable.
-void pinOpenGLDriver() {
-    dl_iterate_phdr(
-        [](dl_phdr_info* pinfo, size_t, void*) {
-            if (QByteArray(pinfo->dlpi_name).endsWith("_dri.so"))
-                if (void* pv = dlopen(pinfo->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE)) dlclose(pv);
-            return 0;
-        },
-        nullptr);
 }
 
 }  // namespace
@@ -213,12 +209,22 @@ private slots:
         QDir::setCurrent(QDir::tempPath());
         _pdir.reset();
     }
-    void cleanupTestCase() { pinOpenGLDriver(); }
+    // Keeps the OpenGL driver modules loaded to the end: a sanitizer build's
+    // leak checker then finds the driver's own blocks reachable.
+    void cleanupTestCase() {
+        dl_iterate_phdr(
+            [](dl_phdr_info* pinfo, size_t, void*) {
+                if (QByteArray(pinfo->dlpi_name).endsWith("_dri.so"))
+                    if (void* pv = dlopen(pinfo->dlpi_name, RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE))
+                        dlclose(pv);
+                return 0;
+            },
+            nullptr);
+    }
 
-    void wholeProgramClosesSavingTheView();
-    void wholeProgramStops_data();
-    void wholeProgramStops();
-    void frameLayoutAndLog();
+    void wholeProgram_data();
+    void wholeProgram();
+    void frameLayout();
     void menus();
     void commands_data();
     void commands();
@@ -233,7 +239,7 @@ private slots:
     void viewOutThenViewIn();
     void frameResizeRestartsTheHistory();
     void plotsPanelLeavesThePaneAlone();
-    void captureShowsBackgroundAndTrack();
+    void captureIsThePane();
     void planPathOnlyWhenAsked();
     void statusPanel();
     void plotsAfterPlanAndSimulate();
@@ -257,12 +263,12 @@ private:
     }
     WndProgram& pane() { return *wnd().pwndProgram(); }
     WndPlots& plots() { return *wnd().pwndPlots(); }
-    void type(const char* szKeys) {
-        for (const char* pch = szKeys; *pch != '\0'; pch++) QTest::keyClick(&pane(), *pch);
+    void type(const QString& szKeys) {
+        for (QChar ch : szKeys) QTest::keyClick(&pane(), ch.toLatin1());
     }
-    QAction* action(const char* szName) {
+    QAction* action(const QString& szName) {
         QAction* pact = wnd().findChild<QAction*>(szName);
-        if (pact == nullptr) qFatal("no action %s", szName);
+        if (pact == nullptr) qFatal("no action %s", qPrintable(szName));
         return pact;
     }
     void drag(Qt::MouseButton button, QPoint ptFrom, QPoint ptTo) {
@@ -271,16 +277,12 @@ private:
         QTest::mouseMove(&pane(), ptTo);
         QTest::mouseRelease(&pane(), button, {}, ptTo);
     }
-    void planAndFly(const QString& szWaypoints = szBundledHop()) {
+    void planAndFly(const QString& szWaypoints = szBundledHop) {
         copyFile(szWaypoints, "traj1r.txt");
         type("ps");
         QTest::qWait(20);  // the panel lays its charts out
     }
-    // The replay's clock, moved by the test.
-    void useTestClock() {
-        pane().setMsClock([this] { return _fMsClock; });
-    }
-    // Moves the test clock and waits for the next tick of the replay timer.
+    // Moves the replay's clock (the test's own) and waits for a timer tick.
     void advanceClock(double fMs) {
         _fMsClock += fMs;
         const double fTiBefore = fSTiSim;
@@ -301,9 +303,7 @@ private:
         _vecBox.push_back({pbox->text(), pbox->windowTitle(), pbox->icon(),
                            static_cast<int>(pbox->buttons().size()), pbox->parentWidget()});
         QAbstractButton* pbutton = pbox->button(QMessageBox::Ok);
-        if (pbutton == nullptr) pbutton = pbox->defaultButton();
-        if (pbutton != nullptr) QTest::mouseClick(pbutton, Qt::LeftButton);
-        else pbox->reject();
+        QTest::mouseClick(pbutton != nullptr ? pbutton : pbox->defaultButton(), Qt::LeftButton);
     }
 
     struct Box {
@@ -320,104 +320,112 @@ private:
     double _fMsClock = 1.0e6;
 };
 
-// ---- the whole program ---------------------------------------------------------------
+// ---- the whole program -----------------------------------------------------------
 
-void GuiTest::wholeProgramClosesSavingTheView() {
+void GuiTest::wholeProgram_data() {
+    QTest::addColumn<QString>("szEnv");  // NAME=value to set, NAME to remove
+    QTest::addColumn<int>("iStatus");
+    QTest::addColumn<QString>("szErr");        // in standard error
+    QTest::addColumn<QStringList>("vecLog");   // in fe.log, in this order
+    QTest::addColumn<QString>("szLogAbsent");  // nowhere in fe.log
+    // Closed by the window system: the windows logged in order, the camera
+    // of view.in saved unchanged.
+    QTest::newRow("closed") << "" << 0 << ""
+                            << QStringList{"wndTop created", "wndDAndC created",
+                                           "wndProgram created"}
+                            << "may make OpenGL impossible";
+    QTest::newRow("no display") << "DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM" << 1
+                                << "vantorell -k psl"
+                                << QStringList{"ERROR - Windows would not create window",
+                                               "Can't start"}
+                                << "wndTop created";
+    QTest::newRow("no OpenGL") << "QT_XCB_GL_INTEGRATION=none" << 1
+                               << "Windows would not open a child window for dspmgr"
+                               << QStringList{"ERROR: Windows error ",
+                                              "       may make OpenGL impossible",
+                                              "Windows would not open a child window for dspmgr"}
+                               << "wndTop created";
+}
+
+void GuiTest::wholeProgram() {
+    QFETCH(QString, szEnv);
+    QFETCH(int, iStatus);
+    QFETCH(QString, szErr);
+    QFETCH(QStringList, vecLog);
+    QFETCH(QString, szLogAbsent);
     Display* pdisplay = XOpenDisplay(nullptr);
     if (pdisplay == nullptr) QSKIP("no X display");
     QTemporaryDir dir;
-    // A saved view in the exact form the program writes comes back unchanged.
-    const QByteArray byView = "     3.00000   -150.00000     20.00000\n     0.00000      0.99015     -0.14003\n"
-                              "     0.00000      0.00000      1.00000\n     0.30000      1.00000   5000.00000\n";
+    const QByteArray byView =
+        "     3.00000   -150.00000     20.00000\n"
+        "     0.00000      0.99015     -0.14003\n"
+        "     0.00000      0.00000      1.00000\n"
+        "     0.30000      1.00000   5000.00000\n";
     QFile file(dir.filePath("view.in"));
     QVERIFY(file.open(QIODevice::WriteOnly) && file.write(byView) == byView.size());
     file.close();
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    for (const QString& sz : szEnv.split(' ', Qt::SkipEmptyParts))
+        sz.contains('=') ? env.insert(sz.section('=', 0, 0), sz.section('=', 1)) : env.remove(sz);
+    // In a sanitizer build the driver is unloaded at exit holding blocks the
+    // leak checker would blame on an unknown module; the tests in this
+    // process check our code for leaks.
+    env.insert("ASAN_OPTIONS", env.value("ASAN_OPTIONS") + ":detect_leaks=0");
     QProcess process;
-    startProgram(&process, dir, QProcessEnvironment::systemEnvironment());
+    process.setProcessEnvironment(env);
+    process.setWorkingDirectory(dir.path());
+    process.start(VT_BIN, {});
     QVERIFY(process.waitForStarted());
-    Window window = 0;
-    QElapsedTimer timer;
-    timer.start();
-    while (window == 0 && timer.elapsed() < 20000) {
-        QTest::qWait(50);
-        window = windowTitled(pdisplay, "Vantorell");
+    if (iStatus == 0) {
+        Window window = 0;
+        for (int i = 0; i < 400 && window == 0; i++) {
+            QTest::qWait(50);
+            window = windowTitled(pdisplay, "Vantorell");
+        }
+        QVERIFY2(window != 0, "no window called Vantorell appeared");
+        QTest::qWait(300);  // let it paint once
+        sendDeleteWindow(pdisplay, window);
     }
-    QVERIFY2(window != 0, "no window called Vantorell appeared");
-    QTest::qWait(300);  // let it paint once
-    sendDeleteWindow(pdisplay, window);
     QVERIFY(process.waitForFinished(20000));
     XCloseDisplay(pdisplay);
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QVERIFY2(process.exitCode() == 0, process.readAllStandardError().right(3000).constData());
-    const QByteArray byLog = byFile(dir.filePath("fe.log"));
-    const qsizetype iTop = byLog.indexOf("wndTop created"), iDAndC = byLog.indexOf("wndDAndC created");
-    QVERIFY(iTop >= 0 && iTop < iDAndC && iDAndC < byLog.indexOf("wndProgram created"));
-    QVERIFY(!byLog.contains("may make OpenGL impossible"));
-    QCOMPARE(byFile(dir.filePath("view.out")), byView);
-}
-
-void GuiTest::wholeProgramStops_data() {
-    QTest::addColumn<QString>("szEnvRemoved");
-    QTest::addColumn<QString>("szEnvSet");
-    QTest::addColumn<QStringList>("vecErr");  // in standard error
-    QTest::addColumn<QStringList>("vecLog");  // in fe.log, in this order
-    QTest::newRow("no display") << "DISPLAY WAYLAND_DISPLAY QT_QPA_PLATFORM" << ""
-                                << QStringList{"Can't start", "vantorell -k psl"}
-                                << QStringList{"ERROR - Windows would not create window", "Can't start"};
-    QTest::newRow("no OpenGL") << "" << "QT_XCB_GL_INTEGRATION=none"
-                               << QStringList{"Windows would not open a child window for dspmgr"}
-                               << QStringList{"ERROR: Windows error ", "       may make OpenGL impossible",
-                                              "Windows would not open a child window for dspmgr"};
-}
-
-void GuiTest::wholeProgramStops() {
-    QFETCH(QString, szEnvRemoved);
-    QFETCH(QString, szEnvSet);
-    QFETCH(QStringList, vecErr);
-    QFETCH(QStringList, vecLog);
-    if (qEnvironmentVariableIsEmpty("DISPLAY")) QSKIP("no X display");
-    QTemporaryDir dir;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    for (const QString& szName : szEnvRemoved.split(' ', Qt::SkipEmptyParts)) env.remove(szName);
-    if (!szEnvSet.isEmpty()) env.insert(szEnvSet.section('=', 0, 0), szEnvSet.section('=', 1));
-    QProcess process;
-    startProgram(&process, dir, env);
-    QVERIFY(process.waitForFinished(20000));
-    QCOMPARE(process.exitStatus(), QProcess::NormalExit);
-    QCOMPARE(process.exitCode(), 1);
     const QByteArray byErr = process.readAllStandardError();
-    for (const QString& sz : vecErr) QVERIFY2(byErr.contains(sz.toUtf8()), byErr.constData());
+    QVERIFY2(process.exitStatus() == QProcess::NormalExit && process.exitCode() == iStatus,
+             byErr.right(3000).constData());
+    QVERIFY2(byErr.contains(szErr.toUtf8()), byErr.constData());
     const QByteArray byLog = byFile(dir.filePath("fe.log"));
     qsizetype iAt = 0;
     for (const QString& sz : vecLog) {
         iAt = byLog.indexOf(sz.toUtf8(), iAt);
         QVERIFY2(iAt >= 0, qPrintable(sz));
     }
-    QVERIFY(!byLog.contains("wndTop created"));
+    QVERIFY(!byLog.contains(szLogAbsent.toUtf8()));
+    if (iStatus == 0) QCOMPARE(byFile(dir.filePath("view.out")), byView);
 }
 
-// ---- the frame -------------------------------------------------------------------------
+// ---- the frame -------------------------------------------------------------------
 
-void GuiTest::frameLayoutAndLog() {
+void GuiTest::frameLayout() {
     WndTop& wndTop = wnd();
     QCOMPARE(wndTop.windowTitle(), QString("Vantorell"));
     const QRect rectWork = QGuiApplication::primaryScreen()->availableGeometry();
-    QCOMPARE(wndTop.size(), QSize(static_cast<int>(0.9 * rectWork.width()), static_cast<int>(0.9 * rectWork.height())));
-    QCOMPARE(wndTop.pos(), QPoint(rectWork.left() + static_cast<int>(0.05 * rectWork.width()),
-                                  rectWork.top() + static_cast<int>(0.05 * rectWork.height())));
+    QCOMPARE(wndTop.geometry(), QRect(rectWork.left() + static_cast<int>(0.05 * rectWork.width()),
+                                      rectWork.top() + static_cast<int>(0.05 * rectWork.height()),
+                                      static_cast<int>(0.9 * rectWork.width()),
+                                      static_cast<int>(0.9 * rectWork.height())));
     // Status panel above the pane; the pane the whole client width, its own
     // pixels from (0, 0); the plots beside it on the right; keys to the pane.
     const QRect rectPanel(wndTop.pwndDAndC()->mapTo(&wndTop, QPoint()), wndTop.pwndDAndC()->size());
     const QRect rectPane(pane().mapTo(&wndTop, QPoint()), pane().size());
-    const QRect rectPlots(wndTop.pdockPlots()->mapTo(&wndTop, QPoint()), wndTop.pdockPlots()->size());
+    const QRect rectPlots(wndTop.pdockPlots()->mapTo(&wndTop, QPoint()),
+                          wndTop.pdockPlots()->size());
     QVERIFY(rectPanel.bottom() < rectPane.top() && rectPane.height() > 10 * rectPanel.height());
     QCOMPARE(rectPane.width(), wndTop.centralWidget()->width());
-    QCOMPARE(QRect(pane().pane().iPxXL, pane().pane().iPxYT, pane().pane().iPxDX, pane().pane().iPxDY),
+    const Pane& paneShown = pane().pane();
+    QCOMPARE(QRect(paneShown.iPxXL, paneShown.iPxYT, paneShown.iPxDX, paneShown.iPxDY),
              QRect(QPoint(), pane().size()));
     QCOMPARE(wndTop.dockWidgetArea(wndTop.pdockPlots()), Qt::RightDockWidgetArea);
     QVERIFY(rectPlots.left() > rectPane.right() && rectPlots.width() > wndTop.width() / 4);
-    QVERIFY(rectPane.width() > rectPlots.width());
-    QVERIFY(wndTop.focusWidget() == &pane());
+    QVERIFY(rectPane.width() > rectPlots.width() && wndTop.focusWidget() == &pane());
     // Nothing to plot yet.
     QVERIFY(plots().plabelEmpty()->isVisible() && !plots().psliderTi()->isEnabled());
     for (PlotQty qty : arPlotQty) QVERIFY(!plots().pwndChart(qty)->isVisible());
@@ -426,12 +434,6 @@ void GuiTest::frameLayoutAndLog() {
     QVERIFY(pane().isValid());
     QCOMPARE(pane().format().profile(), QSurfaceFormat::CompatibilityProfile);
     QVERIFY(pane().format().samples() <= 0 && pane().format().depthBufferSize() >= 24);
-    closeLogFile();
-    const QByteArray byLog = byFile("fe.log");
-    const qsizetype iTop = byLog.indexOf("wndTop created"), iDAndC = byLog.indexOf("wndDAndC created");
-    QVERIFY(iTop >= 0 && iTop < iDAndC && iDAndC < byLog.indexOf("wndProgram created"));
-    QVERIFY(!byLog.contains("may make OpenGL impossible"));
-    openLogFile();
 }
 
 void GuiTest::menus() {
@@ -440,32 +442,33 @@ void GuiTest::menus() {
     QCOMPARE(vecTitle, QStringList({"&File", "&Commands", "&View", "&Help"}));
     // The commands with their letters, which are display text only: the
     // pane alone decides what a typed letter does.
-    for (QAction* pact : wnd().menuBar()->actions()[1]->menu()->actions()) {
-        vecCommand << pact->text();
-        QVERIFY(pact->shortcut().isEmpty());
-    }
-    QCOMPARE(vecCommand, QStringList({"&Design hop (hop.txt to traj1r.txt)\td", "&Plan (traj1r.txt to fltplan.txt)\tp",
-                                      "&Simulate (fltplan.txt to results.txt)\ts",
-                                      "&Guided simulate (fltplan.txt to results.txt)\tg", "&Replay start/stop\tr",
-                                      "&Initial state\ti", "&Listing (traj1l.txt)\tl", "&Flight plan (fltplan.txt)\tf",
-                                      "&Capture pane (pane.bmp)\tc"}));
+    for (QAction* pact : wnd().menuBar()->actions()[1]->menu()->actions())
+        vecCommand << pact->text() + (pact->shortcut().isEmpty() ? "" : " bound!");
+    QCOMPARE(vecCommand,
+             QStringList({"&Design hop (hop.txt to traj1r.txt)\td",
+                          "&Plan (traj1r.txt to fltplan.txt)\tp",
+                          "&Simulate (fltplan.txt to results.txt)\ts",
+                          "&Guided simulate (fltplan.txt to results.txt)\tg",
+                          "&Replay start/stop\tr", "&Initial state\ti", "&Listing (traj1l.txt)\tl",
+                          "&Flight plan (fltplan.txt)\tf", "&Capture pane (pane.bmp)\tc"}));
     for (QAction* pact : wnd().menuBar()->actions()[2]->menu()->actions())
-        vecView << (pact->text() + (pact->isCheckable() ? (pact->isChecked() ? " [x]" : " [ ]") : "") +
+        vecView << (pact->text() +
+                    (pact->isCheckable() ? (pact->isChecked() ? " [x]" : " [ ]") : "") +
                     (pact->shortcut().isEmpty() ? "" : " " + pact->shortcut().toString()));
-    QCOMPARE(vecView, QStringList({"&Back Alt+Left", "&Forward Alt+Right", "Re&set view", "", "Replay &speed",
-                                   "Show plan &path [ ]", "", "&Plots [x]"}));
+    QCOMPARE(vecView, QStringList({"&Back Alt+Left", "&Forward Alt+Right", "Re&set view", "",
+                                   "Replay &speed", "Show plan &path [ ]", "", "&Plots [x]"}));
     for (QAction* pact : action("actReplaySpeed_1")->actionGroup()->actions())
         vecSpeed << pact->text() + (pact->isChecked() ? " [x]" : "");
     QCOMPARE(vecSpeed, QStringList({"¼×", "½×", "&1× [x]", "&2×", "&4×"}));
     // About names the program and its version, owned by the frame.
     _bBoxesExpected = true;
     action("actAbout")->trigger();
-    QCOMPARE(_vecBox.size(), 1);
-    QCOMPARE(_vecBox[0].szTitle, QString("About Vantorell"));
-    QVERIFY(_vecBox[0].szText.startsWith(QString("Vantorell ") + VT_VERSION) && _vecBox[0].pwndParent == &wnd());
+    QVERIFY(_vecBox.size() == 1 && _vecBox[0].szTitle == "About Vantorell");
+    QVERIFY(_vecBox[0].szText.startsWith(QString("Vantorell ") + VT_VERSION) &&
+            _vecBox[0].pwndParent == &wnd());
 }
 
-// ---- commands ----------------------------------------------------------------------------
+// ---- commands --------------------------------------------------------------------
 
 void GuiTest::commands_data() {
     QTest::addColumn<bool>("bMenu");
@@ -477,28 +480,19 @@ void GuiTest::commands() {
     QFETCH(bool, bMenu);
     copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
     const QString szExpected = szData(szHopShort + "expected/");
-    const auto run = [&](char ch) {
-        if (bMenu) action(qPrintable(QString("actCommand_") + ch))->trigger();
-        else QTest::keyClick(&pane(), ch);
-    };
-    run('p');
-    QCOMPARE(szFile("fltplan.txt"), szFile(szExpected + "fltplan.txt"));
-    QVERIFY(!QFile::exists("results.txt"));
-    run('s');
-    QVERIFY(QFile::exists("results.txt") && bPath && iLast() - iFirst() > 1);
-    run('l');
-    QCOMPARE(szFile("traj1l.txt"), szFile(szExpected + "traj1l.txt"));
-    QFile::remove("fltplan.txt");
-    run('f');
-    QCOMPARE(szFile("fltplan.txt"), szFile(szExpected + "fltplan.txt"));
-    run('c');
-    const QByteArray byBmp = byFile("pane.bmp");
-    QCOMPARE(QSize(static_cast<int>(uLe32(byBmp, 18)), static_cast<int>(uLe32(byBmp, 22))),
-             QSize(static_cast<int>(pane().pane().iPxDX), static_cast<int>(pane().pane().iPxDY)));
-    // g and d are menu entries whatever they do; the pane has the keys again.
-    run('g');
-    run('d');
-    QVERIFY(wnd().focusWidget() == &pane());
+    for (char ch : {'p', 's', 'l', 'f', 'c'}) {
+        if (ch == 'f') QFile::remove("fltplan.txt");
+        if (bMenu)
+            action(QString("actCommand_") + ch)->trigger();
+        else
+            QTest::keyClick(&pane(), ch);
+        if (ch == 'p' || ch == 'f')
+            QCOMPARE(byFile("fltplan.txt"), byFile(szExpected + "fltplan.txt"));
+        if (ch == 'l') QCOMPARE(byFile("traj1l.txt"), byFile(szExpected + "traj1l.txt"));
+        QCOMPARE(QFile::exists("results.txt"), ch != 'p');
+        if (ch == 'c') QCOMPARE(QImage("pane.bmp").size(), pane().size());
+    }
+    QVERIFY(wnd().focusWidget() == &pane());  // the keys are the pane's again
 }
 
 void GuiTest::messages_data() {
@@ -506,13 +500,16 @@ void GuiTest::messages_data() {
     QTest::addColumn<QString>("szKeys");
     QTest::addColumn<QStringList>("vecText");
     QTest::addColumn<bool>("bTop");  // owned by the frame, not the pane
-    QTest::newRow("no sim") << "" << "riR"
-                            << QStringList{"No sim to run!  's' first", "No sim to initialize!  's' first",
+    QTest::newRow("no sim") << ""
+                            << "riR"
+                            << QStringList{"No sim to run!  's' first",
+                                           "No sim to initialize!  's' first",
                                            "No sim to run!  's' first"}
                             << false;
     // Waypoint times out of order: the fit's linear system is singular; no
     // plan afterwards, so f and l do nothing and say nothing.
-    QTest::newRow("couldn't solve") << "plan/couldnt_solve/traj1r.txt" << "pfl" << QStringList{"couldn't solve"} << true;
+    QTest::newRow("couldn't solve") << "plan/couldnt_solve/traj1r.txt"
+                                    << "pfl" << QStringList{"couldn't solve"} << true;
 }
 
 void GuiTest::messages() {
@@ -522,22 +519,20 @@ void GuiTest::messages() {
     QFETCH(bool, bTop);
     _bBoxesExpected = true;
     if (!szWaypoints.isEmpty()) copyFile(szWaypoints, "traj1r.txt");
-    type(qPrintable(szKeys));
+    type(szKeys);
     QCOMPARE(_vecBox.size(), vecText.size());
     for (int i = 0; i < vecText.size(); i++) {
         QCOMPARE(_vecBox[i].szText, vecText[i]);
-        QCOMPARE(_vecBox[i].szTitle, QString("Vantorell"));
-        QCOMPARE(_vecBox[i].icon, QMessageBox::Warning);
+        QVERIFY(_vecBox[i].szTitle == "Vantorell" && _vecBox[i].icon == QMessageBox::Warning);
         QCOMPARE(_vecBox[i].nButtons, 1);
         QVERIFY(_vecBox[i].pwndParent == (bTop ? static_cast<QWidget*>(&wnd()) : &pane()));
     }
-    QCOMPARE(szFlags(), QString("TFF"));
-    QVERIFY(!pane().timerReplay().isActive());
+    QVERIFY(szFlags() == "TFF" && !pane().timerReplay().isActive());
     QVERIFY(!QFile::exists("fltplan.txt") && !QFile::exists("traj1l.txt"));
 }
 
 void GuiTest::summaryShowsWhenPrinted() {
-    copyFile(szBundledHop(), "traj1r.txt");
+    copyFile(szBundledHop, "traj1r.txt");
     wnd();
     // Standard output into a file, fully buffered, as when redirected.
     std::fflush(stdout);
@@ -563,45 +558,47 @@ void GuiTest::displayModes() {
         const char* szKeys;
         const char* szFlags;
         bool bTimer;
-    } arStep[] = {{"P", "TFF", false}, {"FL", "TFF", false}, {"S", "FTF", false}, {"r", "FFT", true},
-                  {"R", "FTF", false}, {"I", "FTF", false},  {"r", "FFT", true},  {"i", "FTF", true},
-                  {"s", "FTF", true},  {"x1 ?q", "FTF", true}};
+    } arStep[] = {{"P", "TFF", false},   {"FL", "TFF", false}, {"S", "FTF", false},
+                  {"r", "FFT", true},    {"R", "FTF", false},  {"I", "FTF", false},
+                  {"r", "FFT", true},    {"i", "FTF", true},   {"s", "FTF", true},
+                  {"x1 ?q", "FTF", true}};
     copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
     for (const auto& step : arStep) {
-        if (step.szKeys[0] == 'F') QFile::remove("fltplan.txt");
+        const char ch = step.szKeys[0];
+        if (ch == 'F') QFile::remove("fltplan.txt");
         type(step.szKeys);
         QCOMPARE(szFlags(), QString(step.szFlags));
         QCOMPARE(pane().timerReplay().isActive(), step.bTimer);
         if (step.bTimer) QCOMPARE(pane().timerReplay().interval(), 25);
-        if (step.szKeys[0] == 'P') QVERIFY(QFile::exists("fltplan.txt"));
-        if (step.szKeys[0] == 'F') {
-            QVERIFY(!QFile::exists("fltplan.txt") && !QFile::exists("traj1l.txt"));
-            type("f");
-        }
+        QCOMPARE(QFile::exists("fltplan.txt"), ch != 'F');
+        QCOMPARE(QFile::exists("traj1l.txt"), false);
+        if (ch == 'F') type("f");
         // i shows the first stored state; a replay it ends leaves its timer
         // running, whose ticks then change nothing.
-        if (step.szKeys[0] == 'i' || step.szKeys[0] == 'I') {
+        if (ch == 'i' || ch == 'I') {
             QVERIFY(bSameState(stvehicle3dof, stStored(iFirst())));
             QTest::qWait(60);
             QVERIFY(bSameState(stvehicle3dof, stStored(iFirst())) && szFlags() == "FTF");
         }
     }
-    type("C");
-    QVERIFY(QFile::exists("pane.bmp"));
 }
 
-// ---- the replay ------------------------------------------------------------------------------
-
 void GuiTest::replayOnTheClock_data() {
-    QTest::addColumn<QString>("szSpeed1");  // chosen before the replay
-    QTest::addColumn<QString>("szSpeed2");  // chosen after half a second of it
+    QTest::addColumn<QString>("szSpeed1");    // chosen before the replay
+    QTest::addColumn<QString>("szSpeed2");    // chosen after half a second of it
     QTest::addColumn<double>("fTiAfterOne");  // replayed time after one second
-    QTest::newRow("1x") << "1" << "1" << 1.0;
-    QTest::newRow("1/4x") << "0.25" << "0.25" << 0.25;
-    QTest::newRow("1/2x") << "0.5" << "0.5" << 0.5;
-    QTest::newRow("2x") << "2" << "2" << 2.0;
-    QTest::newRow("4x") << "4" << "4" << 4.0;
-    QTest::newRow("1/2x then 4x") << "0.5" << "4" << 2.25;
+    QTest::newRow("1x") << "1"
+                        << "1" << 1.0;
+    QTest::newRow("1/4x") << "0.25"
+                          << "0.25" << 0.25;
+    QTest::newRow("1/2x") << "0.5"
+                          << "0.5" << 0.5;
+    QTest::newRow("2x") << "2"
+                        << "2" << 2.0;
+    QTest::newRow("4x") << "4"
+                        << "4" << 4.0;
+    QTest::newRow("1/2x then 4x") << "0.5"
+                                  << "4" << 2.25;
 }
 
 void GuiTest::replayOnTheClock() {
@@ -609,13 +606,12 @@ void GuiTest::replayOnTheClock() {
     QFETCH(QString, szSpeed2);
     QFETCH(double, fTiAfterOne);
     planAndFly();
-    useTestClock();
-    action(qPrintable("actReplaySpeed_" + szSpeed1))->trigger();
+    pane().setMsClock([this] { return _fMsClock; });
+    action("actReplaySpeed_" + szSpeed1)->trigger();
     type("r");
-    QVERIFY(bDisplayRunPath);
     advanceClock(500.0);
-    action(qPrintable("actReplaySpeed_" + szSpeed2))->trigger();
-    QVERIFY(action(qPrintable("actReplaySpeed_" + szSpeed2))->isChecked());
+    action("actReplaySpeed_" + szSpeed2)->trigger();
+    QVERIFY(bDisplayRunPath && action("actReplaySpeed_" + szSpeed2)->isChecked());
     advanceClock(500.0);
     QVERIFY2(std::fabs(fSTiSim - fTiAfterOne) < 1e-9, qPrintable(QString::number(fSTiSim)));
     char szSec[40];
@@ -628,22 +624,21 @@ void GuiTest::replayOnTheClock() {
     QVERIFY(plots().fTiCursor() <= fSTiSim && fSTiSim - plots().fTiCursor() < fDTiCursorStep);
     // Past the end the replay stops at the last state by itself.
     advanceClock(1000.0 * arFTiData[iLast()] / 0.25);
-    QCOMPARE(szFlags(), QString("TFF"));
-    QVERIFY(!pane().timerReplay().isActive());
+    QVERIFY(szFlags() == "TFF" && !pane().timerReplay().isActive());
     QVERIFY(bSameState(stvehicle3dof, stStored(iLast())));
     QCOMPARE(plots().fTiCursor(), arFTiData[iLast()]);
-    QVERIFY(QString::fromStdString(szDAndCText()).startsWith("propellant used = "));
+    QVERIFY(szDAndCText().rfind("propellant used = ", 0) == 0);
 }
 
-// ---- the camera ------------------------------------------------------------------------------
+// ---- the camera ------------------------------------------------------------------
 
 void GuiTest::dragsAndHistory() {
     const QPoint pt0 = pane().rect().center();
     const XfmCFmW3c xfm0 = xfmCFmW;
-    QCOMPARE(nStack(), 1);
-    QVERIFY(!wnd().pactViewBack()->isEnabled() && !wnd().pactViewForward()->isEnabled());
+    QVERIFY(nStack() == 1 && !wnd().pactViewBack()->isEnabled());
     // A click moves nothing and pushes nothing.
-    for (Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton}) QTest::mouseClick(&pane(), button, {}, pt0);
+    for (Qt::MouseButton button : {Qt::LeftButton, Qt::RightButton})
+        QTest::mouseClick(&pane(), button, {}, pt0);
     QVERIFY(bSameCamera(xfmCFmW, xfm0) && nStack() == 1 && !wnd().pactViewBack()->isEnabled());
     // A sideways left drag turns about the vertical: eye height, width,
     // near and far kept; the camera is pushed.
@@ -651,33 +646,32 @@ void GuiTest::dragsAndHistory() {
     drag(Qt::LeftButton, pt0, pt0 + QPoint(120, 0));
     const XfmCFmW3c xfm1 = xfmCFmW;
     QVERIFY(pane().nMouseMove() >= nMove0 + 2 && !bSameCamera(xfm1, xfm0));
-    QVERIFY(std::fabs(xfm1.ptEye.fZ - xfm0.ptEye.fZ) < 1e-9 && std::fabs(xfm1.drLook.fZ - xfm0.drLook.fZ) < 1e-9);
+    QVERIFY(std::fabs(xfm1.ptEye.fZ - xfm0.ptEye.fZ) < 1e-9 &&
+            std::fabs(xfm1.drLook.fZ - xfm0.drLook.fZ) < 1e-9);
     QVERIFY(xfm1.fR - xfm1.fL == xfm0.fR - xfm0.fL && xfm1.fN == xfm0.fN && xfm1.fF == xfm0.fF);
     QVERIFY(nStack() == 2 && bSameCamera(xfmCFmWTopOfStack(), xfm1));
-    QVERIFY(wnd().pactViewBack()->isEnabled());
     // An upward right drag moves the eye forward along the look.
     drag(Qt::RightButton, pt0, pt0 - QPoint(0, 100));
     const XfmCFmW3c xfm2 = xfmCFmW;
-    const Vc3c vcMoved = xfm2.ptEye - xfm1.ptEye;
-    const double fMoved = std::sqrt(vcMoved.fX * vcMoved.fX + vcMoved.fY * vcMoved.fY + vcMoved.fZ * vcMoved.fZ);
-    const double fAlong = vcMoved.fX * xfm1.drLook.fX + vcMoved.fY * xfm1.drLook.fY + vcMoved.fZ * xfm1.drLook.fZ;
+    const Vc3c vc = xfm2.ptEye - xfm1.ptEye;
+    const double fMoved = std::sqrt(vc.fX * vc.fX + vc.fY * vc.fY + vc.fZ * vc.fZ);
+    const double fAlong = vc.fX * xfm1.drLook.fX + vc.fY * xfm1.drLook.fY + vc.fZ * xfm1.drLook.fZ;
     QVERIFY(fMoved > 1.0 && std::fabs(fAlong - fMoved) < 1e-6 * fMoved && nStack() == 3);
     // A downward left drag tilts the view.
     drag(Qt::LeftButton, pt0, pt0 + QPoint(0, 60));
     const XfmCFmW3c xfm3 = xfmCFmW;
     QVERIFY(std::fabs(xfm3.drLook.fZ - xfm2.drLook.fZ) > 1e-3 && nStack() == 4);
 
-    // Alt+Left and Alt+Right step through the history; the entries say
-    // when they can.
-    const auto key = [this](Qt::Key key) { QTest::keyClick(&pane(), key, Qt::AltModifier); };
+    // Alt+Left and Alt+Right step through the history as far as it goes;
+    // the menu entries say when they can.
     const XfmCFmW3c* arPXfm[] = {&xfm0, &xfm1, &xfm2, &xfm3};
-    for (int i = 2; i >= -1; i--) {  // the last press has nowhere to go
-        key(Qt::Key_Left);
+    for (int i = 2; i >= -1; i--) {
+        QTest::keyClick(&pane(), Qt::Key_Left, Qt::AltModifier);
         QVERIFY(bSameCamera(xfmCFmW, *arPXfm[std::max(i, 0)]));
     }
     QVERIFY(!wnd().pactViewBack()->isEnabled() && wnd().pactViewForward()->isEnabled());
     for (int i = 1; i <= 4; i++) {
-        key(Qt::Key_Right);
+        QTest::keyClick(&pane(), Qt::Key_Right, Qt::AltModifier);
         QVERIFY(bSameCamera(xfmCFmW, *arPXfm[std::min(i, 3)]));
     }
     QVERIFY(wnd().pactViewBack()->isEnabled() && !wnd().pactViewForward()->isEnabled());
@@ -699,7 +693,6 @@ void GuiTest::dragHoldsTheReplay() {
     type("r");
     const QPoint pt0 = pane().rect().center();
     QTest::mousePress(&pane(), Qt::LeftButton, {}, pt0);
-    QVERIFY(!pane().timerReplay().isActive());
     QTest::mouseMove(&pane(), pt0 + QPoint(30, 10));
     QVERIFY(!pane().timerReplay().isActive());
     QTest::mouseRelease(&pane(), Qt::LeftButton, {}, pt0 + QPoint(30, 10));
@@ -718,23 +711,17 @@ void GuiTest::viewOutThenViewIn() {
     action("actExit")->trigger();
     QVERIFY(!wnd().isVisible() && !pane().timerReplay().isActive());
     const QByteArray byViewOut = byFile("view.out");
-    QCOMPARE(byViewOut, QString::asprintf("%12.5f %12.5f %12.5f\n%12.5f %12.5f %12.5f\n%12.5f %12.5f %12.5f\n"
-                                          "%12.5f %12.5f %12.5f\n",
-                                          xfmSaved.ptEye.fX, xfmSaved.ptEye.fY, xfmSaved.ptEye.fZ, xfmSaved.drLook.fX,
-                                          xfmSaved.drLook.fY, xfmSaved.drLook.fZ, xfmSaved.drUp.fX, xfmSaved.drUp.fY,
-                                          xfmSaved.drUp.fZ, xfmSaved.fR - xfmSaved.fL, xfmSaved.fN, xfmSaved.fF)
-                             .toUtf8());
     _pwndTop.reset();
     QFile::rename("view.out", "view.in");
     xfmCFmW = XfmCFmW3c();
-    wnd();
     // The five decimals of the file are all that come back.
-    const double arFDiff[] = {xfmCFmW.ptEye.fX - xfmSaved.ptEye.fX, xfmCFmW.ptEye.fY - xfmSaved.ptEye.fY,
-                              xfmCFmW.ptEye.fZ - xfmSaved.ptEye.fZ, xfmCFmW.drLook.fX - xfmSaved.drLook.fX,
-                              xfmCFmW.drLook.fY - xfmSaved.drLook.fY, xfmCFmW.drLook.fZ - xfmSaved.drLook.fZ,
-                              (xfmCFmW.fR - xfmCFmW.fL) - (xfmSaved.fR - xfmSaved.fL), xfmCFmW.fN - xfmSaved.fN,
-                              xfmCFmW.fF - xfmSaved.fF};
-    for (double fDiff : arFDiff) QVERIFY(std::fabs(fDiff) < 1e-5);
+    const XfmCFmW3c& x = (wnd(), xfmCFmW);
+    for (double fDiff :
+         {x.ptEye.fX - xfmSaved.ptEye.fX, x.ptEye.fY - xfmSaved.ptEye.fY,
+          x.ptEye.fZ - xfmSaved.ptEye.fZ, x.drLook.fX - xfmSaved.drLook.fX,
+          x.drLook.fY - xfmSaved.drLook.fY, x.drLook.fZ - xfmSaved.drLook.fZ,
+          x.fR - x.fL - (xfmSaved.fR - xfmSaved.fL), x.fN - xfmSaved.fN, x.fF - xfmSaved.fF})
+        QVERIFY(std::fabs(fDiff) < 1e-5);
     QCOMPARE(nStack(), 1);
     // Closed again unchanged, the window writes the same file.
     wnd().close();
@@ -756,9 +743,8 @@ void GuiTest::frameResizeRestartsTheHistory() {
     QVERIFY(xfmCFmW.fR - xfmCFmW.fL >= xfmBefore.fR - xfmBefore.fL - 1e-12);
     QVERIFY(xfmCFmW.fT - xfmCFmW.fB >= xfmBefore.fT - xfmBefore.fB - 1e-12);
     QVERIFY(xfmCFmW.ptEye.fX == xfmBefore.ptEye.fX && xfmCFmW.drLook.fY == xfmBefore.drLook.fY);
-    QCOMPARE(nStack(), 1);
-    QVERIFY(!wnd().pactViewBack()->isEnabled() && !wnd().pactViewForward()->isEnabled());
-    QCOMPARE(QSizeF(xfmPFmC.fDX, xfmPFmC.fDY), QSizeF(pane().pane().iPxDX, pane().pane().iPxDY));
+    QVERIFY(nStack() == 1 && !wnd().pactViewBack()->isEnabled());
+    QCOMPARE(QSizeF(xfmPFmC.fDX, xfmPFmC.fDY), QSizeF(pane().size()));
 }
 
 void GuiTest::plotsPanelLeavesThePaneAlone() {
@@ -771,69 +757,38 @@ void GuiTest::plotsPanelLeavesThePaneAlone() {
     QDockWidget* pdock = wnd().pdockPlots();
     // Two cycles from the menu, then one by the panel's own close button.
     for (int iCycle = 0; iCycle < 3; iCycle++) {
-        if (iCycle < 2) action("actViewPlots")->trigger();
-        else pdock->close();
+        if (iCycle < 2)
+            action("actViewPlots")->trigger();
+        else
+            pdock->close();
         QTRY_VERIFY(pdock->isHidden() && wnd().width() < iPxDXFrame - pdock->width() / 2);
         QVERIFY(!action("actViewPlots")->isChecked());
         QTest::qWait(50);
         action("actViewPlots")->trigger();
         QTRY_VERIFY(pdock->isVisible() && wnd().width() == iPxDXFrame);
         QTest::qWait(50);
-        QCOMPARE(pane().size(), sizePane);
-        QVERIFY(bSameCamera(xfmCFmW, xfmBefore));
-        QCOMPARE(nStack(), 3);
+        QVERIFY(pane().size() == sizePane && bSameCamera(xfmCFmW, xfmBefore) && nStack() == 3);
     }
 }
 
-// ---- what the pane shows ---------------------------------------------------------------------
+// ---- what the pane shows ---------------------------------------------------------
 
-void GuiTest::captureShowsBackgroundAndTrack() {
-    // A tilted climb at a little more than the take-off weight until the
-    // tanks are dry, then a ballistic arc into the valley: the track passes
-    // through all three propellant colours, in view of the default camera.
-    QFile file("fltplan.txt");
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("   3   9\n    time         thrust      moment\n"
-               "    0.000000   420.000000   -20.000000\n    0.300000   420.000000   -20.000000\n"
-               "    0.350000   420.000000    20.000000\n    0.650000   420.000000    20.000000\n"
-               "    0.700000   420.000000     0.000000\n    8.000000   420.000000     0.000000\n"
-               "    8.050000     0.000000     0.000000\n   30.000000     0.000000     0.000000\n");
-    file.close();
-    type("sc");
-    const Pane& paneShown = pane().pane();
-    const QByteArray byBmp = byFile("pane.bmp");
-    const int nBytRow = (3 * paneShown.iPxDX + 3) & ~3;
-    // Headers: 24-bit, rows bottom-up, no compression, the pane's size.
-    QVERIFY(byBmp.size() >= 54 && byBmp.left(2) == "BM");
-    QCOMPARE(byBmp.size(), 54 + nBytRow * paneShown.iPxDY);
-    const quint32 arUHeader[] = {uLe32(byBmp, 2), uLe32(byBmp, 10), uLe32(byBmp, 14), uLe32(byBmp, 18),
-                                 uLe32(byBmp, 22), uLe32(byBmp, 26), uLe32(byBmp, 30)};
-    const quint32 arUExpect[] = {static_cast<quint32>(byBmp.size()), 54, 40, static_cast<quint32>(pane().width()),
-                                 static_cast<quint32>(pane().height()), 1 | 24 << 16, 0};
-    for (int i = 0; i < 7; i++) QCOMPARE(arUHeader[i], arUExpect[i]);
-    // Nothing in the top corners: the clear colour (0.5, 0.25, 0.25).
-    for (int iX : {2, paneShown.iPxDX - 3}) QVERIFY(iDistRgb(rgbBmp(byBmp, iX, 2), QColor(128, 64, 64)) <= 1);
-    // Along the track, half-way between the vehicle drawings (one a
-    // second), the colour of the propellant left.
-    const double fMsP = vehicle.fMsGTO - vehicle.fMsEmpty;
-    const QColor arRgb[] = {QColor(0, 255, 0), QColor(255, 255, 0), QColor(255, 0, 0)};
-    int arNChecked[3] = {0, 0, 0};
-    for (Long i = iFirst(); i <= iLast(); i++) {
-        const double fTi = arFTiData[i];
-        const Stvehicle3dof st = stStored(i);
-        if (fTi < 2.4 || fTi > 10.0 || std::fabs(fTi - std::floor(fTi) - 0.5) > 1e-6 || st.fZf < 0.5) continue;
-        const double fFrac = (st.fMs - vehicle.fMsEmpty) / fMsP;
-        const int iClass = fFrac > 0.25 ? 0 : fFrac > 0.05 ? 1 : 2;
-        QVERIFY2(bColourNear(byBmp, ptPxOfWorld(paneShown, st.fXf, st.fZf), arRgb[iClass], 8),
-                 qPrintable(QString("no track colour %1 at t = %2 s").arg(iClass).arg(fTi)));
-        arNChecked[iClass]++;
-    }
-    QVERIFY(arNChecked[0] >= 3 && arNChecked[1] >= 1 && arNChecked[2] >= 3);
-    // The file holds what the pane shows.
+void GuiTest::captureIsThePane() {
+    planAndFly();
+    type("c");
+    // The pane's size, the clear colour (0.5, 0.25, 0.25) in its top
+    // corners, and what the pane shows, the track too.
+    const QImage img("pane.bmp");
+    QCOMPARE(img.size(), pane().size());
     const QImage imgPane = pane().grabFramebuffer();
-    for (const QPoint& pt : {QPoint(2, 2), ptPxOfWorld(paneShown, 4.0, 5.0),
-                             QPoint(paneShown.iPxDX / 2, paneShown.iPxDY - 5)})
-        QCOMPARE(rgbBmp(byBmp, pt.x(), pt.y()), imgPane.pixelColor(pt));
+    const Stvehicle3dof st = stStored(iFirst() + 50);
+    for (const QPoint& pt :
+         {QPoint(2, 2), QPoint(img.width() - 3, 2), ptPxOfWorld(pane().pane(), st.fXf, st.fZf),
+          QPoint(img.width() / 2, img.height() - 5)}) {
+        QCOMPARE(img.pixelColor(pt), imgPane.pixelColor(pt));
+        QVERIFY(pt.y() != 2 || iDistRgb(img.pixelColor(pt), QColor(128, 64, 64)) <= 1);
+    }
+    QVERIFY(bColourNear(img, ptPxOfWorld(pane().pane(), st.fXf, st.fZf), QColor(0, 255, 0), 8));
 }
 
 void GuiTest::planPathOnlyWhenAsked() {
@@ -844,22 +799,21 @@ void GuiTest::planPathOnlyWhenAsked() {
     pact->trigger();
     QVERIFY(pact->isChecked() && pane().bPlanPathShown() && pane().nPtPlanPath() == pvdfT->n());
     type("c");
-    const QByteArray byOn = byFile("pane.bmp");
+    const QImage imgOn("pane.bmp");
     // The planned points up in the air show the path's pale colour.
-    const QColor rgbPath(217, 235, 255);
     int nFound = 0, nTried = 0;
     for (Long i = pvdfT->lo; i <= pvdfT->hi; i += 10) {
         const Vd<double>& vdfX = *pvdfAt(paPVdfX, i);
         if (vdfX[3] < 1.0) continue;
         nTried++;
-        if (bColourNear(byOn, ptPxOfWorld(pane().pane(), vdfX[1], vdfX[3]), rgbPath, 12)) nFound++;
+        const QPoint pt = ptPxOfWorld(pane().pane(), vdfX[1], vdfX[3]);
+        nFound += bColourNear(imgOn, pt, QColor(217, 235, 255), 12);
     }
-    QVERIFY2(nTried >= 5 && nFound >= nTried * 2 / 3, qPrintable(QString("%1 of %2").arg(nFound).arg(nTried)));
+    QVERIFY2(nTried >= 5 && nFound >= nTried * 2 / 3, qPrintable(QString::number(nFound)));
     // Off again: the capture is the documented scene, byte for byte.
     pact->trigger();
     type("c");
     QCOMPARE(byFile("pane.bmp"), byOff);
-    QVERIFY(byOn != byOff);
 }
 
 void GuiTest::statusPanel() {
@@ -876,67 +830,51 @@ void GuiTest::statusPanel() {
         stvehicle3dof.fMs = row.fMs;
         QCOMPARE(szDAndCText(), std::string(row.sz));
     }
+    // During a replay the time; 2.25 rounds to even, as the C library does.
     bDisplayRunPath = true;
-    for (double fTi : {12.345, 0.0, 2.25}) {  // 2.25: the C library rounds halves to even
+    for (const auto& [fTi, sz] :
+         {std::pair(12.345, "12.3 sec"), {0.0, "0.0 sec"}, {2.25, "2.2 sec"}}) {
         fSTiSim = fTi;
-        QCOMPARE(szDAndCText(), std::string(fTi == 12.345 ? "12.3 sec" : fTi == 0.0 ? "0.0 sec" : "2.2 sec"));
+        QCOMPARE(szDAndCText(), std::string(sz));
     }
     bDisplayRunPath = false;
-    // Grey, with the text from x = 100 and y = 10 on; refreshed by its own
-    // 25 ms timer.
+    // Grey, the text from x = 100 and y = 10 on, refreshed by its own timer.
     WndDAndC* pwnd = wnd().pwndDAndC();
     QVERIFY(pwnd->timerRefresh().isActive() && pwnd->timerRefresh().interval() == 25);
     const QImage img = pwnd->grab().toImage();
-    QCOMPARE(img.pixelColor(2, 2), QColor(192, 192, 192));
-    QCOMPARE(img.pixelColor(img.width() - 2, img.height() - 2), QColor(192, 192, 192));
-    int iXDark = img.width(), iYDark = img.height();
+    QVERIFY(img.pixelColor(2, 2) == QColor(192, 192, 192) &&
+            img.pixelColor(img.width() - 2, img.height() - 2) == QColor(192, 192, 192));
+    QRect rectDark;
     for (int iY = 0; iY < img.height(); iY++)
         for (int iX = 0; iX < img.width(); iX++)
-            if (img.pixelColor(iX, iY).lightness() < 100) iXDark = std::min(iXDark, iX), iYDark = std::min(iYDark, iY);
-    QVERIFY2(iXDark >= 100 && iXDark < 110 && iYDark >= 10 && iYDark < 20, qPrintable(QString("%1 %2").arg(iXDark).arg(iYDark)));
+            if (img.pixelColor(iX, iY).lightness() < 100) rectDark |= QRect(iX, iY, 1, 1);
+    QVERIFY2(rectDark.left() >= 100 && rectDark.left() < 110 && rectDark.top() >= 10 &&
+                 rectDark.top() < 20,
+             qPrintable(QString("%1 %2").arg(rectDark.left()).arg(rectDark.top())));
 }
 
-// ---- the plots -------------------------------------------------------------------------------
-
-namespace {
-
-QLineSeries* pseriesNamed(WndChart* pwnd, const QString& szName) {
-    for (QAbstractSeries* pseries : pwnd->chart()->series())
-        if (pseries->name() == szName) return qobject_cast<QLineSeries*>(pseries);
-    return nullptr;
-}
-
-// Whether the column iPxX of a chart is the cursor's dark grey over most of
-// the plot area's height (no curve or grid line is that).
-bool bCursorDrawnAt(WndChart* pwnd, int iX) {
-    const QImage img = pwnd->grab().toImage();
-    const qreal fDpr = img.devicePixelRatio();
-    const QRectF rect = pwnd->rectPlotArea();
-    int nDark = 0, nAll = 0;
-    for (int iY = static_cast<int>(rect.top()) + 2; iY < rect.bottom() - 2; iY++, nAll++)
-        if (img.pixelColor(static_cast<int>(iX * fDpr), static_cast<int>(iY * fDpr)) == QColor(70, 70, 70)) nDark++;
-    return nAll > 10 && nDark > nAll * 8 / 10;
-}
-
-}  // namespace
+// ---- the plots -------------------------------------------------------------------
 
 void GuiTest::plotsAfterPlanAndSimulate() {
-    copyFile(szBundledHop(), "traj1r.txt");
+    copyFile(szBundledHop, "traj1r.txt");
     type("p");
+    // The plan dashed, the analysis' numbers: its height at every sample.
     QVERIFY(!plots().plabelEmpty()->isVisible());
     for (PlotQty qty : arPlotQty) {
         QLineSeries* pseries = pseriesNamed(plots().pwndChart(qty), "plan");
         QVERIFY(plots().pwndChart(qty)->isVisible() && pseries != nullptr);
-        QCOMPARE(pseries->count(), static_cast<int>(pvdfT->n()));
-        QVERIFY(pseries->pen().style() == Qt::DashLine && plots().pwndChart(qty)->chart()->series().size() == 1);
+        QVERIFY(pseries->count() == pvdfT->n() && pseries->pen().style() == Qt::DashLine);
+        QCOMPARE(plots().pwndChart(qty)->chart()->series().size(), 1);
     }
-    // The plotted height is the analysis' height at each sample.
     QLineSeries* pseriesZ = pseriesNamed(plots().pwndChart(PlotQty::Z), "plan");
     for (Long i = pvdfT->lo; i <= pvdfT->hi; i++)
-        QCOMPARE(pseriesZ->at(static_cast<int>(i - pvdfT->lo)), QPointF((*pvdfT)[i], (*pvdfAt(paPVdfX, i))[3]));
-    QVERIFY(plots().plabelChecks()->text().contains("within limits") && !plots().plistWarnings()->isVisible());
+        QCOMPARE(pseriesZ->at(static_cast<int>(i - pvdfT->lo)),
+                 QPointF((*pvdfT)[i], (*pvdfAt(paPVdfX, i))[3]));
+    QVERIFY(plots().plabelChecks()->text().contains("within limits") &&
+            !plots().plistWarnings()->isVisible());
     QVERIFY(!plots().plabelLanding()->isVisible() && !plots().bCursorShown());
 
+    // The run solid, the stored records' numbers: the actual thrust.
     type("s");
     for (PlotQty qty : arPlotQty) {
         const bool bTwo = qty == PlotQty::Thrust || qty == PlotQty::Moment;
@@ -945,20 +883,21 @@ void GuiTest::plotsAfterPlanAndSimulate() {
         QCOMPARE(pseries->count(), static_cast<int>(arFTiData.n()));
         QVERIFY(!bTwo || pseriesNamed(plots().pwndChart(qty), "run commanded") != nullptr);
     }
-    // The plotted thrust is the stored record's actual thrust.
     QLineSeries* pseriesThrust = pseriesNamed(plots().pwndChart(PlotQty::Thrust), "run actual");
     for (Long i = iFirst(); i <= iLast(); i++)
-        QCOMPARE(pseriesThrust->at(static_cast<int>(i - iFirst())), QPointF(arFTiData[i], stStored(i).fFcThrustAct));
+        QCOMPARE(pseriesThrust->at(static_cast<int>(i - iFirst())),
+                 QPointF(arFTiData[i], stStored(i).fFcThrustAct));
     const double fDist = std::hypot(stStored(iLast()).fXf - 28.5, stStored(iLast()).fZf);
-    QVERIFY(plots().plabelLanding()->text().startsWith(QString::asprintf("landing miss %.4f m", fDist)));
+    QVERIFY(plots().plabelLanding()->text().startsWith(
+        QString::asprintf("landing miss %.4f m", fDist)));
     QVERIFY(plots().bCursorShown() && plots().fTiCursor() == arFTiData[iFirst()]);
-    QVERIFY(plots().psliderTi()->isEnabled());
     QCOMPARE(plots().psliderTi()->maximum(), WndPlots::iSliderFmFTi(arFTiData[iLast()]));
     // The check boxes choose the charts; a new run keeps the choice.
     QCheckBox* pcheck = plots().pcheckQty(PlotQty::Moment);
     QTest::mouseClick(pcheck, Qt::LeftButton);
     type("s");
-    for (PlotQty qty : arPlotQty) QCOMPARE(plots().pwndChart(qty)->isVisible(), qty != PlotQty::Moment);
+    for (PlotQty qty : arPlotQty)
+        QCOMPARE(plots().pwndChart(qty)->isVisible(), qty != PlotQty::Moment);
     QTest::mouseClick(pcheck, Qt::LeftButton);
     QVERIFY(plots().pwndChart(PlotQty::Moment)->isVisible() && wnd().focusWidget() == &pane());
 }
@@ -975,25 +914,23 @@ void GuiTest::cursorAndScrubbing() {
         stvehicle3dofAtFTi(&stExpect, fTi);
         QVERIFY(bSameState(stvehicle3dof, stExpect));
     }
-    QVERIFY(stvehicle3dof.fXf > stStored(iFirst() + 62).fXf && stvehicle3dof.fXf < stStored(iFirst() + 63).fXf);
+    QVERIFY(stvehicle3dof.fXf > stStored(iFirst() + 62).fXf &&
+            stvehicle3dof.fXf < stStored(iFirst() + 63).fXf);
+    QCOMPARE(plots().plabelTi()->text(), QString("t = 3.125 s"));
     // Every chart's cursor is drawn at that time, in one column for all.
-    const double fTiCursor = plots().fTiCursor();
     const int iPxX = plots().pwndChart(PlotQty::X)->iPxXCursor();
     for (PlotQty qty : arPlotQty) {
         WndChart* pwnd = plots().pwndChart(qty);
-        const auto* paxis = qobject_cast<QValueAxis*>(pwnd->chart()->axes(Qt::Horizontal).first());
-        const QRectF rect = pwnd->rectPlotArea();
-        const double fFrac = (fTiCursor - paxis->min()) / (paxis->max() - paxis->min());
-        QVERIFY(std::fabs(pwnd->iPxXCursor() - (rect.left() + fFrac * rect.width())) <= 1.0);
-        QCOMPARE(pwnd->iPxXCursor(), iPxX);
-        QVERIFY(bCursorDrawnAt(pwnd, iPxX));
+        QVERIFY(std::abs(pwnd->iPxXCursor() - iPxXOfTi(pwnd, 3.125)) <= 1);
+        QVERIFY(pwnd->iPxXCursor() == iPxX && bCursorDrawnAt(pwnd, iPxX));
     }
-    QCOMPARE(plots().plabelTi()->text(), QString("t = 3.125 s"));
     // End goes to the end of the run; the status panel follows the state.
     QTest::keyClick(pslider, Qt::Key_End);
-    QVERIFY(plots().fTiCursor() == arFTiData[iLast()] && stvehicle3dof.fXf == stStored(iLast()).fXf);
+    QVERIFY(plots().fTiCursor() == arFTiData[iLast()] &&
+            stvehicle3dof.fXf == stStored(iLast()).fXf);
     char szUsed[60];
-    std::snprintf(szUsed, sizeof szUsed, "propellant used = %0.02lf kg,", vehicle.fMsGTO - stStored(iLast()).fMs);
+    std::snprintf(szUsed, sizeof szUsed, "propellant used = %0.02lf kg,",
+                  vehicle.fMsGTO - stStored(iLast()).fMs);
     QVERIFY2(szDAndCText().rfind(szUsed, 0) == 0, szDAndCText().c_str());
     // Scrubbing during a replay stops it there; i goes back to the start.
     type("r");
@@ -1003,55 +940,42 @@ void GuiTest::cursorAndScrubbing() {
     const int iPxXAt2 = pwndX->iPxXCursor();
     type("i");
     QCOMPARE(pwndX->fTiCursor(), arFTiData[iFirst()]);
-    QVERIFY(pwndX->iPxXCursor() < iPxXAt2 && bCursorDrawnAt(pwndX, pwndX->iPxXCursor()) && !bCursorDrawnAt(pwndX, iPxXAt2));
+    QVERIFY(pwndX->iPxXCursor() < iPxXAt2 && bCursorDrawnAt(pwndX, pwndX->iPxXCursor()) &&
+            !bCursorDrawnAt(pwndX, iPxXAt2));
 }
 
 void GuiTest::chartsReadable() {
-    // A plan that breaks limits, flown: wide ranges, long labels.
+    // A plan that breaks limits, flown: wide ranges.
     planAndFly("plan/fast_hop/traj1r.txt");
     QTest::qWait(50);
-    int iPxLeft = -1;
+    const int iPxLeft = iPxXOfTi(plots().pwndChart(PlotQty::X), 0.0);
     for (PlotQty qty : arPlotQty) {
         WndChart* pwnd = plots().pwndChart(qty);
         pwnd->grab();  // drawn as shown
         // One column for the start of every time axis.
-        if (iPxLeft < 0) iPxLeft = static_cast<int>(pwnd->rectPlotArea().left());
-        QCOMPARE(static_cast<int>(pwnd->rectPlotArea().left()), iPxLeft);
-        // Every value tick label in full: a number, never elided.
-        int nLabel = 0;
+        QCOMPARE(iPxXOfTi(pwnd, 0.0), iPxLeft);
+        // Every label in full, the tick labels numbers.
+        int nNumber = 0;
         for (QGraphicsItem* pitem : pwnd->chart()->scene()->items())
-            if (auto* ptext = dynamic_cast<QGraphicsTextItem*>(pitem); ptext != nullptr && ptext->isVisible()) {
+            if (auto* ptext = dynamic_cast<QGraphicsTextItem*>(pitem);
+                ptext && ptext->isVisible()) {
                 const QString sz = ptext->toPlainText();
-                QVERIFY2(!sz.contains("...") && !sz.contains(QChar(0x2026)), qPrintable(szPlotQtyName(qty) + (": " + sz)));
+                QVERIFY2(!sz.contains("...") && !sz.contains(QChar(0x2026)), qPrintable(sz));
                 bool bNumber = false;
                 sz.toDouble(&bNumber);
-                nLabel += bNumber;
+                nNumber += bNumber;
             }
-        QVERIFY(nLabel >= 5);
+        QVERIFY(nNumber >= 5);
     }
-    // Where the bundled hop's run follows its plan, the plan's dashes show
-    // in their own colour on it.
+    // Where the bundled hop's run follows its plan (1 to 5 s), the plan's
+    // dashes show in their own colour on it: in their two thirds of the
+    // columns, and more where they slope.
     planAndFly();
     QTest::qWait(50);
     WndChart* pwnd = plots().pwndChart(PlotQty::X);
-    const QImage img = pwnd->grab().toImage();
-    const auto* paxis = qobject_cast<QValueAxis*>(pwnd->chart()->axes(Qt::Horizontal).first());
-    const QRectF rect = pwnd->rectPlotArea();
-    // Columns from 1 to 5 s with a pixel of the plan's own colour: more
-    // than the dashes' two thirds of them would be dashed if the run hid
-    // none of the plan.
-    const auto iPxXAt = [&](double fTi) {
-        return static_cast<int>(rect.left() + rect.width() * (fTi - paxis->min()) / (paxis->max() - paxis->min()));
-    };
-    const qreal fDpr = img.devicePixelRatio();
-    int nColumn = 0, nPlan = 0;
-    for (int iX = iPxXAt(1.0); iX < iPxXAt(5.0); iX++, nColumn++)
-        for (int iY = static_cast<int>(rect.top()); iY < rect.bottom(); iY++)
-            if (iDistRgb(img.pixelColor(static_cast<int>(iX * fDpr), static_cast<int>(iY * fDpr)), QColor(20, 60, 170)) <= 10) {
-                nPlan++;
-                break;
-            }
-    QVERIFY2(nPlan > 2 * nColumn / 3, qPrintable(QString("%1 of %2").arg(nPlan).arg(nColumn)));
+    const int iPxX0 = iPxXOfTi(pwnd, 1.0), iPxX1 = iPxXOfTi(pwnd, 5.0);
+    const int nPlan = nColumnWith(pwnd, iPxX0, iPxX1, QColor(20, 60, 170), 10);
+    QVERIFY2(3 * nPlan > 2 * (iPxX1 - iPxX0), qPrintable(QString::number(nPlan)));
 }
 
 void GuiTest::planWarnings() {
@@ -1060,34 +984,38 @@ void GuiTest::planWarnings() {
     type("p");
     QListWidget* plist = plots().plistWarnings();
     const std::vector<PlanViolation> vec = vecPlanViolationFmProgram();
-    QVERIFY(plist->isVisible() && vec.size() >= 3);
-    QCOMPARE(plist->count(), static_cast<int>(vec.size()));
+    QVERIFY(plist->isVisible() && vec.size() >= 3 && plist->count() == int(vec.size()));
     for (int i = 0; i < plist->count(); i++)
         QCOMPARE(plist->item(i)->text(), QString::fromStdString(szPlanViolation(vec[i])));
     QVERIFY(plist->item(0)->text().contains("above their share of the maximum thrust"));
-    QVERIFY(plots().plabelChecks()->text().startsWith(QString("Plan checks: %1 warnings").arg(vec.size())));
+    QVERIFY(plots().plabelChecks()->text().startsWith(
+        QString("Plan checks: %1 warnings").arg(vec.size())));
     copyFile("plan/under_ground/traj1r.txt", "traj1r.txt");
     type("p");
     QVERIFY(plist->count() == 1 && plist->item(0)->text().contains("below the terrain"));
     QVERIFY(plots().plabelChecks()->text().startsWith("Plan checks: 1 warning "));
-    copyFile(szBundledHop(), "traj1r.txt");
+    copyFile(szBundledHop, "traj1r.txt");
     type("p");
-    QVERIFY(!plist->isVisible() && plist->count() == 0 && plots().plabelChecks()->text().contains("within limits"));
+    QVERIFY(!plist->isVisible() && plots().plabelChecks()->text().contains("within limits"));
     // A plan that cannot be made takes the old one's curves and checks away.
     _bBoxesExpected = true;
     copyFile("plan/couldnt_solve/traj1r.txt", "traj1r.txt");
     type("p");
-    QVERIFY(_vecBox.size() == 1 && !plots().plabelChecks()->isVisible() && plots().plabelEmpty()->isVisible());
+    QVERIFY(_vecBox.size() == 1 && !plots().plabelChecks()->isVisible() &&
+            plots().plabelEmpty()->isVisible());
 }
 
 void GuiTest::storedFlightLine() {
     // The fast hop comes to rest after more than a turn: its pitch there is
     // -478.27 deg in results.txt, the attitude of -118.27 deg.
     planAndFly("plan/fast_hop/traj1r.txt");
-    const double fDist = std::hypot(stStored(iLast()).fXf - (*pvdfAt(paPVdfX, paPVdfX->hi()))[1],
-                                    stStored(iLast()).fZf - (*pvdfAt(paPVdfX, paPVdfX->hi()))[3]);
-    QCOMPARE(plots().plabelFlight()->text(), QString::asprintf("Stored flight: open loop, landing miss %.4f m", fDist));
-    QVERIFY2(plots().plabelLanding()->text().contains(QRegularExpression("pitch at rest -2\\.06\\d\\d rad \\(-118\\.27 deg\\)$")),
+    const Vd<double>& vdfXEnd = *pvdfAt(paPVdfX, paPVdfX->hi());
+    const double fDist =
+        std::hypot(stStored(iLast()).fXf - vdfXEnd[1], stStored(iLast()).fZf - vdfXEnd[3]);
+    QCOMPARE(plots().plabelFlight()->text(),
+             QString::asprintf("Stored flight: open loop, landing miss %.4f m", fDist));
+    QVERIFY2(plots().plabelLanding()->text().contains(
+                 QRegularExpression("pitch at rest -2\\.06\\d\\d rad \\(-118\\.27 deg\\)$")),
              qPrintable(plots().plabelLanding()->text()));
     // A guided flight says so, with the commanded thrust and moment of its
     // own records against the actual ones.
@@ -1095,7 +1023,6 @@ void GuiTest::storedFlightLine() {
     plots().commandRun('g');
     QVERIFY(plots().plabelFlight()->text().startsWith("Stored flight: guided, landing miss "));
     QLineSeries* pseries = pseriesNamed(plots().pwndChart(PlotQty::Moment), "run commanded");
-    QVERIFY(pseries != nullptr);
     for (Long i = iFirst(); i <= iLast(); i++)
         QCOMPARE(pseries->at(static_cast<int>(i - iFirst())).y(), stStored(i).fMmPitchCmd);
 }
@@ -1103,58 +1030,33 @@ void GuiTest::storedFlightLine() {
 void GuiTest::csvExports() {
     QAction* pactRun = action("actExportRunCsv");
     QAction* pactPlan = action("actExportPlanCsv");
-    QMenu* pmenuFile = wnd().menuBar()->actions()[0]->menu();
-    const auto enabled = [&] {
-        emit pmenuFile->aboutToShow();
+    const auto szEnabled = [&] {
+        emit wnd().menuBar()->actions()[0]->menu()->aboutToShow();
         return QString("%1%2").arg(pactRun->isEnabled()).arg(pactPlan->isEnabled());
     };
-    QCOMPARE(enabled(), QString("00"));
-    copyFile(szBundledHop(), "traj1r.txt");
+    QCOMPARE(szEnabled(), QString("00"));
+    copyFile(szBundledHop, "traj1r.txt");
     type("p");
-    QCOMPARE(enabled(), QString("01"));
+    QCOMPARE(szEnabled(), QString("01"));
     type("s");
-    QCOMPARE(enabled(), QString("11"));
-    // The run: every results.txt line again from the CSV's full-precision
-    // numbers at the file's own precision (pitch and rate in degrees there).
+    QCOMPARE(szEnabled(), QString("11"));
+    // The same files, byte for byte, as the batch mode's --csv writes.
     QVERIFY(wnd().bExportRunCsv("run.csv") && wnd().bExportPlanCsv("plan.csv"));
-    std::istringstream inCsv(szFile("run.csv")), inResults(szFile("results.txt"));
-    std::string szCsv, szResults;
-    std::getline(inCsv, szCsv);
-    QCOMPARE(szCsv, std::string(szRunCsvHeader));
-    std::getline(inResults, szResults);
-    int nRow = 0;
-    for (double af[13]; std::getline(inResults, szResults); nRow++) {
-        QVERIFY(static_cast<bool>(std::getline(inCsv, szCsv)));
-        QCOMPARE(std::sscanf(szCsv.c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf", &af[0], &af[1],
-                             &af[2], &af[3], &af[4], &af[5], &af[6], &af[7], &af[8], &af[9], &af[10], &af[11], &af[12]),
-                 13);
-        QCOMPARE(szResults, QString::asprintf("%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.1lf%8.1lf%8.1lf%8.1lf",
-                                              af[0], af[1], af[2], af[5] / M_PI * 180.0, af[3], af[4],
-                                              af[6] / M_PI * 180.0, af[7], af[9], af[10], af[11], af[12])
-                                .toStdString());
+    QDir().mkdir("batch");
+    copyFile(szBundledHop, "batch/traj1r.txt");
+    QProcess process;
+    process.start(VT_BIN, {"-C", "batch", "-k", "ps", "--csv"});
+    QVERIFY(process.waitForFinished(60000) && process.exitCode() == 0);
+    for (const QString szName : {"run.csv", "plan.csv"}) {
+        QVERIFY(byFile(szName).count('\n') > 100);
+        QCOMPARE(byFile(szName), byFile("batch/" + szName));
     }
-    QVERIFY(!std::getline(inCsv, szCsv) && nRow == arFTiData.n());
-    // The plan: time, thrust and moment as fltplan.txt has them.
-    std::istringstream inPlan(szFile("plan.csv")), inFltplan(szFile("fltplan.txt"));
-    std::getline(inPlan, szCsv);
-    QCOMPARE(szCsv, std::string(szPlanCsvHeader));
-    std::getline(inFltplan, szResults);
-    std::getline(inFltplan, szResults);
-    for (nRow = 0; std::getline(inPlan, szCsv); nRow++) {
-        QVERIFY(static_cast<bool>(std::getline(inFltplan, szResults)));
-        const QStringList vec = QString::fromStdString(szCsv).split(',');
-        QCOMPARE(vec.size(), 18);
-        QCOMPARE(szResults, QString::asprintf("%12.6lf %12.6lf %12.6lf", vec[0].toDouble(), vec[13].toDouble(),
-                                              vec[14].toDouble()).toStdString());
-    }
-    QCOMPARE(nRow, static_cast<int>(pvdfT->n()));
     // A file that cannot be written is a box naming it.
     _bBoxesExpected = true;
     QDir().mkdir("dir.csv");
     QVERIFY(!wnd().bExportRunCsv("dir.csv"));
-    QCOMPARE(_vecBox.size(), 1);
-    QVERIFY(_vecBox[0].szText == "Cannot write dir.csv: Is a directory" && _vecBox[0].szTitle == "Vantorell" &&
-            _vecBox[0].icon == QMessageBox::Warning);
+    QVERIFY(_vecBox.size() == 1 && _vecBox[0].szText == "Cannot write dir.csv: Is a directory");
+    QVERIFY(_vecBox[0].szTitle == "Vantorell" && _vecBox[0].icon == QMessageBox::Warning);
 }
 
 // Not a test: the pictures of the README, written only when asked for
