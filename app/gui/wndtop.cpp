@@ -10,7 +10,6 @@
 #include <QMessageBox>
 #include <QActionGroup>
 #include <QScreen>
-#include <QTimer>
 #include <QVBoxLayout>
 
 #include <cerrno>
@@ -83,6 +82,8 @@ WndTop::WndTop() {
     addDockWidget(Qt::RightDockWidgetArea, _pdockPlots);
     // Its close button goes the way of View > Plots.
     _pdockPlots->installEventFilter(this);
+    _timerHold.setSingleShot(true);
+    connect(&_timerHold, &QTimer::timeout, this, &WndTop::releaseClientSize);
     connect(_pwndProgram, &WndProgram::commandRun, _pwndPlots, &WndPlots::commandRun);
     connect(_pwndProgram, &WndProgram::replayTicked, _pwndPlots, &WndPlots::replayTicked);
     connect(_pwndPlots, &WndPlots::timeScrubbed, _pwndProgram, &WndProgram::showStoredStateAtFTi);
@@ -259,17 +260,21 @@ void WndTop::setPlotsShown(bool bShown) {
     }
     // The client area keeps its size while the panel goes or comes and the
     // frame follows by as much; it is let go once the frame has its new width.
+    // A toggle before the frame has followed the last one starts from the
+    // width the frame is on its way to.
     QWidget* pwndClient = centralWidget();
-    if (!bShown) _iPxDXDockSaved = width() - pwndClient->width();
-    const int iPxDXDock = _iPxDXDockSaved > 0 ? _iPxDXDockSaved : static_cast<int>(0.4 * width());
+    const int iPxDXFrame = _iPxDXFrameAwaited >= 0 ? _iPxDXFrameAwaited : width();
+    if (!bShown) _iPxDXDockSaved = iPxDXFrame - pwndClient->width();
+    const int iPxDXDock =
+        _iPxDXDockSaved > 0 ? _iPxDXDockSaved : static_cast<int>(0.4 * iPxDXFrame);
     pwndClient->setFixedSize(pwndClient->size());
-    _iPxDXFrameAwaited = bShown ? width() + iPxDXDock : width() - iPxDXDock;
+    _iPxDXFrameAwaited = bShown ? iPxDXFrame + iPxDXDock : iPxDXFrame - iPxDXDock;
     _pdockPlots->setVisible(bShown);
     if (bShown) resizeDocks({_pdockPlots}, {iPxDXDock}, Qt::Horizontal);
     resize(_iPxDXFrameAwaited, height());
     // A window system that will not give the frame that width gets the
     // pane's resize rule after all, instead of a pane held for ever.
-    QTimer::singleShot(1000, this, &WndTop::releaseClientSize);
+    _timerHold.start(1000);
 }
 
 void WndTop::releaseClientSize() {

@@ -20,6 +20,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <QTimer>
 
 class QAction;
 class QDockWidget;
@@ -80,4 +81,5 @@ private:
     // at its size until the frame reaches _iPxDXFrameAwaited.
     int _iPxDXFrameAwaited = -1;
     int _iPxDXDockSaved = 0;  // frame width the docked panel took, with its separator
+    QTimer _timerHold;        // lets the client area go at the latest
 };
