@@ -85,10 +85,6 @@ bool bRangeOf(double* pfMin, double* pfMax,
     return bAny;
 }
 
-}  // namespace
-
-namespace {
-
 void layOutChart(QChart* pchart, int iPxDX, int iPxDY) {
     pchart->resize(iPxDX, iPxDY);
     // The chart lays itself out when the event loop comes round; here and
@@ -176,7 +172,8 @@ QChart* pchartPlotNew(PlotQty qty, const PlotData& data, int nStepValue) {
     paxisTi->applyNiceNumbers();
     if (nStepValue > 0) {
         const double fStep = fStepRound(fLo, fHi, nStepValue);
-        paxisF->setRange(std::floor(fLo / fStep + 1e-9) * fStep, std::ceil(fHi / fStep - 1e-9) * fStep);
+        paxisF->setRange(std::floor(fLo / fStep + 1e-9) * fStep,
+                         std::ceil(fHi / fStep - 1e-9) * fStep);
         paxisF->setTickType(QValueAxis::TicksDynamic);
         paxisF->setTickAnchor(0.0);
         paxisF->setTickInterval(fStep);
@@ -599,10 +596,9 @@ void WndPlots::updateLanding() {
     lm.fPitchRest = fRdnWrapped(lm.fPitchRest);
     _plabelLanding->setText(QString::fromStdString(szLandingMiss(lm)));
     const char* szFlight = _bRunGuided ? "guided" : "open loop";
-    _plabelFlight->setText(lm.bPlan ? QString::asprintf("Stored flight: %s, landing miss %.4f m",
-                                                        szFlight, lm.fDist)
-                                    : QString::asprintf("Stored flight: %s, no plan to compare with",
-                                                        szFlight));
+    _plabelFlight->setText(
+        lm.bPlan ? QString::asprintf("Stored flight: %s, landing miss %.4f m", szFlight, lm.fDist)
+                 : QString::asprintf("Stored flight: %s, no plan to compare with", szFlight));
 }
 
 void WndPlots::updateChecks() {

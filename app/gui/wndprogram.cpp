@@ -306,9 +306,10 @@ void WndProgram::mouseReleaseEvent(QMouseEvent* pevent) {
         // The camera follows the release point too, in case no move came
         // between the last move and the release.
         // Back where it was pressed is the camera it started with, exactly.
-        xfmCFmW = iPxX == iPxX0Drag && iPxY == iPxY0Drag
-                      ? xfmCFmW0DragView
-                      : xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag, iPxY - iPxY0Drag, _pane);
+        const bool bBack = iPxX == iPxX0Drag && iPxY == iPxY0Drag;
+        xfmCFmW = bBack ? xfmCFmW0DragView
+                        : xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag,
+                                              iPxY - iPxY0Drag, _pane);
         bDragView = false;
     } else if (bDragZoom && pevent->button() == Qt::RightButton) {
         if (iPxY != iPxYLastDragZoom)

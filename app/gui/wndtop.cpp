@@ -51,7 +51,8 @@ struct ReplaySpeedItem {
     const char* szText;
 };
 const ReplaySpeedItem arReplaySpeedItem[] = {
-    {0.25, "\u00bc\u00d7"}, {0.5, "\u00bd\u00d7"}, {1.0, "&1\u00d7"}, {2.0, "&2\u00d7"}, {4.0, "&4\u00d7"},
+    {0.25, "\u00bc\u00d7"}, {0.5, "\u00bd\u00d7"}, {1.0, "&1\u00d7"},
+    {2.0, "&2\u00d7"},       {4.0, "&4\u00d7"},
 };
 
 }  // namespace
@@ -153,8 +154,9 @@ void WndTop::buildMenu() {
     auto* pgroupSpeed = new QActionGroup(this);
     for (const ReplaySpeedItem& item : arReplaySpeedItem) {
         const double fSpeed = item.fSpeed;
-        QAction* pact = pmenuSpeed->addAction(QString::fromUtf8(item.szText), this,
-                                              [this, fSpeed] { _pwndProgram->setReplaySpeed(fSpeed); });
+        QAction* pact = pmenuSpeed->addAction(QString::fromUtf8(item.szText), this, [this, fSpeed] {
+            _pwndProgram->setReplaySpeed(fSpeed);
+        });
         pact->setObjectName(QString("actReplaySpeed_%1").arg(fSpeed));
         pact->setCheckable(true);
         pact->setChecked(fSpeed == 1.0);
