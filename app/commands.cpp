@@ -5,6 +5,7 @@
 
 #include "plan/planstate.h"
 #include "sim/flight.h"
+#include "sim/guidance.h"
 #include "sim/params.h"
 
 bool bPath = false;
@@ -15,6 +16,7 @@ double fSDisplay = 0.025;
 double fSTiSim = 0.0;
 double fSTiReplay0 = 0.0;
 Stvehicle3dof stvehicle3dof;
+bool bFlightGuided = false;
 
 namespace {
 
@@ -36,6 +38,34 @@ void cmdSimulate(CmdHost& host) {
     deleteStoredRun(&arFTiData, &arPStvehicle);
     flyScheduleFile("fltplan.txt", &arFTiData, &arPStvehicle);
     writeResultsTxt("results.txt", arFTiData, arPStvehicle);
+    bFlightGuided = false;
+    bPath = true;
+    bDisplayRunPath = false;
+    bDisplayState = false;
+    bDisplayPath = true;
+    host.invalidate();
+}
+
+// g: fly fltplan.txt guided (the settings of guidance.txt) and write
+// results.txt. A bad guidance.txt is a message, and nothing is flown.
+void cmdGuidedSimulate(CmdHost& host) {
+    GuidanceSettings gs;
+    std::string szErr;
+    if (!bReadGuidanceFile(&gs, "guidance.txt", &szErr)) {
+        host.showMessage(MsgOwner::Program, szErr.c_str());
+        return;
+    }
+    fSTiSim = 0.0;
+    stvehicle3dof = stvehicle3dof0;
+    deleteStoredRun(&arFTiData, &arPStvehicle);
+    if (!bFlyGuidedScheduleFile("fltplan.txt", "guidance.txt", &arFTiData, &arPStvehicle, &szErr)) {
+        // guidance.txt changed under us: no run.
+        bPath = false;
+        host.showMessage(MsgOwner::Program, szErr.c_str());
+        return;
+    }
+    writeResultsTxt("results.txt", arFTiData, arPStvehicle);
+    bFlightGuided = true;
     bPath = true;
     bDisplayRunPath = false;
     bDisplayState = false;
@@ -92,6 +122,10 @@ bool bRunKeyCommand(char ch, CmdHost& host) {
             return true;
         case 'f':  // lower case only, as for 'l'
             writeFltplanTxt();  // does nothing without a plan
+            return true;
+        case 'g':
+        case 'G':
+            cmdGuidedSimulate(host);
             return true;
         case 'i':
         case 'I':

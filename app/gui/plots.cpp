@@ -413,6 +413,8 @@ void WndPlots::commandRun(char ch) {
             break;
         case 's':
         case 'S':
+        case 'g':
+        case 'G':
             runChanged();
             break;
         case 'i':

@@ -35,6 +35,7 @@ struct CommandItem {
 const CommandItem arCommandItem[] = {
     {'p', "&Plan (traj1r.txt to fltplan.txt)\tp"},
     {'s', "&Simulate (fltplan.txt to results.txt)\ts"},
+    {'g', "&Guided simulate (fltplan.txt to results.txt)\tg"},
     {'r', "&Replay start/stop\tr"},
     {'i', "&Initial state\ti"},
     {'l', "&Listing (traj1l.txt)\tl"},
