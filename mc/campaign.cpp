@@ -138,7 +138,8 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
         pcmds->fFcThrustScale = 1.0 + arFDev[mcParamThrustScale];
         pcmds->fMmPitchBias = arFDev[mcParamMomentBias];
         pcmds->fDTiDelay = arFDev[mcParamCommandDelay];
-        if (bAnySensorNoise(*pguided)) {
+        // Run 0 is the undispersed flight: no noise either.
+        if (iRun != 0 && bAnySensorNoise(*pguided)) {
             pnoise = std::make_unique<McSensorNoise>(*pguided, iRun);
             pcmds->pnoise = pnoise.get();
         }

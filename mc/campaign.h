@@ -124,7 +124,8 @@ struct McWork {
     A1Val<double> arFTiData{0};
     A1Val<void*> arPStvehicle{0};
 };
-// With pguided, the run is flown guided.
+// With pguided, the run is flown guided (run 0, the undispersed flight,
+// without sensor noise).
 McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
                      McWork* pwork, McGuided const* pguided = nullptr);
 

@@ -130,6 +130,7 @@ TEST(Guidance, CommandsStayWithinTheThrustersAndSitOnTheLimitTheyBreak) {
         // g) asks 4.5 m g, more than the maximum; at full thrust thruster 3
         // has nothing left above its share, the pair nothing below: no moment.
         {{0, -50, 0, -10, 0, 0}, 2.5 * g, fTMax, 0.0},
+        {{0, -50, 0, -10, 0, 0}, 0.0, 2.0 * fTHover, 0.0},  // at hover: at most g more
         {{0, 50, 0, 10, 0, 0}, 0.0, 0.0, 0.0},  // far above: no thrust, so no moment
         // Tipped 1 rad: the thrust is the force along the body axis; the
         // moment back is limited by thruster 3 reaching 0 (one way) and by
@@ -161,6 +162,33 @@ TEST(Guidance, CommandsStayWithinTheThrustersAndSitOnTheLimitTheyBreak) {
         }
         EXPECT_LE(std::fabs(fM), 0.4 * fT + 1e-9);
     }
+}
+
+TEST(Guidance, ABadGuidanceLineIsNamedWithItsProblem) {
+    const struct {
+        const char* szText;
+        const char* szErr;
+    } acase[] = {
+        {"# comment\ncontrol_rat 50\n", "g.txt:2: unknown name 'control_rat'"},
+        {"damping\n", "g.txt:1: missing value for damping"},
+        {"damping 0.7 0.8\n", "g.txt:1: too many fields for damping"},
+        {"landing_speed 0.4m\n", "g.txt:1: bad number '0.4m'"},
+        {"control_rate nan\n", "g.txt:1: bad number 'nan'"},
+        {"attitude_bandwidth 0\n", "g.txt:1: attitude_bandwidth 0 out of range (above 0 to 100)"},
+        {"\ndamping 1\n damping 1 # again\n", "g.txt:3: damping given twice (first on line 2)"},
+    };
+    for (auto const& c : acase) {
+        GuidanceSettings gs;
+        std::string szErr;
+        EXPECT_FALSE(bParseGuidanceText(&gs, c.szText, "g.txt", &szErr)) << c.szText;
+        EXPECT_EQ(szErr, c.szErr);
+    }
+    GuidanceSettings gs;
+    std::string szErr;
+    ASSERT_TRUE(bParseGuidanceText(&gs, "control_rate 25 # Hz\nlanding_height 0\n", "g.txt", &szErr));
+    EXPECT_EQ(gs.fHzControl, 25.0);
+    EXPECT_EQ(gs.fZfLanding, 0.0);
+    EXPECT_EQ(gs.fZeta, GuidanceSettings().fZeta);
 }
 
 // A command source that lets the real law run and watches the driver: the
