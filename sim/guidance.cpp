@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <limits>
@@ -59,55 +60,86 @@ std::string szNum(double f) {
 // ---- the schedule as smooth functions of time --------------------------------------
 
 // Values y_i at times t_i (i = 1..n), interpolated by the cubic through the
-// four rows around t (Lagrange form; three, two or one row near the ends
-// of short tables). Where those rows' times are not strictly increasing it
-// falls back to the straight line between the bracketing rows, or to the
-// row itself. Zero outside [t_1, t_n], as for the schedule look-up of `s`.
+// four rows around t (three, two or one row near the ends of short tables).
+// Where those rows' times are not strictly increasing it falls back to the
+// straight line between the bracketing rows, or to the row itself. Zero
+// outside [t_1, t_n], as for the schedule look-up of `s`.
+//
+// Each interval's cubic is kept in Newton form over its four nodes x0..x3,
+//   p(t) = c0 + (t - x0) (c1 + (t - x1) (c2 + (t - x2) c3)),
+// with the divided differences c computed once; the interval of the last
+// look-up is tried first (the reference asks for times in order).
 class SmoothTable {
 public:
-    SmoothTable(std::vector<double> const& arTi, std::vector<double> const& arY)
-        : arT(arTi), arV(arY) {}
+    SmoothTable(std::vector<double> const& arTi, std::vector<double> const& arY) : arT(arTi) {
+        const std::size_t n = arT.size();
+        if (n == 1) fY1 = arY[0];
+        arPiece.resize(n > 1 ? n - 1 : 0);
+        for (std::size_t i = 0; i + 1 < n; i++) {
+            Piece& pc = arPiece[i];
+            const double tLo = arT[i], tHi = arT[i + 1];
+            if (!(tHi > tLo)) {
+                pc = Piece{{tLo, tLo, tLo}, {arY[i + 1], 0.0, 0.0, 0.0}};
+                continue;
+            }
+            std::size_t j0 = i > 0 ? i - 1 : 0;
+            std::size_t j3 = std::min(j0 + 3, n - 1);
+            j0 = j3 >= 3 ? j3 - 3 : 0;
+            bool bIncreasing = j3 - j0 >= 2;
+            for (std::size_t j = j0; j < j3; j++)
+                if (!(arT[j + 1] > arT[j])) bIncreasing = false;
+            if (!bIncreasing) {
+                // The straight line: c0 + (t - tLo) c1.
+                pc = Piece{{tLo, tHi, tHi}, {arY[i], (arY[i + 1] - arY[i]) / (tHi - tLo), 0.0, 0.0}};
+                continue;
+            }
+            // Divided differences over the (up to four) nodes.
+            const std::size_t m = j3 - j0 + 1;
+            double ax[4] = {}, ac[4] = {};
+            for (std::size_t k = 0; k < m; k++) {
+                ax[k] = arT[j0 + k];
+                ac[k] = arY[j0 + k];
+            }
+            for (std::size_t l = 1; l < m; l++)
+                for (std::size_t k = m - 1; k >= l; k--) ac[k] = (ac[k] - ac[k - 1]) / (ax[k] - ax[k - l]);
+            pc = Piece{{ax[0], ax[1], ax[2]}, {ac[0], ac[1], m > 2 ? ac[2] : 0.0, m > 3 ? ac[3] : 0.0}};
+        }
+    }
 
     double fAt(double t) const {
-        const Long n = static_cast<Long>(arT.size());
-        if (n == 0 || t < arT[0] || t > arT[static_cast<std::size_t>(n - 1)]) return 0.0;
-        Long iLo = 0, iHi = n - 1;
-        while (iHi - iLo > 1) {
-            const Long i = (iLo + iHi) / 2;
-            if (arT[static_cast<std::size_t>(i)] > t)
-                iHi = i;
-            else
-                iLo = i;
+        const std::size_t n = arT.size();
+        if (n == 0 || t < arT[0] || t > arT[n - 1]) return 0.0;
+        if (n == 1) return fY1;
+        std::size_t i = iHint;
+        if (!(i + 1 < n && arT[i] <= t && t < arT[i + 1])) {
+            if (i + 2 < n && arT[i + 1] <= t && t < arT[i + 2]) {
+                i += 1;
+            } else {
+                std::size_t iLo = 0, iHi = n - 1;
+                while (iHi - iLo > 1) {
+                    const std::size_t iMid = (iLo + iHi) / 2;
+                    if (arT[iMid] > t)
+                        iHi = iMid;
+                    else
+                        iLo = iMid;
+                }
+                i = iLo;
+            }
+            iHint = i;
         }
-        const double tLo = fT(iLo), tHi = fT(iHi);
-        if (!(tHi > tLo)) return fV(iHi);
-        Long j0 = iLo - 1;
-        if (j0 < 0) j0 = 0;
-        Long j3 = j0 + 3;
-        if (j3 > n - 1) j3 = n - 1;
-        j0 = j3 - 3;
-        if (j0 < 0) j0 = 0;
-        bool bIncreasing = true;
-        for (Long j = j0; j < j3; j++)
-            if (!(fT(j + 1) > fT(j))) bIncreasing = false;
-        if (!bIncreasing || j3 - j0 < 2) {
-            const double fB = (t - tLo) / (tHi - tLo);
-            return (1.0 - fB) * fV(iLo) + fB * fV(iHi);
-        }
-        double fSum = 0.0;
-        for (Long j = j0; j <= j3; j++) {
-            double fL = 1.0;
-            for (Long l = j0; l <= j3; l++)
-                if (l != j) fL *= (t - fT(l)) / (fT(j) - fT(l));
-            fSum += fL * fV(j);
-        }
-        return fSum;
+        Piece const& pc = arPiece[i];
+        return pc.ac[0] + (t - pc.ax[0]) * (pc.ac[1] + (t - pc.ax[1]) * (pc.ac[2] + (t - pc.ax[2]) * pc.ac[3]));
     }
 
 private:
-    double fT(Long i) const { return arT[static_cast<std::size_t>(i)]; }
-    double fV(Long i) const { return arV[static_cast<std::size_t>(i)]; }
-    std::vector<double> arT, arV;
+    struct Piece {
+        double ax[3];
+        double ac[4];
+    };
+    std::vector<double> arT;
+    std::vector<Piece> arPiece;
+    double fY1 = 0.0;
+    mutable std::size_t iHint = 0;
 };
 
 // The plan's dynamics (the inverse dynamics of the plan analysis, run
@@ -407,9 +439,9 @@ GuidanceRef::GuidanceRef(A1Val<double> const& arFTiCmd, A1Val<double> const& arF
     if (fTiEnd - fTiIC > 3600.0) fTiEnd = fTiIC + 3600.0;
 
     // 2. Integrate from the start to the plan's end, keeping every update
-    // time; steps of at most 5 ms that divide the control period.
+    // time; steps of at most 10 ms that divide the control period.
     double as[6] = {st0.fXf, st0.fZf, st0.fVeXf, st0.fVeZf, st0.fPitch, st0.fPitchDot};
-    const Long nSub = static_cast<Long>(std::ceil(fDTiCtl / 0.005 - 1e-9));
+    const Long nSub = static_cast<Long>(std::ceil(fDTiCtl / 0.01 - 1e-9));
     const Long kLast = static_cast<Long>(std::floor((fTiEnd - fTiIC) / fDTiCtl + 1e-9));
     const double fTiBlend = fTiEnd - std::fmin(gs.fDTiLanding, fTiEnd - fTiIC);
     const double fTauBlend = fTiEnd - fTiBlend;
@@ -442,7 +474,7 @@ GuidanceRef::GuidanceRef(A1Val<double> const& arFTiCmd, A1Val<double> const& arF
         const double tK = fTiUpdate(kLast);
         const double h = fTiEnd - tK;
         if (h > 0.0) {
-            const Long n = static_cast<Long>(std::ceil(h / 0.005));
+            const Long n = static_cast<Long>(std::ceil(h / 0.01));
             for (Long i = 0; i < n; i++)
                 dyn.step(as, tK + static_cast<double>(i) * h / static_cast<double>(n),
                          h / static_cast<double>(n), fTiFirst);
