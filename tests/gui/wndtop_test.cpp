@@ -141,7 +141,7 @@ void WndTopTest::menuHasTheCommandsWithTheirLetters() {
         // No key is bound: the pane alone decides what a typed letter does.
         QVERIFY(pact->shortcut().isEmpty());
     }
-    QCOMPARE(szLetters, QString("psrilfc"));
+    QCOMPARE(szLetters, QString("psgrilfc"));
     QVERIFY(wnd.findChild<QAction*>("actExit") != nullptr);
     QVERIFY(wnd.findChild<QAction*>("actAbout") != nullptr);
 }
@@ -153,8 +153,10 @@ void WndTopTest::commandsMenuRunsTheSameCode() {
     QVERIFY(QTest::qWaitForWindowExposed(&wnd));
     wnd.findChild<QAction*>("actCommand_p")->trigger();
     QCOMPARE(szFile("fltplan.txt"), szFile(szTestData("reference/plan/hop_short/expected/fltplan.txt")));
+    wnd.findChild<QAction*>("actCommand_g")->trigger();
+    QVERIFY(bFileExists("results.txt") && bFlightGuided);
     wnd.findChild<QAction*>("actCommand_s")->trigger();
-    QVERIFY(bFileExists("results.txt"));
+    QVERIFY(bFileExists("results.txt") && !bFlightGuided);
     QVERIFY(bPath && bDisplayPath && !bDisplayState && !bDisplayRunPath);
     wnd.findChild<QAction*>("actCommand_l")->trigger();
     QCOMPARE(szFile("traj1l.txt"), szFile(szTestData("reference/plan/hop_short/expected/traj1l.txt")));
