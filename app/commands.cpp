@@ -46,6 +46,21 @@ void cmdSimulate(CmdHost& host) {
     host.invalidate();
 }
 
+// The landing of a guided flight, one line on standard output, e.g.
+// "guided flight: touchdown at 5.54 s, vertical -0.42 m/s, horizontal
+// -0.03 m/s; stopped (rest) at 7.35 s; 0.879 kg of propellant left".
+void printGuidedReport(std::FILE* pfile, SimReport const& report, double fTiLast) {
+    if (report.bTouchdown)
+        std::fprintf(pfile, "guided flight: touchdown at %.2f s, vertical %.2f m/s, horizontal %.2f m/s",
+                     report.fTiTouchdown, report.fVeZfTouchdown, report.fVeXfTouchdown);
+    else
+        std::fprintf(pfile, "guided flight: no touchdown");
+    std::fprintf(pfile, "; stopped (%s) at %.2f s; %.3f kg of propellant left%s\n",
+                 szSimStop(report.stop), fTiLast, report.fMsPropLeft,
+                 report.bRanDry ? "; ran dry in the air" : "");
+    std::fflush(pfile);
+}
+
 // g: fly fltplan.txt guided (the settings of guidance.txt) and write
 // results.txt. A bad guidance.txt is a message, and nothing is flown.
 void cmdGuidedSimulate(CmdHost& host) {
@@ -58,13 +73,16 @@ void cmdGuidedSimulate(CmdHost& host) {
     fSTiSim = 0.0;
     stvehicle3dof = stvehicle3dof0;
     deleteStoredRun(&arFTiData, &arPStvehicle);
-    if (!bFlyGuidedScheduleFile("fltplan.txt", "guidance.txt", &arFTiData, &arPStvehicle, &szErr)) {
+    SimReport report;
+    if (!bFlyGuidedScheduleFile("fltplan.txt", "guidance.txt", &arFTiData, &arPStvehicle, &szErr,
+                                &report)) {
         // guidance.txt changed under us: no run.
         bPath = false;
         host.showMessage(MsgOwner::Program, szErr.c_str());
         return;
     }
     writeResultsTxt("results.txt", arFTiData, arPStvehicle);
+    printGuidedReport(stdout, report, arFTiData[arFTiData.iLast()]);
     bFlightGuided = true;
     bPath = true;
     bDisplayRunPath = false;

@@ -174,9 +174,12 @@ TEST_F(BatchTest, GuidedSimulateLikeSimulateAndABadGuidanceFileFliesNothing) {
     auto r = runKeys("g", szDir);
     EXPECT_EQ(r.iExit, rS.iExit);
     EXPECT_EQ(r.szErr, rS.szErr);
-    writeFile("traj1r.txt", readFile(VT_EXAMPLES "/traj1r.txt"));
+    writeFile("traj1r.txt", readFile(VT_EXAMPLES "/guided_hop/traj1r.txt"));
     r = runKeys("pg", szDir);
     EXPECT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_EQ(r.szOut.substr(r.szOut.rfind("guided flight:")),
+              "guided flight: touchdown at 5.54 s, vertical -0.42 m/s, horizontal -0.03 m/s; "
+              "stopped (rest) at 7.35 s; 0.879 kg of propellant left\n");
     const std::string szResults = readFile("results.txt");
     EXPECT_EQ(szResults.substr(0, szResults.find('\n') + 1),
               "     ti      Xf      Zf     Pitch   VeXf    VeZf  PitchDot  Ms     ThCmd   ThAct   "
