@@ -392,10 +392,36 @@ void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains con
         fT = std::isfinite(ref.fFcThrust) ? ref.fFcThrust : 0.0;
         fM = 0.0;
     }
-    // 4. Within the vehicle: thrust first, then the moment it leaves room for.
+    // 4. Within the vehicle. The thrust is clamped to [0, max]. Attitude
+    // comes first: near full thrust the thrusters leave little room for a
+    // moment (thruster 3 reaches its share when M = 0.8 (Tmax - T)/3, the
+    // pair theirs when -M = 1.6 (Tmax - T)/3: a limit falling with the
+    // thrust), so when the moment asked for is beyond that falling limit,
+    // the thrust gives way just enough to make room for it:
+    //   T = Tmax - 3 |M| / arm_s   (arm_s = 0.8 m up, 1.6 m down),
+    // but never below the thrust where the falling limit meets the rising
+    // one (a T, with a = min(lever arm, 2 * 0.8 / 3) up, min(lever arm,
+    // 0.8 / 3) down, or the largest moment), which leaves the most room:
+    //   a T = arm_s (Tmax - T) / 3  =>  T = arm_s Tmax / (3 a + arm_s).
+    // Then the moment is clamped to what that thrust leaves.
     fT = fClamp(fT, 0.0, vehicle.fFcThrustMax);
     double fLo = 0.0, fHi = 0.0;
     mmPitchRangeAtFFc(&fLo, &fHi, fT, vehicle);
+    if (fM > fHi || fM < fLo) {
+        const bool bUp = fM > fHi;
+        const double fArmFall = bUp ? fArmThrusters : 2.0 * fArmThrusters;
+        const double fARise =
+            std::fmin(vehicle.fMmOvFcMax, (bUp ? 2.0 : 1.0) * fArmThrusters / 3.0);
+        const double fTMax = vehicle.fFcThrustMax;
+        double fTPeak = fArmFall * fTMax / (3.0 * fARise + fArmFall);
+        if (fARise * fTPeak > vehicle.fMmPitchMax)
+            fTPeak = fTMax - 3.0 * vehicle.fMmPitchMax / fArmFall;
+        if (fT > fTPeak) {
+            const double fTNeed = fTMax - 3.0 * std::fabs(fM) / fArmFall;
+            fT = std::fmax(fTPeak, std::fmin(fT, fTNeed));
+            mmPitchRangeAtFFc(&fLo, &fHi, fT, vehicle);
+        }
+    }
     *pfFcThrustCmd = fT;
     *pfMmPitchCmd = fClamp(fM, fLo, fHi);
 }

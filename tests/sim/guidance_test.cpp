@@ -132,6 +132,12 @@ TEST(Guidance, CommandsStayWithinTheThrustersAndSitOnTheLimitTheyBreak) {
         {{0, -50, 0, -10, 0, 0}, 2.5 * g, fTMax, 0.0},
         {{0, -50, 0, -10, 0, 0}, 0.0, 2.0 * fTHover, 0.0},  // at hover: at most g more
         {{0, 50, 0, 10, 0, 0}, 0.0, 0.0, 0.0},  // far above: no thrust, so no moment
+        // Climbing hard and tipped 0.3 rad: attitude first. The thrust gives
+        // way to where the room for a moment of that sign is largest: up,
+        // where 0.4 T = 0.8 (Tmax - T)/3 (T = 0.4 Tmax); down, where
+        // 0.8 T/3 = 1.6 (Tmax - T)/3 (T = 2/3 Tmax).
+        {{0, 0, 0, 0, -0.3, 0}, 2.5 * g, 0.4 * fTMax, 0.16 * fTMax},
+        {{0, 0, 0, 0, 0.3, 0}, 2.5 * g, 2.0 / 3.0 * fTMax, -0.8 * 2.0 / 9.0 * fTMax},
         // Tipped 1 rad: the thrust is the force along the body axis; the
         // moment back is limited by thruster 3 reaching 0 (one way) and by
         // the 0.4 m lever arm (the other way).
