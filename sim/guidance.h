@@ -116,8 +116,9 @@ struct GuidanceMeas {
 
 // The law: commands from the reference point and the measured state. The
 // result always lies within the vehicle's limits: thrust in [0,
-// fFcThrustMax], then the moment in mmPitchRangeAtFFc of that thrust. With
-// a non-finite input it is the plan's thrust (clamped) and no moment.
+// fFcThrustMax] (lowered near full thrust when the moment needs the room:
+// attitude first), then the moment in mmPitchRangeAtFFc of that thrust.
+// With a non-finite input it is the plan's thrust (clamped) and no moment.
 void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains const& gains,
                   GuidanceRefPoint const& ref, GuidanceMeas const& meas, Vehicle const& vehicle,
                   double fAcG);
