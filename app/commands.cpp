@@ -1,6 +1,7 @@
 // The key commands of the program window (see commands.h).
 #include "app/commands.h"
 
+#include <cmath>
 #include <cstdio>
 
 #include "plan/planstate.h"
@@ -55,8 +56,10 @@ void printGuidedReport(std::FILE* pfile, SimReport const& report, double fTiLast
                      report.fTiTouchdown, report.fVeZfTouchdown, report.fVeXfTouchdown);
     else
         std::fprintf(pfile, "guided flight: no touchdown");
+    // A run that burnt out ends a hair below the empty mass: shown as 0.
+    const double fMsLeft = std::fabs(report.fMsPropLeft) < 0.0005 ? 0.0 : report.fMsPropLeft;
     std::fprintf(pfile, "; stopped (%s) at %.2f s; %.3f kg of propellant left%s\n",
-                 szSimStop(report.stop), fTiLast, report.fMsPropLeft,
+                 szSimStop(report.stop), fTiLast, fMsLeft,
                  report.bRanDry ? "; ran dry in the air" : "");
     std::fflush(pfile);
 }
