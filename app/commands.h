@@ -4,8 +4,9 @@
 // a repaint, run the replay timer, capture the pane).
 //
 // Keys: p/P plan, s/S simulate, r/R replay toggle, i/I first state, l listing,
-// f flight plan, c/C capture. `l` and `f` react to the lower-case letter only;
-// the other five accept both cases. Every other character is ignored.
+// f flight plan, c/C capture, d hop design (plan/design.h). `l`, `f` and `d`
+// react to the lower-case letter only; the other five accept both cases.
+// Every other character is ignored.
 #pragma once
 
 #include "core/array.h"
