@@ -277,15 +277,27 @@ struct Problem {
     bool bBest = false;
     double fObjBest = 0.0;
     std::vector<double> vecVBest;
+    double fBreachLeast = 0.0;
+    std::vector<double> vecVLeast;
     void keepIfBest() {
-        if (!trialLast.bOk || (bBest && objLast >= fObjBest)) return;
+        if (!trialLast.bOk) return;
         const std::size_t nPt = trialLast.vecT.size();
-        const double fFloorScaled = fFFloor / fFShare;
-        for (std::size_t i = 0; i < nPt; i++) {
-            const double* pc = &vecConsLast[4 * i];
-            if (pc[0] > 1e-6 || pc[1] > 1e-6 || pc[2] > fFloorScaled || pc[3] > fFloorScaled)
-                return;
+        // The largest breach, each limit scaled as in the constraints.
+        double fBreach = 0.0;
+        for (std::size_t i = 0; i < nPt; i++)
+            fBreach = std::max({fBreach, vecConsLast[4 * i], vecConsLast[4 * i + 1],
+                                -trialLast.vecF12Lo[i] / fFShare, -trialLast.vecF3[i] / fFShare});
+        for (std::size_t i = 4 * nPt; i < nCons; i++) fBreach = std::max(fBreach, vecConsLast[i]);
+        if (vecVLeast.empty() || fBreach < fBreachLeast) {
+            fBreachLeast = fBreach;
+            vecVLeast = vecVLast;
         }
+        if (bBest && objLast >= fObjBest) return;
+        const double fFCeiling = fFLimit + 1e-6 * fFShare;
+        for (std::size_t i = 0; i < nPt; i++)
+            if (trialLast.vecF12Hi[i] > fFCeiling || trialLast.vecF3[i] > fFCeiling ||
+                trialLast.vecF12Lo[i] < 0.0 || trialLast.vecF3[i] < 0.0)
+                return;
         for (std::size_t i = 4 * nPt; i < nCons; i++)
             if (vecConsLast[i] > 1e-6) return;
         bBest = true;
@@ -375,10 +387,6 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
 // thrusters' floor, which the plan check holds exactly.
 constexpr double fFAboveTol = 1e-6;  // of a share
 constexpr double fZShortTol = 1e-6;  // m
-
-double fBreachScaled(const Problem& prob, const Breaches& br) {
-    return std::max({br.fFAbove / prob.fFShare, br.fFBelow / prob.fFShare, br.fZShort});
-}
 
 bool bWithinLimits(const Problem& prob, const Breaches& br) {
     return br.fFAbove <= fFAboveTol * prob.fFShare && br.fFBelow == 0.0 &&
@@ -491,75 +499,34 @@ DesignResult designHop(const HopSpec& spec) {
     // linearisation far from the answer says little. So the floor starts
     // well above zero, where every limit is smooth, and comes down in steps,
     // each solve starting from the last answer.
-    const double afFloor[] = {0.25, 0.12, 0.05, 0.015, 1e-4, 1e-4, 1e-4};
+    const double afFloor[] = {0.25, 0.12, 0.05, 0.015, 1e-4};
     for (double fFloor : afFloor) {
         prob.fFFloor = fFloor * prob.fFShare;
         prob.vecVLast.clear();  // the constraints changed: no cached values
         std::unique_ptr<nlopt_opt_s, NloptDeleter> opt(
-            nlopt_create(std::getenv("VT_ALG") ? static_cast<nlopt_algorithm>(std::atoi(std::getenv("VT_ALG"))) : NLOPT_LD_SLSQP, static_cast<unsigned>(prob.nVar)));
+            nlopt_create(NLOPT_LD_SLSQP, static_cast<unsigned>(prob.nVar)));
         std::vector<double> vecTol(prob.nCons, 1e-9);
         nlopt_set_lower_bounds(opt.get(), vecLo.data());
         nlopt_set_upper_bounds(opt.get(), vecHi.data());
         nlopt_set_min_objective(opt.get(), fObjective, &prob);
         nlopt_add_inequality_mconstraint(opt.get(), prob.nCons, constraints, &prob, vecTol.data());
-        nlopt_set_ftol_rel(opt.get(), std::getenv("VT_FTOL") ? std::atof(std::getenv("VT_FTOL")) : 1e-10);
-        nlopt_set_xtol_rel(opt.get(), std::getenv("VT_XTOL") ? std::atof(std::getenv("VT_XTOL")) : 1e-8);
+        nlopt_set_ftol_rel(opt.get(), 1e-10);
+        nlopt_set_xtol_rel(opt.get(), 1e-8);
         nlopt_set_maxeval(opt.get(), 150);
+        // Whatever the optimiser says of its end (converged, stopped at the
+        // count, stuck in rounding), the points it tried are what counts:
+        // the best of them is kept as they come.
         double fObjStage = 0.0;
-        const nlopt_result res = nlopt_optimize(opt.get(), vecV.data(), &fObjStage);
-        if (std::getenv("VT_DESIGN_DEBUG") != nullptr) {
-            std::fprintf(stderr, "floor %.4f nlopt %d iter %ld eval %ld obj %.6f T %.4f\n", fFloor,
-                         static_cast<int>(res), static_cast<long>(prob.nIter),
-                         static_cast<long>(prob.nEval), fObjStage, prob.fTiFlight(vecV.data()));
-            Trial tr;
-            std::vector<double> vc(prob.nCons);
-            double fo;
-            prob.valuesAt(vecV.data(), &fo, vc.data(), &tr);
-            for (unsigned i = 0; i < prob.nCons; i++)
-                if (vc[i] > -1e-4) {
-                    unsigned ns = static_cast<unsigned>(prob.nSampleExpected + 1);
-                    if (i < 4 * ns) std::fprintf(stderr, " F%u@%u(%.3f)", i % 4, i / 4, vc[i]);
-                    else std::fprintf(stderr, " C@%u(%.3f)", i - 4 * ns + 1, vc[i]);
-                }
-            std::fprintf(stderr, "\n");
-        }
-    }
-    double fObj = 0.0;
-    if (prob.bBest) vecV = prob.vecVBest;
-    if (std::getenv("VT_GRADCHECK") != nullptr) {
-        prob.vecVLast.clear();
-        prob.update(vecV.data(), true);
-        std::vector<double> g(prob.vecGradObjLast);
-        const unsigned ns = static_cast<unsigned>(prob.nSampleExpected + 1);
-        for (double h : {1e-4, 1e-5, 1e-6}) {
-            std::fprintf(stderr, "h=%g:", h);
-            double ferr = 0, cerr = 0;
-            for (std::size_t j = 0; j < vecV.size(); j++) {
-                std::vector<double> vp(vecV), vm(vecV);
-                vp[j] += h; vm[j] -= h;
-                Trial t1, t2; std::vector<double> c1(prob.nCons), c2(prob.nCons); double f1, f2;
-                prob.valuesAt(vp.data(), &f1, c1.data(), &t1);
-                prob.valuesAt(vm.data(), &f2, c2.data(), &t2);
-                const double gc = (f1 - f2) / (2 * h);
-                ferr = std::max(ferr, std::fabs(gc - g[j]));
-                for (unsigned i = 0; i < prob.nCons; i++) {
-                    const double d = std::fabs((c1[i] - c2[i]) / (2 * h) - prob.vecJacLast[i * vecV.size() + j]);
-                    if (d > cerr) { cerr = d; if (d > 1e-3) std::fprintf(stderr, " [c%u(%u,%u) j%zu %.3g vs %.3g]", i, i < 4*ns ? i%4 : 9, i<4*ns? i/4 : i-4*ns, j, (c1[i] - c2[i]) / (2 * h), prob.vecJacLast[i * vecV.size() + j]); }
-                }
-            }
-            std::fprintf(stderr, " obj grad err %.3g cons jac err %.3g\n", ferr, cerr);
-        }
-        for (double gj : g) std::fprintf(stderr, "%.4g ", gj);
-        std::fprintf(stderr, "\n");
+        (void)nlopt_optimize(opt.get(), vecV.data(), &fObjStage);
     }
 
-    if (std::getenv("VT_DUMP") != nullptr) {
-        std::FILE* pf = std::fopen(std::getenv("VT_DUMP"), "w");
-        for (double f : prob.vecFParamFm(vecV.data())) std::fprintf(pf, "%.17g ", f);
-        std::fprintf(pf, "\n");
-        std::fclose(pf);
-    }
-    // The optimiser's answer, judged on its own trial.
+    // The answer: the least-propellant hop within the limits, or else the
+    // hop that broke them least, to name the limit that binds.
+    double fObj = 0.0;
+    if (prob.bBest)
+        vecV = prob.vecVBest;
+    else if (!prob.vecVLeast.empty())
+        vecV = prob.vecVLeast;
     Trial trial;
     std::vector<double> vecC(prob.nCons);
     prob.valuesAt(vecV.data(), &fObj, vecC.data(), &trial);
@@ -597,13 +564,15 @@ DesignResult designHop(const HopSpec& spec) {
     result.fFThrusterMax = trial.fFThrusterMax;
     result.fFThrusterShare = prob.fFShare;
     result.fFThrusterLimit = prob.fFLimit;
-    (void)fBreachScaled;
     return result;
 }
 
 void printDesignSummary(std::FILE* pfile, const DesignResult& r) {
     std::fputs("\nDESIGN\n", pfile);
-    std::fprintf(pfile, "    target x, z        = %10.4lf %10.4lf\n", r.fXTarget, r.fZTarget);
+    // + 0.0: the far plain is at height 0 only to rounding, and -0 would
+    // print as "-0.0000".
+    std::fprintf(pfile, "    target x, z        = %10.4lf %10.4lf\n", r.fXTarget + 0.0,
+                 std::fabs(r.fZTarget) < 5e-5 ? 0.0 : r.fZTarget);
     std::fprintf(pfile, "    flight time        = %10.4lf (%s)\n", r.fTiFlight,
                  r.bTimeFree ? "free" : "given");
     std::fprintf(pfile, "    propellant mass    = %10.4lf\n", r.fMsProp);

@@ -11,7 +11,7 @@
 //                       touchdown (default 0.10)
 //   clearance           the least height over the terrain between take-off
 //                       and touchdown, m (default 0.5)
-//   waypoints           the number of interior waypoints (default 5)
+//   waypoints           the number of interior waypoints (default 10)
 #pragma once
 
 #include <string>
@@ -25,12 +25,12 @@ struct HopSpec {
     double fThrusterMargin = 0.15;
     double fPropReserve = 0.10;
     double fClearance = 0.5;       // m
-    Long nWptInterior = 5;
+    Long nWptInterior = 10;
 };
 
 // Limits on the numbers of a hop file.
 constexpr Long nWptInteriorMin = 2;
-constexpr Long nWptInteriorMax = 24;
+constexpr Long nWptInteriorMax = 20;
 
 // Reads a hop file. Needs the ground and the initial state (initParams).
 // False on any problem, with *pszError one line (no newline) naming the
