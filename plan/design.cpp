@@ -45,6 +45,9 @@ struct Trial {
     double fFThrusterMax = 0.0;
     std::vector<double> vecT, vecX, vecZ;
     std::vector<double> vecF12Hi, vecF12Lo, vecF3;  // thrusters 1 and 2 (a pair), 3
+    // The pitch moment less what the vehicle can turn with the thrust
+    // (fMmOvFcMax times the thrust magnitude the flight plan carries), N m.
+    std::vector<double> vecMmOver;
 };
 
 bool bVdfFinite(const Vd<double>& vdf) {
@@ -103,7 +106,7 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
         return;
     const std::size_t nPt = static_cast<std::size_t>(nSample + 1);
     for (auto* pvec : {&ptrial->vecT, &ptrial->vecX, &ptrial->vecZ, &ptrial->vecF12Hi,
-                       &ptrial->vecF12Lo, &ptrial->vecF3})
+                       &ptrial->vecF12Lo, &ptrial->vecF3, &ptrial->vecMmOver})
         pvec->resize(nPt);
     for (Long i = 0; i <= nSample; i++) {
         const std::size_t k = static_cast<std::size_t>(i);
@@ -118,6 +121,9 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
         ptrial->vecF12Hi[k] = std::max(afF[0], afF[1]);
         ptrial->vecF12Lo[k] = std::min(afF[0], afF[1]);
         ptrial->vecF3[k] = afF[2];
+        const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
+        ptrial->vecMmOver[k] =
+            vdfM[2] - fMmOvFcMax * std::sqrt(vdfF[1] * vdfF[1] + vdfF[3] * vdfF[3]);
     }
     ptrial->fMsProp = fMsProp;
     ptrial->fFThrusterMin = fFMin;
@@ -133,6 +139,10 @@ bool bZGndAt(double x, double* pzGnd) {
     double fXGnd = 0.0, fYGnd = 0.0;
     return bPtOnGndAtXY(&fXGnd, &fYGnd, pzGnd, x, 0.0, &arPArPPtVtxPgnGnd) && std::isfinite(*pzGnd);
 }
+
+// Limits per sample: thruster pair and thruster 3 under the ceiling, both
+// over the floor, the moment within what the thrust can give.
+constexpr std::size_t nConsPerSample = 5;
 
 // The optimiser's variables are scaled to order one: interior waypoint k
 // (1..K) at x0 + dx * v[2k-2], z0 + fLZ * v[2k-1]; the flight time, when
@@ -188,9 +198,9 @@ struct Problem {
         return std::min({spec.fClearance, std::fabs(x - fX0), std::fabs(x - fXT)});
     }
 
-    // Constraints c <= 0, each scaled to order one (forces by the share,
-    // heights by 1 m): per sample the pair high, 3 high, pair low, 3 low;
-    // then the clearance of samples 1..N-1 (the end samples are the fixed
+    // Constraints c <= 0, each scaled to order one (forces and moments by
+    // the share, heights by 1 m): per sample the pair high, 3 high, pair
+    // low, 3 low, the moment; then the clearance of samples 1..N-1 (the end samples are the fixed
     // end points themselves).
     void constraintsFm(const Trial& trial, double* pc) const {
         const std::size_t nPt = trial.vecT.size();
@@ -200,6 +210,7 @@ struct Problem {
             pc[j++] = (trial.vecF3[i] - fFLimit) / fFShare;
             pc[j++] = (fFFloor - trial.vecF12Lo[i]) / fFShare;
             pc[j++] = (fFFloor - trial.vecF3[i]) / fFShare;
+            pc[j++] = trial.vecMmOver[i] / fFShare;
         }
         for (std::size_t i = 1; i + 1 < nPt; i++) {
             double fZGnd = 0.0;
@@ -285,9 +296,12 @@ struct Problem {
         // The largest breach, each limit scaled as in the constraints.
         double fBreach = 0.0;
         for (std::size_t i = 0; i < nPt; i++)
-            fBreach = std::max({fBreach, vecConsLast[4 * i], vecConsLast[4 * i + 1],
-                                -trialLast.vecF12Lo[i] / fFShare, -trialLast.vecF3[i] / fFShare});
-        for (std::size_t i = 4 * nPt; i < nCons; i++) fBreach = std::max(fBreach, vecConsLast[i]);
+            fBreach = std::max({fBreach, vecConsLast[nConsPerSample * i],
+                                vecConsLast[nConsPerSample * i + 1],
+                                -trialLast.vecF12Lo[i] / fFShare, -trialLast.vecF3[i] / fFShare,
+                                vecConsLast[nConsPerSample * i + 4]});
+        for (std::size_t i = nConsPerSample * nPt; i < nCons; i++)
+            fBreach = std::max(fBreach, vecConsLast[i]);
         if (vecVLeast.empty() || fBreach < fBreachLeast) {
             fBreachLeast = fBreach;
             vecVLeast = vecVLast;
@@ -296,9 +310,10 @@ struct Problem {
         const double fFCeiling = fFLimit + 1e-6 * fFShare;
         for (std::size_t i = 0; i < nPt; i++)
             if (trialLast.vecF12Hi[i] > fFCeiling || trialLast.vecF3[i] > fFCeiling ||
-                trialLast.vecF12Lo[i] < 0.0 || trialLast.vecF3[i] < 0.0)
+                trialLast.vecF12Lo[i] < 0.0 || trialLast.vecF3[i] < 0.0 ||
+                trialLast.vecMmOver[i] > 1e-6 * fFShare)
                 return;
-        for (std::size_t i = 4 * nPt; i < nCons; i++)
+        for (std::size_t i = nConsPerSample * nPt; i < nCons; i++)
             if (vecConsLast[i] > 1e-6) return;
         bBest = true;
         fObjBest = objLast;
@@ -338,6 +353,8 @@ struct Breaches {
     double fFBelow = 0.0;  // N below zero
     Long iThrusterBelow = 0;
     double fFBelowValue = 0.0, fTiBelow = 0.0;
+    double fMmOver = 0.0;  // N m above what the thrust can turn with
+    double fMmValue = 0.0, fTiMm = 0.0, fFcMm = 0.0;
     double fZShort = 0.0;  // m short of the clearance owed
     double fHeight = 0.0, fXShort = 0.0, fTiShort = 0.0, fReq = 0.0;
     double fClearanceMin = 1e300;  // least height over the terrain beyond the ramps
@@ -363,6 +380,14 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
             br.iThrusterBelow = bPairLow ? 1 : 3;
             br.fFBelowValue = fFLow;
             br.fTiBelow = fT;
+        }
+        if (trial.vecMmOver[i] > br.fMmOver) {
+            br.fMmOver = trial.vecMmOver[i];
+            br.fTiMm = fT;
+            // The moment and the thrust it is measured against, recovered
+            // from the thrusters: F3 - F1 = 1.5 M / 0.8, F1 + F2 + F3 = |F|.
+            br.fFcMm = trial.vecF12Hi[i] + trial.vecF12Lo[i] + trial.vecF3[i];
+            br.fMmValue = trial.vecMmOver[i] + fMmOvFcMax * br.fFcMm;
         }
         if (i == 0 || i + 1 == nPt) continue;
         double fZGnd = 0.0;
@@ -390,7 +415,7 @@ constexpr double fZShortTol = 1e-6;  // m
 
 bool bWithinLimits(const Problem& prob, const Breaches& br) {
     return br.fFAbove <= fFAboveTol * prob.fFShare && br.fFBelow == 0.0 &&
-           br.fZShort <= fZShortTol;
+           br.fMmOver <= fFAboveTol * prob.fFShare && br.fZShort <= fZShortTol;
 }
 
 const char* szThrusters(Long iThruster) {
@@ -408,6 +433,12 @@ std::string szNoHop(const Problem& prob) {
 std::string szBindingLimit(const Problem& prob, const Breaches& br) {
     const double fAbove = br.fFAbove / prob.fFShare;
     const double fBelow = br.fFBelow / prob.fFShare;
+    const double fMm = br.fMmOver / prob.fFShare;
+    if (fMm > fAbove && fMm > fBelow && fMm > br.fZShort)
+        return szNoHop(prob) +
+               szFmt("the pitch moment needs %.4f N m at t = %.4f s, %.4f N m more than the "
+                     "thrust can give (%.4f N over a lever of %.4f m)",
+                     br.fMmValue, br.fTiMm, br.fMmOver, br.fFcMm, fMmOvFcMax);
     if (fAbove >= fBelow && fAbove >= br.fZShort)
         return szNoHop(prob) +
                szFmt("%s %.4f N at t = %.4f s, %.4f N above the share less the margin (%.4f N)",
@@ -462,62 +493,83 @@ DesignResult designHop(const HopSpec& spec) {
     // N = 5 (nX + nZ) with nX = nPt + 5 and nZ = nPt + 1 (plan/wptfpln.h).
     const Long nPt = nK + 2;
     prob.nSampleExpected = 5 * ((nPt + 5) + (nPt + 1));
-    prob.nCons = static_cast<unsigned>(4 * (prob.nSampleExpected + 1) + (prob.nSampleExpected - 1));
+    prob.nCons = static_cast<unsigned>(nConsPerSample * (prob.nSampleExpected + 1) +
+                                       (prob.nSampleExpected - 1));
 
-    // First guess. A ballistic hop at 45 degrees over the distance d takes
+    // First guesses. A ballistic hop at 45 degrees over the distance d takes
     // sqrt(2 d / g); a finite-thrust hop that starts and ends at rest needs
-    // longer, and half again is close to what the optimum takes. The arc
-    // rises a quarter of the distance (the 45-degree apex) above the higher
-    // end, plus the clearance.
-    prob.fTiFlightScale = spec.bTimeGiven ? spec.fTiFlight : 1.5 * std::sqrt(2.0 * fDist / fAcG);
-    const double fRise = 0.5 * std::fabs(prob.fZT - prob.fZ0) +
-                         fAcG * prob.fTiFlightScale * prob.fTiFlightScale / 40.0 + spec.fClearance;
-    std::vector<double> vecV(static_cast<std::size_t>(prob.nVar));
-    std::vector<double> vecLo(vecV.size()), vecHi(vecV.size());
+    // longer. The designs found take 1.3 to 1.6 times as long, from either
+    // side of which the search starts when the time is free: the landscape
+    // has more than one valley, and each start finds the one nearest to it.
+    // The arc rises above the mean of the ends by the clearance and so much
+    // that its middle falls at 0.8 g (the longer start) or 0.4 g (the
+    // shorter one), with thrust left over to turn the vehicle.
+    const double fTiBallistic = std::sqrt(2.0 * fDist / fAcG);
+    prob.fTiFlightScale = spec.bTimeGiven ? spec.fTiFlight : 1.5 * fTiBallistic;
+    struct Start {
+        double fTi;
+        double fAcMid;  // downward acceleration in the middle, of g
+    };
+    std::vector<Start> vecStart = {{prob.fTiFlightScale, 0.8}};
+    if (!spec.bTimeGiven) vecStart.push_back({1.2 * fTiBallistic, 0.4});
+    const std::size_t nVar = static_cast<std::size_t>(prob.nVar);
+    std::vector<double> vecV(nVar), vecLo(nVar), vecHi(nVar);
     const double fZLo = std::min(prob.fZ0, prob.fZT) - 20.0;
     const double fZHi = std::max(prob.fZ0, prob.fZT) + fDist + 20.0;
     for (Long k = 1; k <= nK; k++) {
-        const double u = static_cast<double>(k) / static_cast<double>(nK + 1);
         const std::size_t j = static_cast<std::size_t>(2 * k - 2);
-        vecV[j] = fS7(u);
-        vecV[j + 1] = ((prob.fZT - prob.fZ0) * fS5(u) + fRise * fBump(u)) / prob.fLZ;
         vecLo[j] = -0.5;
         vecHi[j] = 1.5;
         vecLo[j + 1] = (fZLo - prob.fZ0) / prob.fLZ;
         vecHi[j + 1] = (fZHi - prob.fZ0) / prob.fLZ;
     }
     if (!spec.bTimeGiven) {
-        const std::size_t j = static_cast<std::size_t>(2 * nK);
-        vecV[j] = 1.0;
-        vecLo[j] = 0.2;
-        vecHi[j] = 5.0;
+        vecLo[nVar - 1] = 0.2;
+        vecHi[nVar - 1] = 5.0;
     }
 
-    // Continuation on the thrusters' floor. Where the thrust falls towards
-    // zero the pitch needed to point it swings fast and the moment, which
-    // only thrust can give, with it: the limits turn stiff there and a
-    // linearisation far from the answer says little. So the floor starts
-    // well above zero, where every limit is smooth, and comes down in steps,
-    // each solve starting from the last answer.
-    const double afFloor[] = {0.25, 0.12, 0.05, 0.015, 1e-4};
-    for (double fFloor : afFloor) {
-        prob.fFFloor = fFloor * prob.fFShare;
-        prob.vecVLast.clear();  // the constraints changed: no cached values
-        std::unique_ptr<nlopt_opt_s, NloptDeleter> opt(
-            nlopt_create(NLOPT_LD_SLSQP, static_cast<unsigned>(prob.nVar)));
-        std::vector<double> vecTol(prob.nCons, 1e-9);
-        nlopt_set_lower_bounds(opt.get(), vecLo.data());
-        nlopt_set_upper_bounds(opt.get(), vecHi.data());
-        nlopt_set_min_objective(opt.get(), fObjective, &prob);
-        nlopt_add_inequality_mconstraint(opt.get(), prob.nCons, constraints, &prob, vecTol.data());
-        nlopt_set_ftol_rel(opt.get(), 1e-10);
-        nlopt_set_xtol_rel(opt.get(), 1e-8);
-        nlopt_set_maxeval(opt.get(), 150);
-        // Whatever the optimiser says of its end (converged, stopped at the
-        // count, stuck in rounding), the points it tried are what counts:
-        // the best of them is kept as they come.
-        double fObjStage = 0.0;
-        (void)nlopt_optimize(opt.get(), vecV.data(), &fObjStage);
+    for (const Start& start : vecStart) {
+        // z'' of the bump in the middle is -16 rise / T^2 (16 u^2 (1-u)^2 has
+        // second derivative -16 at u = 1/2); at -a g that is a rise of
+        // a g T^2 / 16.
+        const double fTiGuess = start.fTi;
+        const double fRise = 0.5 * std::fabs(prob.fZT - prob.fZ0) +
+                             start.fAcMid * fAcG * fTiGuess * fTiGuess / 16.0 + spec.fClearance;
+        for (Long k = 1; k <= nK; k++) {
+            const double u = static_cast<double>(k) / static_cast<double>(nK + 1);
+            const std::size_t j = static_cast<std::size_t>(2 * k - 2);
+            vecV[j] = fS7(u);
+            vecV[j + 1] = ((prob.fZT - prob.fZ0) * fS5(u) + fRise * fBump(u)) / prob.fLZ;
+        }
+        if (!spec.bTimeGiven) vecV[nVar - 1] = fTiGuess / prob.fTiFlightScale;
+
+        // Continuation on the thrusters' floor. Where the thrust falls
+        // towards zero the pitch needed to point it swings fast and the
+        // moment, which only thrust can give, with it: the limits turn stiff
+        // there and a linearisation far from the answer says little. So the
+        // floor starts well above zero, where every limit is smooth, and
+        // comes down in steps, each solve starting from the last answer.
+        const double afFloor[] = {0.25, 0.08, 0.02, 1e-4};
+        for (double fFloor : afFloor) {
+            prob.fFFloor = fFloor * prob.fFShare;
+            prob.vecVLast.clear();  // the constraints changed: no cached values
+            std::unique_ptr<nlopt_opt_s, NloptDeleter> opt(
+                nlopt_create(NLOPT_LD_SLSQP, static_cast<unsigned>(prob.nVar)));
+            std::vector<double> vecTol(prob.nCons, 1e-9);
+            nlopt_set_lower_bounds(opt.get(), vecLo.data());
+            nlopt_set_upper_bounds(opt.get(), vecHi.data());
+            nlopt_set_min_objective(opt.get(), fObjective, &prob);
+            nlopt_add_inequality_mconstraint(opt.get(), prob.nCons, constraints, &prob,
+                                             vecTol.data());
+            nlopt_set_ftol_rel(opt.get(), 1e-10);
+            nlopt_set_xtol_rel(opt.get(), 1e-8);
+            nlopt_set_maxeval(opt.get(), 120);
+            // Whatever the optimiser says of its end (converged, stopped at
+            // the count, stuck in rounding), the points it tried are what
+            // counts: the best of them is kept as they come.
+            double fObjStage = 0.0;
+            (void)nlopt_optimize(opt.get(), vecV.data(), &fObjStage);
+        }
     }
 
     // The answer: the least-propellant hop within the limits, or else the
