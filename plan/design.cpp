@@ -496,6 +496,25 @@ DesignResult designHop(const HopSpec& spec) {
     prob.nCons = static_cast<unsigned>(nConsPerSample * (prob.nSampleExpected + 1) +
                                        (prob.nSampleExpected - 1));
 
+    // A given time can be too short for any hop. To cover d from rest to
+    // rest in T with |x''| <= a needs a >= 4 d / T^2 (accelerate for T/2,
+    // brake for T/2: d = 2 * a (T/2)^2 / 2). The thrust gives at most
+    // 3 * limit / mass along x, the most at the empty mass.
+    if (spec.bTimeGiven) {
+        const double fAcNeeded = 4.0 * fDist / (spec.fTiFlight * spec.fTiFlight);
+        const double fAcMax = 3.0 * prob.fFLimit / fMsEmpty;
+        if (fAcNeeded > fAcMax) {
+            result.szError =
+                szNoHop(prob) +
+                szFmt("the thrusters bind: a hop from rest to rest over %.4f m in %.4f s needs "
+                      "at least %.4f m/s^2 along x (4 d / T^2), %.4f m/s^2 more than the three "
+                      "thrusters less the margin can give (3 x %.4f N on %.4f kg)",
+                      fDist, spec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit,
+                      fMsEmpty);
+            return result;
+        }
+    }
+
     // First guesses. A ballistic hop at 45 degrees over the distance d takes
     // sqrt(2 d / g); a finite-thrust hop that starts and ends at rest needs
     // longer. The designs found take 1.3 to 1.6 times as long, from either
