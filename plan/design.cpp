@@ -476,6 +476,19 @@ DesignResult designHop(const HopSpec& spec) {
     prob.fXT = spec.fXTarget;
     result.fXTarget = spec.fXTarget;
     result.bTimeFree = !spec.bTimeGiven;
+    // The hop file's reader holds these; a caller that fills a HopSpec
+    // itself gets the same refusals as text instead of a broken design.
+    const bool bSpecOk =
+        std::isfinite(spec.fXTarget) && spec.fThrusterMargin >= 0.0 &&
+        spec.fThrusterMargin < 1.0 && spec.fPropReserve >= 0.0 && spec.fPropReserve < 1.0 &&
+        spec.fClearance >= 0.0 && spec.fClearance <= 100.0 &&
+        spec.nWptInterior >= nWptInteriorMin && spec.nWptInterior <= nWptInteriorMax &&
+        (!spec.bTimeGiven || (spec.fTiFlight > 0.0 && std::isfinite(spec.fTiFlight))) &&
+        std::fabs(spec.fXTarget - prob.fX0) > 2.0 * spec.fClearance;
+    if (!bSpecOk) {
+        result.szError = "hop: a number is out of its range (see plan/hopfile.h)";
+        return result;
+    }
     if (!bZGndAt(spec.fXTarget, &prob.fZT)) {
         result.szError = szFmt("target x = %.4f m is off the terrain", spec.fXTarget);
         return result;
@@ -615,6 +628,8 @@ DesignResult designHop(const HopSpec& spec) {
         return result;
     }
     const double fMsAllowed = (1.0 - spec.fPropReserve) * prob.fMsCarried;
+    result.fTiFlight = prob.fTiFlight(vecV.data());
+    result.fMsProp = trial.fMsProp;
     if (trial.fMsProp > fMsAllowed) {
         result.szError =
             szNoHop(prob) +
@@ -626,8 +641,6 @@ DesignResult designHop(const HopSpec& spec) {
     }
     result.bOk = true;
     result.vecFParam = prob.vecFParamFm(vecV.data());
-    result.fTiFlight = prob.fTiFlight(vecV.data());
-    result.fMsProp = trial.fMsProp;
     result.fMsPropCarried = prob.fMsCarried;
     result.fMsReserveLeft = prob.fMsCarried - trial.fMsProp;
     result.fClearanceMin = br.fClearanceMin;

@@ -47,7 +47,10 @@ struct DesignResult {
     double fZTarget = 0.0;  // m, the ground under fXTarget
     double fTiFlight = 0.0; // s
     bool bTimeFree = true;
-    double fMsProp = 0.0;         // propellant the plan burns, kg (the SUMMARY's figure)
+    // Propellant the plan burns, kg (the SUMMARY's figure); when only the
+    // reserve is broken, that of the least-propellant hop (and fTiFlight its
+    // time).
+    double fMsProp = 0.0;
     double fMsPropCarried = 0.0;  // fMsGTO - fMsEmpty, kg
     double fMsReserveLeft = 0.0;  // propellant left at touchdown, kg
     double fClearanceMin = 0.0;   // least height over the terrain beyond the ramps, m
@@ -61,7 +64,8 @@ struct DesignResult {
 };
 
 // Designs the hop of spec. Needs the parameters (initParams). Never ends the
-// program and never writes a file.
+// program and never writes a file; a spec the hop file would refuse is
+// refused with a message too.
 DesignResult designHop(const HopSpec& spec);
 
 // The DESIGN block, preceded and followed by "\n", in the style of the
