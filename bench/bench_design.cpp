@@ -27,9 +27,17 @@ void BM_DesignHop(benchmark::State& state) {
     state.counters["evaluations"] = static_cast<double>(r.nEval);
 }
 BENCHMARK(BM_DesignHop)
-    ->Arg(-50)->Arg(-100)->Arg(-200)
-    ->Arg(130)->Arg(145)->Arg(160)
-    ->Arg(285)->Arg(350)->Arg(450)
-    ->Iterations(1)->Unit(benchmark::kSecond)->UseRealTime();
+    ->Arg(-50)
+    ->Arg(-100)
+    ->Arg(-200)
+    ->Arg(130)
+    ->Arg(145)
+    ->Arg(160)
+    ->Arg(285)
+    ->Arg(350)
+    ->Arg(450)
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond)
+    ->UseRealTime();
 
 }  // namespace

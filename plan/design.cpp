@@ -93,8 +93,8 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
     Vd<double>* pvdfPitchDot = nullptr;
     double fMsProp = 0.0, fFMin = 0.0, fFMax = 0.0;
     analyzePathBSpline(nX, pX, mX, pvdfUKnotX, paPVdfXCpX, nZ, pZ, mZ, pvdfUKnotZ, paPVdfXCpZ,
-                       &vdfT, &paPVdfX, nullptr, nullptr, &pvdfPitchDot, nullptr, nullptr,
-                       nullptr, &paPVdfF, &paPVdfM, nullptr, &fMsProp, &fFMin, &fFMax);
+                       &vdfT, &paPVdfX, nullptr, nullptr, &pvdfPitchDot, nullptr, nullptr, nullptr,
+                       &paPVdfF, &paPVdfM, nullptr, &fMsProp, &fFMin, &fFMax);
     UPaPVdf upX(paPVdfX), upF(paPVdfF), upM(paPVdfM);
     UPVdf upPitchDot(pvdfPitchDot);
 
@@ -200,8 +200,8 @@ struct Problem {
 
     // Constraints c <= 0, each scaled to order one (forces and moments by
     // the share, heights by 1 m): per sample the pair high, 3 high, pair
-    // low, 3 low, the moment; then the clearance of samples 1..N-1 (the end samples are the fixed
-    // end points themselves).
+    // low, 3 low, the moment; then the clearance of samples 1..N-1 (the
+    // end samples are the fixed end points themselves).
     void constraintsFm(const Trial& trial, double* pc) const {
         const std::size_t nPt = trial.vecT.size();
         std::size_t j = 0;
@@ -229,8 +229,7 @@ struct Problem {
     void valuesAt(const double* pv, double* pfObj, double* pc, Trial* ptrial) {
         runTrial(vecFParamFm(pv), ptrial);
         nEval++;
-        if (!ptrial->bOk ||
-            static_cast<Long>(ptrial->vecT.size()) != nSampleExpected + 1) {
+        if (!ptrial->bOk || static_cast<Long>(ptrial->vecT.size()) != nSampleExpected + 1) {
             ptrial->bOk = false;
             failedValues(pfObj, pc);
             return;
@@ -296,10 +295,10 @@ struct Problem {
         // The largest breach, each limit scaled as in the constraints.
         double fBreach = 0.0;
         for (std::size_t i = 0; i < nPt; i++)
-            fBreach = std::max({fBreach, vecConsLast[nConsPerSample * i],
-                                vecConsLast[nConsPerSample * i + 1],
-                                -trialLast.vecF12Lo[i] / fFShare, -trialLast.vecF3[i] / fFShare,
-                                vecConsLast[nConsPerSample * i + 4]});
+            fBreach =
+                std::max({fBreach, vecConsLast[nConsPerSample * i],
+                          vecConsLast[nConsPerSample * i + 1], -trialLast.vecF12Lo[i] / fFShare,
+                          -trialLast.vecF3[i] / fFShare, vecConsLast[nConsPerSample * i + 4]});
         for (std::size_t i = nConsPerSample * nPt; i < nCons; i++)
             fBreach = std::max(fBreach, vecConsLast[i]);
         if (vecVLeast.empty() || fBreach < fBreachLeast) {
@@ -324,7 +323,8 @@ struct Problem {
 double fObjective(unsigned n, const double* pv, double* pfGrad, void* pvData) {
     auto* pprob = static_cast<Problem*>(pvData);
     pprob->update(pv, pfGrad != nullptr);
-    if (pfGrad != nullptr) std::copy(pprob->vecGradObjLast.begin(), pprob->vecGradObjLast.end(), pfGrad);
+    if (pfGrad != nullptr)
+        std::copy(pprob->vecGradObjLast.begin(), pprob->vecGradObjLast.end(), pfGrad);
     (void)n;
     return pprob->objLast;
 }
@@ -436,9 +436,10 @@ std::string szBindingLimit(const Problem& prob, const Breaches& br) {
     const double fMm = br.fMmOver / prob.fFShare;
     if (fMm > fAbove && fMm > fBelow && fMm > br.fZShort)
         return szNoHop(prob) +
-               szFmt("the pitch moment needs %.4f N m at t = %.4f s, %.4f N m more than the "
-                     "thrust can give (%.4f N over a lever of %.4f m)",
-                     br.fMmValue, br.fTiMm, br.fMmOver, br.fFcMm, fMmOvFcMax);
+               szFmt(
+                   "the pitch moment needs %.4f N m at t = %.4f s, %.4f N m more than the "
+                   "thrust can give (%.4f N over a lever of %.4f m)",
+                   br.fMmValue, br.fTiMm, br.fMmOver, br.fFcMm, fMmOvFcMax);
     if (fAbove >= fBelow && fAbove >= br.fZShort)
         return szNoHop(prob) +
                szFmt("%s %.4f N at t = %.4f s, %.4f N above the share less the margin (%.4f N)",
@@ -446,12 +447,13 @@ std::string szBindingLimit(const Problem& prob, const Breaches& br) {
                      prob.fFLimit);
     if (fBelow >= br.fZShort)
         return szNoHop(prob) + szFmt("%s %.4f N at t = %.4f s, %.4f N below zero",
-                                     szThrusters(br.iThrusterBelow), br.fFBelowValue,
-                                     br.fTiBelow, br.fFBelow);
+                                     szThrusters(br.iThrusterBelow), br.fFBelowValue, br.fTiBelow,
+                                     br.fFBelow);
     return szNoHop(prob) +
-           szFmt("the path passes %.4f m over the terrain at x = %.4f m (t = %.4f s), %.4f m "
-                 "short of the clearance owed there (%.4f m)",
-                 br.fHeight, br.fXShort, br.fTiShort, br.fZShort, br.fReq);
+           szFmt(
+               "the path passes %.4f m over the terrain at x = %.4f m (t = %.4f s), %.4f m "
+               "short of the clearance owed there (%.4f m)",
+               br.fHeight, br.fXShort, br.fTiShort, br.fZShort, br.fReq);
 }
 
 // ---- the first guess -----------------------------------------------------------
@@ -479,10 +481,10 @@ DesignResult designHop(const HopSpec& spec) {
     // The hop file's reader holds these; a caller that fills a HopSpec
     // itself gets the same refusals as text instead of a broken design.
     const bool bSpecOk =
-        std::isfinite(spec.fXTarget) && spec.fThrusterMargin >= 0.0 &&
-        spec.fThrusterMargin < 1.0 && spec.fPropReserve >= 0.0 && spec.fPropReserve < 1.0 &&
-        spec.fClearance >= 0.0 && spec.fClearance <= 100.0 &&
-        spec.nWptInterior >= nWptInteriorMin && spec.nWptInterior <= nWptInteriorMax &&
+        std::isfinite(spec.fXTarget) && spec.fThrusterMargin >= 0.0 && spec.fThrusterMargin < 1.0 &&
+        spec.fPropReserve >= 0.0 && spec.fPropReserve < 1.0 && spec.fClearance >= 0.0 &&
+        spec.fClearance <= 100.0 && spec.nWptInterior >= nWptInteriorMin &&
+        spec.nWptInterior <= nWptInteriorMax &&
         (!spec.bTimeGiven || (spec.fTiFlight > 0.0 && std::isfinite(spec.fTiFlight))) &&
         std::fabs(spec.fXTarget - prob.fX0) > 2.0 * spec.fClearance;
     if (!bSpecOk) {
@@ -519,11 +521,11 @@ DesignResult designHop(const HopSpec& spec) {
         if (fAcNeeded > fAcMax) {
             result.szError =
                 szNoHop(prob) +
-                szFmt("the thrusters bind: a hop from rest to rest over %.4f m in %.4f s needs "
-                      "at least %.4f m/s^2 along x (4 d / T^2), %.4f m/s^2 more than the three "
-                      "thrusters less the margin can give (3 x %.4f N on %.4f kg)",
-                      fDist, spec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit,
-                      fMsEmpty);
+                szFmt(
+                    "the thrusters bind: a hop from rest to rest over %.4f m in %.4f s needs "
+                    "at least %.4f m/s^2 along x (4 d / T^2), %.4f m/s^2 more than the three "
+                    "thrusters less the margin can give (3 x %.4f N on %.4f kg)",
+                    fDist, spec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit, fMsEmpty);
             return result;
         }
     }
@@ -630,13 +632,15 @@ DesignResult designHop(const HopSpec& spec) {
     const double fMsAllowed = (1.0 - spec.fPropReserve) * prob.fMsCarried;
     result.fTiFlight = prob.fTiFlight(vecV.data());
     result.fMsProp = trial.fMsProp;
-    if (trial.fMsProp > fMsAllowed) {
+    // With no reserve asked for, the mass must still stay above the empty
+    // mass, as the plan check wants.
+    if (trial.fMsProp > fMsAllowed || trial.fMsProp >= prob.fMsCarried) {
         result.szError =
             szNoHop(prob) +
-            szFmt("the propellant reserve binds: the least-propellant hop burns %.4f kg, %.4f kg "
-                  "more than the %.4f kg that keep %.1f %% in reserve",
-                  trial.fMsProp, trial.fMsProp - fMsAllowed, fMsAllowed,
-                  100.0 * spec.fPropReserve);
+            szFmt(
+                "the propellant reserve binds: the least-propellant hop burns %.4f kg, %.4f kg "
+                "more than the %.4f kg that keep %.1f %% in reserve",
+                trial.fMsProp, trial.fMsProp - fMsAllowed, fMsAllowed, 100.0 * spec.fPropReserve);
         return result;
     }
     result.bOk = true;

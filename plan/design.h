@@ -43,9 +43,9 @@ struct DesignResult {
     // ones, the target. The line "traj1r.txt" holds.
     std::vector<double> vecFParam;
 
-    double fXTarget = 0.0;  // m
-    double fZTarget = 0.0;  // m, the ground under fXTarget
-    double fTiFlight = 0.0; // s
+    double fXTarget = 0.0;   // m
+    double fZTarget = 0.0;   // m, the ground under fXTarget
+    double fTiFlight = 0.0;  // s
     bool bTimeFree = true;
     // Propellant the plan burns, kg (the SUMMARY's figure); when only the
     // reserve is broken, that of the least-propellant hop (and fTiFlight its
@@ -58,8 +58,8 @@ struct DesignResult {
     double fFThrusterMax = 0.0;
     double fFThrusterShare = 0.0;  // fFcThrustMax / 3, N
     double fFThrusterLimit = 0.0;  // the share less the margin, N
-    Long nIter = 0;  // points the optimiser asked for
-    Long nEval = 0;  // planning chains run (those and the finite differences)
+    Long nIter = 0;                // points the optimiser asked for
+    Long nEval = 0;                // planning chains run (those and the finite differences)
     double fSecTaken = 0.0;
 };
 

@@ -2,8 +2,8 @@
 #include "plan/hopfile.h"
 
 #include <cerrno>
-#include <cstdarg>
 #include <cmath>
+#include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -45,8 +45,7 @@ std::vector<std::string> vecSzToken(const std::string& szLine) {
             i++;
         if (i >= szLine.size()) break;
         const std::size_t iFirst = i;
-        while (i < szLine.size() && szLine[i] != ' ' && szLine[i] != '\t' && szLine[i] != '\r')
-            i++;
+        while (i < szLine.size() && szLine[i] != ' ' && szLine[i] != '\t' && szLine[i] != '\r') i++;
         vec.push_back(szLine.substr(iFirst, i - iFirst));
     }
     return vec;
@@ -133,8 +132,8 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
                 break;
             case Waypoints:
                 if (f != std::floor(f) || f < nWptInteriorMin || f > nWptInteriorMax)
-                    return fail(szFmtError("waypoints %g is not a whole number from %ld to %ld",
-                                           f, static_cast<long>(nWptInteriorMin),
+                    return fail(szFmtError("waypoints %g is not a whole number from %ld to %ld", f,
+                                           static_cast<long>(nWptInteriorMin),
                                            static_cast<long>(nWptInteriorMax)));
                 spec.nWptInterior = static_cast<Long>(f);
                 break;
@@ -151,8 +150,7 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
     if (std::fabs(spec.fXTarget - fXf0) <= 2.0 * spec.fClearance) {
         *pszError = szFmtError(
             "%s:%ld: target_x %g m is within twice the clearance (%g m) of the start (x = %g m)",
-            szName, static_cast<long>(aiLine[TargetX]), spec.fXTarget, 2.0 * spec.fClearance,
-            fXf0);
+            szName, static_cast<long>(aiLine[TargetX]), spec.fXTarget, 2.0 * spec.fClearance, fXf0);
         return false;
     }
     *pspec = spec;

@@ -19,12 +19,12 @@
 #include "core/types.h"
 
 struct HopSpec {
-    double fXTarget = 0.0;         // target_x, m
-    bool bTimeGiven = false;       // a time was given; else the time is free
-    double fTiFlight = 0.0;        // time, s (when given)
+    double fXTarget = 0.0;    // target_x, m
+    bool bTimeGiven = false;  // a time was given; else the time is free
+    double fTiFlight = 0.0;   // time, s (when given)
     double fThrusterMargin = 0.15;
     double fPropReserve = 0.10;
-    double fClearance = 0.5;       // m
+    double fClearance = 0.5;  // m
     Long nWptInterior = 10;
 };
 

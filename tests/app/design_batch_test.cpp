@@ -51,7 +51,8 @@ TEST_F(DesignBatchTest, DesignsPassThePlanChecksAndFlyToTheTarget) {
         ASSERT_NE(iProp, std::string::npos);
         const std::size_t iSummary = r.szOut.find("\nSUMMARY\n");
         ASSERT_NE(iSummary, std::string::npos);
-        EXPECT_EQ(r.szOut.substr(iProp, 35), r.szOut.substr(r.szOut.find("propellant", iSummary) - 4, 35));
+        EXPECT_EQ(r.szOut.substr(iProp, 35),
+                  r.szOut.substr(r.szOut.find("propellant", iSummary) - 4, 35));
         double x = 0.0, z = 0.0;
         restPoint(&x, &z);
         EXPECT_LT(std::hypot(x - c.fX, z - c.fZ), 1.0) << x << " " << z;
@@ -63,9 +64,10 @@ TEST_F(DesignBatchTest, BadHopFileOrNoHopIsAMessageAndLeavesTheWaypointsAlone) {
     const struct {
         const char* szHop;
         const char* szErr;  // the start of it
-    } acase[] = {{"target_x 20\nmargin 0.1\n", "Vantorell: hop.txt:2: unknown name 'margin'\n"},
-                 {"target_x 28.5\ntime 2\n",
-                  "Vantorell: no hop to x = 28.5000 m in 2.0000 s within the limits: the thrusters bind"}};
+    } acase[] = {
+        {"target_x 20\nmargin 0.1\n", "Vantorell: hop.txt:2: unknown name 'margin'\n"},
+        {"target_x 28.5\ntime 2\n",
+         "Vantorell: no hop to x = 28.5000 m in 2.0000 s within the limits: the thrusters bind"}};
     for (const auto& c : acase) {
         SCOPED_TRACE(c.szHop);
         writeFile("hop.txt", c.szHop);

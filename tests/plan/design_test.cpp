@@ -1,9 +1,10 @@
 // Hop design: the hop file's checks, and designs judged by the planning
 // chain of `p` run on the written waypoint file.
+#include "plan/design.h"
+
 #include <cmath>
 #include <string>
 
-#include "plan/design.h"
 #include "plan/hopfile.h"
 #include "plan/planstate.h"
 #include "plan/wptfpln.h"
@@ -47,11 +48,12 @@ const BadHop abadhop[] = {
     {"target_x 20\nclearance -0.5\n", "hop.txt:2: clearance -0.5 m is negative"},
     {"target_x 20\ntime 0\n", "hop.txt:2: time 0 s is not positive"},
     {"target_x 20\ntime nan\n", "hop.txt:2: bad number 'nan' for time"},
-    {"target_x 20\nwaypoints 4.5\n",
-     "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
+    {"target_x 20\nwaypoints 4.5\n", "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
     {"target_x 0.8\n",
      "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
-    {"target_x 20\n\x01\xff 3\n", "hop.txt:2: unknown name '?" "?'"},
+    {"target_x 20\n\x01\xff 3\n",
+     "hop.txt:2: unknown name '?"
+     "?'"},
 };
 
 }  // namespace
