@@ -635,12 +635,11 @@ DesignResult designHop(const HopSpec& spec) {
     // With no reserve asked for, the mass must still stay above the empty
     // mass, as the plan check wants.
     if (trial.fMsProp > fMsAllowed || trial.fMsProp >= prob.fMsCarried) {
-        result.szError =
-            szNoHop(prob) +
-            szFmt(
-                "the propellant reserve binds: the least-propellant hop burns %.4f kg, %.4f kg "
-                "more than the %.4f kg that keep %.1f %% in reserve",
-                trial.fMsProp, trial.fMsProp - fMsAllowed, fMsAllowed, 100.0 * spec.fPropReserve);
+        const std::string szWhy = szFmt(
+            "the propellant reserve binds: the least-propellant hop found burns %.4f kg, "
+            "%.4f kg more than the %.4f kg that keep %.1f %% in reserve",
+            trial.fMsProp, trial.fMsProp - fMsAllowed, fMsAllowed, 100.0 * spec.fPropReserve);
+        result.szError = szNoHop(prob) + szWhy;
         return result;
     }
     result.bOk = true;

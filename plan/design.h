@@ -13,6 +13,9 @@
 // Limits, at every sample of the analysis (the samples `p` checks):
 //   - each thruster between 0 and its share of the maximum thrust less the
 //     margin: 0 <= F <= (1 - thruster_margin) * fFcThrustMax / 3;
+//   - the pitch moment at most fMmOvFcMax (0.4 m) times the thrust: what
+//     the vehicle turns with in flight (the thrusters' split alone would
+//     allow 0.53 m one way), so that `s` flies the plan as planned;
 //   - clearance: the height over the terrain at least min(clearance, the
 //     horizontal distance from the take-off, the horizontal distance from
 //     the target). The requirement ramps up at 45 degrees from both ends,
@@ -21,7 +24,9 @@
 //   - the reserve: the propellant burnt at most (1 - propellant_reserve)
 //     times what the vehicle carries (fMsGTO - fMsEmpty). The propellant is
 //     what is minimised, so this limit holds for some hop exactly when it
-//     holds for the least-propellant hop: it is checked on the optimum.
+//     holds for the least-propellant hop: it is checked on the best hop
+//     found (a local optimum: the search starts from a guess, twice when the
+//     time is free, and is not global).
 // The start is the vehicle's initial state (stvehicle3dof0, at fSTiSim0);
 // the target sits on the ground under target_x, reached at rest.
 //

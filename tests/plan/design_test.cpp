@@ -124,7 +124,7 @@ TEST_F(DesignTest, UnreachableTargetsNameTheBindingLimit) {
     DesignResult r = designHop(spec);
     EXPECT_FALSE(r.bOk);
     EXPECT_EQ(r.szError.rfind("no hop to x = 45.0000 m within the limits: the propellant reserve "
-                              "binds: the least-propellant hop burns ",
+                              "binds: the least-propellant hop found burns ",
                               0),
               0u)
         << r.szError;
