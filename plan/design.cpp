@@ -48,6 +48,10 @@ struct Trial {
     // The pitch moment less what the vehicle can turn with the thrust
     // (fMmOvFcMax times the thrust magnitude the flight plan carries), N m.
     std::vector<double> vecMmOver;
+    // The vertical force m (g + zdd), N: below zero the thrust points below
+    // the horizon (|pitch| > 90 degrees), a vehicle on its way to a
+    // somersault.
+    std::vector<double> vecFz;
 };
 
 bool bVdfFinite(const Vd<double>& vdf) {
@@ -106,7 +110,8 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
         return;
     const std::size_t nPt = static_cast<std::size_t>(nSample + 1);
     for (auto* pvec : {&ptrial->vecT, &ptrial->vecX, &ptrial->vecZ, &ptrial->vecF12Hi,
-                       &ptrial->vecF12Lo, &ptrial->vecF3, &ptrial->vecMmOver})
+                       &ptrial->vecF12Lo, &ptrial->vecF3, &ptrial->vecMmOver,
+                       &ptrial->vecFz})
         pvec->resize(nPt);
     for (Long i = 0; i <= nSample; i++) {
         const std::size_t k = static_cast<std::size_t>(i);
@@ -122,6 +127,7 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
         ptrial->vecF12Lo[k] = std::min(afF[0], afF[1]);
         ptrial->vecF3[k] = afF[2];
         const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
+        ptrial->vecFz[k] = vdfF[3];
         ptrial->vecMmOver[k] =
             vdfM[2] - fMmOvFcMax * std::sqrt(vdfF[1] * vdfF[1] + vdfF[3] * vdfF[3]);
     }
@@ -141,8 +147,9 @@ bool bZGndAt(double x, double* pzGnd) {
 }
 
 // Limits per sample: thruster pair and thruster 3 under the ceiling, both
-// over the floor, the moment within what the thrust can give.
-constexpr std::size_t nConsPerSample = 5;
+// over the floor, the moment within what the thrust can give, the thrust
+// not below the horizon.
+constexpr std::size_t nConsPerSample = 6;
 
 // The optimiser's variables are scaled to order one: interior waypoint k
 // (1..K) at x0 + dx * v[2k-2], z0 + fLZ * v[2k-1]; the flight time, when
@@ -200,7 +207,7 @@ struct Problem {
 
     // Constraints c <= 0, each scaled to order one (forces and moments by
     // the share, heights by 1 m): per sample the pair high, 3 high, pair
-    // low, 3 low, the moment; then the clearance of samples 1..N-1 (the
+    // low, 3 low, the moment, the vertical force; then the clearance of samples 1..N-1 (the
     // end samples are the fixed end points themselves).
     void constraintsFm(const Trial& trial, double* pc) const {
         const std::size_t nPt = trial.vecT.size();
@@ -211,6 +218,7 @@ struct Problem {
             pc[j++] = (fFFloor - trial.vecF12Lo[i]) / fFShare;
             pc[j++] = (fFFloor - trial.vecF3[i]) / fFShare;
             pc[j++] = trial.vecMmOver[i] / fFShare;
+            pc[j++] = -trial.vecFz[i] / fFShare;
         }
         for (std::size_t i = 1; i + 1 < nPt; i++) {
             double fZGnd = 0.0;
@@ -310,7 +318,7 @@ struct Problem {
         for (std::size_t i = 0; i < nPt; i++)
             if (trialLast.vecF12Hi[i] > fFCeiling || trialLast.vecF3[i] > fFCeiling ||
                 trialLast.vecF12Lo[i] < 0.0 || trialLast.vecF3[i] < 0.0 ||
-                trialLast.vecMmOver[i] > 1e-6 * fFShare)
+                trialLast.vecMmOver[i] > 1e-6 * fFShare || trialLast.vecFz[i] < 0.0)
                 return;
         for (std::size_t i = nConsPerSample * nPt; i < nCons; i++)
             if (vecConsLast[i] > 1e-6) return;
@@ -355,9 +363,12 @@ struct Breaches {
     double fFBelowValue = 0.0, fTiBelow = 0.0;
     double fMmOver = 0.0;  // N m above what the thrust can turn with
     double fMmValue = 0.0, fTiMm = 0.0, fFcMm = 0.0;
+    double fFzBelow = 0.0;  // N of downward thrust
+    double fTiFz = 0.0;
     double fZShort = 0.0;  // m short of the clearance owed
     double fHeight = 0.0, fXShort = 0.0, fTiShort = 0.0, fReq = 0.0;
     double fClearanceMin = 1e300;  // least height over the terrain beyond the ramps
+    double fHeightMin = 1e300;     // the same over every sample between the ends
 };
 
 Breaches breachesFm(const Problem& prob, const Trial& trial) {
@@ -389,6 +400,10 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
             br.fFcMm = trial.vecF12Hi[i] + trial.vecF12Lo[i] + trial.vecF3[i];
             br.fMmValue = trial.vecMmOver[i] + fMmOvFcMax * br.fFcMm;
         }
+        if (-trial.vecFz[i] > br.fFzBelow) {
+            br.fFzBelow = -trial.vecFz[i];
+            br.fTiFz = fT;
+        }
         if (i == 0 || i + 1 == nPt) continue;
         double fZGnd = 0.0;
         const double x = trial.vecX[i];
@@ -396,6 +411,7 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
         const double fH = trial.vecZ[i] - fZGnd;
         const double fReq = prob.fClearanceReq(x);
         if (fReq >= prob.spec.fClearance) br.fClearanceMin = std::min(br.fClearanceMin, fH);
+        br.fHeightMin = std::min(br.fHeightMin, fH);
         if (fReq - fH > br.fZShort) {
             br.fZShort = fReq - fH;
             br.fHeight = fH;
@@ -415,7 +431,8 @@ constexpr double fZShortTol = 1e-6;  // m
 
 bool bWithinLimits(const Problem& prob, const Breaches& br) {
     return br.fFAbove <= fFAboveTol * prob.fFShare && br.fFBelow == 0.0 &&
-           br.fMmOver <= fFAboveTol * prob.fFShare && br.fZShort <= fZShortTol;
+           br.fMmOver <= fFAboveTol * prob.fFShare && br.fFzBelow == 0.0 &&
+           br.fZShort <= fZShortTol;
 }
 
 const char* szThrusters(Long iThruster) {
@@ -434,6 +451,11 @@ std::string szBindingLimit(const Problem& prob, const Breaches& br) {
     const double fAbove = br.fFAbove / prob.fFShare;
     const double fBelow = br.fFBelow / prob.fFShare;
     const double fMm = br.fMmOver / prob.fFShare;
+    const double fFz = br.fFzBelow / prob.fFShare;
+    if (fFz > fAbove && fFz > fBelow && fFz > fMm && fFz > br.fZShort)
+        return szNoHop(prob) +
+               szFmt("the thrust points below the horizon at t = %.4f s, %.4f N downwards",
+                     br.fTiFz, br.fFzBelow);
     if (fMm > fAbove && fMm > fBelow && fMm > br.fZShort)
         return szNoHop(prob) +
                szFmt(
@@ -546,6 +568,10 @@ DesignResult designHop(const HopSpec& spec) {
     };
     std::vector<Start> vecStart = {{prob.fTiFlightScale, 0.8}};
     if (!spec.bTimeGiven) vecStart.push_back({1.2 * fTiBallistic, 0.4});
+    // Tried only while no hop within the limits has been found: longer
+    // flights, where the thrust has more room.
+    std::vector<Start> vecStartMore = {{2.0 * fTiBallistic, 0.5}, {1.5 * fTiBallistic, 0.4}};
+    if (!spec.bTimeGiven) vecStart.insert(vecStart.end(), vecStartMore.begin(), vecStartMore.end());
     const std::size_t nVar = static_cast<std::size_t>(prob.nVar);
     std::vector<double> vecV(nVar), vecLo(nVar), vecHi(nVar);
     const double fZLo = std::min(prob.fZ0, prob.fZT) - 20.0;
@@ -562,7 +588,9 @@ DesignResult designHop(const HopSpec& spec) {
         vecHi[nVar - 1] = 5.0;
     }
 
-    for (const Start& start : vecStart) {
+    for (std::size_t iStart = 0; iStart < vecStart.size(); iStart++) {
+        if (iStart >= 2 && prob.bBest) break;
+        const Start& start = vecStart[iStart];
         // z'' of the bump in the middle is -16 rise / T^2 (16 u^2 (1-u)^2 has
         // second derivative -16 at u = 1/2); at -a g that is a rise of
         // a g T^2 / 16.
@@ -646,7 +674,9 @@ DesignResult designHop(const HopSpec& spec) {
     result.vecFParam = prob.vecFParamFm(vecV.data());
     result.fMsPropCarried = prob.fMsCarried;
     result.fMsReserveLeft = prob.fMsCarried - trial.fMsProp;
-    result.fClearanceMin = br.fClearanceMin;
+    // A hop so short that no sample lies beyond the ramps has only the
+    // ramps: its least height between the ends is what it keeps.
+    result.fClearanceMin = br.fClearanceMin < 1e300 ? br.fClearanceMin : br.fHeightMin;
     result.fFThrusterMin = trial.fFThrusterMin;
     result.fFThrusterMax = trial.fFThrusterMax;
     result.fFThrusterShare = prob.fFShare;

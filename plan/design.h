@@ -16,6 +16,9 @@
 //   - the pitch moment at most fMmOvFcMax (0.4 m) times the thrust: what
 //     the vehicle turns with in flight (the thrusters' split alone would
 //     allow 0.53 m one way), so that `s` flies the plan as planned;
+//   - the thrust never below the horizon (|pitch| <= 90 degrees): the
+//     thrusters alone would allow a somersault where it saves propellant
+//     (checked on each point the search tries, not a constraint of it);
 //   - clearance: the height over the terrain at least min(clearance, the
 //     horizontal distance from the take-off, the horizontal distance from
 //     the target). The requirement ramps up at 45 degrees from both ends,
