@@ -1,14 +1,13 @@
 // Waypoint file, B-spline fit and path analysis (see wptfpln.h).
 #include "plan/wptfpln.h"
 
-#include <lapacke.h>
-
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "core/lapackld.h"
 #include "core/logerror.h"
 #include "numerics/nurbs.h"
 #include "sim/params.h"
@@ -262,10 +261,10 @@ void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** pp
 
     // 6. Solve: LU with partial pivoting, then one right-hand side.
     Vd<lapack_int> vdiPiv(1, nEqn);
-    lapack_int info = LAPACKE_dgetrf(LAPACK_COL_MAJOR, nEqn, nEqn, mdcfCoeff.pdata, nEqn,
-                                     vdiPiv.pdata);
+    lapack_int info = lapackeDgetrf(LAPACK_COL_MAJOR, nEqn, nEqn, mdcfCoeff.pdata, nEqn,
+                                    vdiPiv.pdata);
     if (info == 0)
-        info = LAPACKE_dgetrs(LAPACK_COL_MAJOR, 'N', nEqn, 1, mdcfCoeff.pdata, nEqn,
+        info = lapackeDgetrs(LAPACK_COL_MAJOR, 'N', nEqn, 1, mdcfCoeff.pdata, nEqn,
                               vdiPiv.pdata, mdcfRhs.pdata, nEqn);
     // A nearly singular system can come back with infinite or NaN control
     // points; they would fill every report with NaN. Treat it as unsolved.

@@ -1,0 +1,63 @@
+// LAPACKE and CBLAS loaded on first use (see lapackld.h).
+#include "core/lapackld.h"
+
+#include <dlfcn.h>
+
+#include <cstdio>
+
+#include "core/logerror.h"
+
+namespace {
+
+// The function szFn of the library szLib, loaded now if need be; a fatal
+// error when either cannot be had.
+void* pvFnOfLib(const char* szLib, const char* szFn) {
+    void* pvLib = dlopen(szLib, RTLD_NOW | RTLD_LOCAL);
+    void* pvFn = pvLib != nullptr ? dlsym(pvLib, szFn) : nullptr;
+    if (pvFn == nullptr) {
+        char szMsg[512];
+        std::snprintf(szMsg, sizeof szMsg, "cannot load %s from %s", szFn, szLib);
+        // The message is itself a format: no conversions may remain in it.
+        for (char* pch = szMsg; *pch != '\0'; pch++)
+            if (*pch == '%') *pch = '?';
+        fatalErrorSzMsg(szMsg);
+    }
+    return pvFn;
+}
+
+struct Lapacke {
+    decltype(&LAPACKE_dgetrf) dgetrf;
+    decltype(&LAPACKE_dgetrs) dgetrs;
+};
+
+Lapacke const& lapacke() {
+    static const Lapacke lapacke = {
+        reinterpret_cast<decltype(&LAPACKE_dgetrf)>(pvFnOfLib(VT_LAPACKE_SONAME, "LAPACKE_dgetrf")),
+        reinterpret_cast<decltype(&LAPACKE_dgetrs)>(pvFnOfLib(VT_LAPACKE_SONAME, "LAPACKE_dgetrs"))};
+    return lapacke;
+}
+
+decltype(&cblas_dgemv) pfnDgemv() {
+    static const auto pfn =
+        reinterpret_cast<decltype(&cblas_dgemv)>(pvFnOfLib(VT_CBLAS_SONAME, "cblas_dgemv"));
+    return pfn;
+}
+
+}  // namespace
+
+lapack_int lapackeDgetrf(int iLayout, lapack_int m, lapack_int n, double* pfA, lapack_int lda,
+                         lapack_int* piPiv) {
+    return lapacke().dgetrf(iLayout, m, n, pfA, lda, piPiv);
+}
+
+lapack_int lapackeDgetrs(int iLayout, char chTrans, lapack_int n, lapack_int nrhs,
+                         const double* pfA, lapack_int lda, const lapack_int* piPiv, double* pfB,
+                         lapack_int ldb) {
+    return lapacke().dgetrs(iLayout, chTrans, n, nrhs, pfA, lda, piPiv, pfB, ldb);
+}
+
+void cblasDgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, blasint m, blasint n, double fAlpha,
+                const double* pfA, blasint lda, const double* pfX, blasint incX, double fBeta,
+                double* pfY, blasint incY) {
+    pfnDgemv()(order, trans, m, n, fAlpha, pfA, lda, pfX, incX, fBeta, pfY, incY);
+}
