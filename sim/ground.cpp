@@ -307,28 +307,102 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
     pplns->nPgn = parPArPPtVtxPgnGnd->n();
     if (pplns->nPgn > PlnsGnd::nPgnMax) return false;
     for (Long k = 0; k < pplns->nPgn; k++) {
+        A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k);
         double* afPln = pplns->aafPln[k];
-        plnEqnPgn(&afPln[0], &afPln[1], &afPln[2], &afPln[3],
-                  parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k));
+        plnEqnPgn(&afPln[0], &afPln[1], &afPln[2], &afPln[3], parPPtVtx);
+        const double a = afPln[0], b = afPln[1], c = afPln[2];
+        // Dr3c's own arithmetic, done where it cannot fail.
+        const double fNorm = std::sqrt(a * a + b * b + c * c);
+        pplns->abNrm[k] = fNorm != 0.0;
+        if (pplns->abNrm[k]) {
+            const Dr3c drNrm(a, b, c);
+            pplns->aafNrm[k][0] = drNrm.fX;
+            pplns->aafNrm[k][1] = drNrm.fY;
+            pplns->aafNrm[k][2] = drNrm.fZ;
+        }
+        // bPt3dInsidePgn's choice of coordinates, made here once.
+        const double fAbsA = std::fabs(a);
+        const double fAbsB = std::fabs(b);
+        const double fAbsC = std::fabs(c);
+        int iAxes = -1;
+        if (fAbsA >= fAbsB && fAbsA >= fAbsC)
+            iAxes = 0;
+        else if (fAbsB >= fAbsC && fAbsB >= fAbsA)
+            iAxes = 1;
+        else if (fAbsC >= fAbsA && fAbsC >= fAbsB)
+            iAxes = 2;
+        const Long nVtx = parPPtVtx->n();
+        if (nVtx > PlnsGnd::nVtxMax) iAxes = -1;
+        pplns->aiAxes[k] = iAxes;
+        pplns->anVtx[k] = nVtx;
+        if (iAxes < 0) continue;
+        for (Long i = 0; i < nVtx; i++) {
+            Pt3c const& pt = ptVtx(parPPtVtx, parPPtVtx->iFirst() + i);
+            const double afXyz[3] = {pt.fX, pt.fY, pt.fZ};
+            // (y, z), (z, x), (x, y).
+            pplns->aafU[k][i] = afXyz[(iAxes + 1) % 3];
+            pplns->aafV[k][i] = afXyz[(iAxes + 2) % 3];
+        }
     }
     return true;
+}
+
+Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double x, double y,
+                          double z, PlnsGnd const& plns) {
+    A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
+    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
+    // bPtAtOrBelowGnd's loop with the planes and the inside test's vertices
+    // read from plns: the same numbers in the same order, so the same answer.
+    for (Long k = 0; k < plns.nPgn; k++) {
+        const double* afPln = plns.aafPln[k];
+        const double a = afPln[0], b = afPln[1], c = afPln[2], d = afPln[3];
+        const double fPlnEqnAtPt = a * x + b * y + c * z + d;
+        if (!(fPlnEqnAtPt <= 0.0)) continue;
+        double xFoot, yFoot, zFoot;
+        ptAtFootOfPerp(&xFoot, &yFoot, &zFoot, x, y, z, a, b, c, d);
+        const int iAxes = plns.aiAxes[k];
+        bool bInside;
+        if (iAxes < 0) {
+            bInside = bPt3dInsidePgn(xFoot, yFoot, zFoot, a, b, c, d,
+                                     parPPtVtxPgn(parPArPPtVtxPgnGnd,
+                                                  parPArPPtVtxPgnGnd->iFirst() + k));
+        } else {
+            const double afFoot[3] = {xFoot, yFoot, zFoot};
+            const double* afU = plns.aafU[k];
+            const double* afV = plns.aafV[k];
+            bInside = bInsideByWinding(afFoot[(iAxes + 1) % 3], afFoot[(iAxes + 2) % 3], 0,
+                                       plns.anVtx[k] - 1,
+                                       [afU, afV](Long i, double* pu, double* pv) {
+                                           *pu = afU[i];
+                                           *pv = afV[i];
+                                       });
+        }
+        if (bInside) {
+            *pxAtGnd = xFoot;
+            *pyAtGnd = yFoot;
+            *pzAtGnd = zFoot;
+            return k;
+        }
+    }
+    return -1;
 }
 
 bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,
                          double* pdyNGnd, double* pdzNGnd, double x, double y, double z,
                          PlnsGnd const& plns) {
-    A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
-    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
-    const Long iFirst = parPArPPtVtxPgnGnd->iFirst();
-    return bPtAtOrBelowGnd(
-        pxAtGnd, pyAtGnd, pzAtGnd, pdxNGnd, pdyNGnd, pdzNGnd, x, y, z, parPArPPtVtxPgnGnd,
-        [&plns, iFirst](Long iPgn, double* pa, double* pb, double* pc, double* pd) {
-            const double* afPln = plns.aafPln[iPgn - iFirst];
-            *pa = afPln[0];
-            *pb = afPln[1];
-            *pc = afPln[2];
-            *pd = afPln[3];
-        });
+    const Long k = iPgnAtOrBelowPlnsGnd(pxAtGnd, pyAtGnd, pzAtGnd, x, y, z, plns);
+    if (k < 0) return false;
+    if (plns.abNrm[k]) {
+        *pdxNGnd = plns.aafNrm[k][0];
+        *pdyNGnd = plns.aafNrm[k][1];
+        *pdzNGnd = plns.aafNrm[k][2];
+    } else {
+        const Dr3c drNGnd(plns.aafPln[k][0], plns.aafPln[k][1], plns.aafPln[k][2]);
+        *pdxNGnd = drNGnd.fX;
+        *pdyNGnd = drNGnd.fY;
+        *pdzNGnd = drNGnd.fZ;
+    }
+    return true;
 }
 
 bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
