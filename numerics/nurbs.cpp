@@ -175,14 +175,15 @@ void mdcfDerivsBSplineAtU(Long nDim, Long n, Long p, Vd<double>* pvdfUKnot,
 
     const Long iSpan = iSpanInKnotvc(n, p, u, pvdfUKnot);
 
-    // Deliberately the basis table is computed for every order up to n, the
-    // last control-point index, not just up to d: the orders above p are zero
-    // rows and only rows 0..du are used, so the result is the same; it costs
-    // time on curves with many control points, and a curve with n < p and
-    // d > n stops at the table's range check.
+    // The table has a row for every order up to n, the last control-point
+    // index, and only rows 0..du are used; a curve with n < p and d > n stops
+    // at the table's range check. Rows are computed up to min(du, n) only:
+    // mdcfDerivsBSpline makes row k from rows below it and the factor
+    // p!/(p-k)!, so rows 0..du come out the same whatever order it goes on
+    // to, and the rows above are never read.
     static thread_local std::unique_ptr<Mdc<double>> pmdcfTableKeep;
     Mdc<double>* pmdcfTable = pmdcfWork(pmdcfTableKeep, 0, n, 0, p);
-    mdcfDerivsBSpline(iSpan, u, p, n, pvdfUKnot, pmdcfTable);
+    mdcfDerivsBSpline(iSpan, u, p, du < n ? du : n, pvdfUKnot, pmdcfTable);
 
     for (Long k = 0; k <= du; k++) {
         for (Long iDim = 1; iDim <= nDim; iDim++) mdcfDerivs.at(iDim, k) = 0.0;

@@ -321,10 +321,9 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     UPaPVdf paPVdfF(paPVdfNew(iLo, iHi, 3));
     UPaPVdf paPVdfM(paPVdfNew(iLo, iHi, 3));
 
-    // Work space, allocated once: one point and one derivative table per
-    // spline, and the sample's table (rows x, y, z; columns order 0..5).
+    // Work space, allocated once: one derivative table per spline, and the
+    // sample's table (rows x, y, z; columns order 0..5).
     const Long nDeriv = 5;
-    Vd<double> vdfXAtT(1, 1);
     Mdc<double> mdcfDerivsXAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivsZAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivs(1, 3, 0, nDeriv);
@@ -334,17 +333,18 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     for (Long i = iLo; i <= iHi; i++) {
         const double t = vdfT[i];
 
-        // 1. Position.
-        Vd<double>& vdfX = *pvdfAt(paPVdfX.get(), i);
-        vdfXBSplineAtU(1, t, nX, pX, pvdfUKnotX, paPVdfXCpX, &vdfXAtT);
-        vdfX[1] = vdfXAtT[1];
-        vdfX[2] = 0.0;
-        vdfXBSplineAtU(1, t, nZ, pZ, pvdfUKnotZ, paPVdfXCpZ, &vdfXAtT);
-        vdfX[3] = vdfXAtT[1];
-
-        // 2. Derivatives of orders 0..5.
+        // 1. Derivatives of orders 0..5.
         mdcfDerivsBSplineAtU(1, nX, pX, pvdfUKnotX, paPVdfXCpX, t, nDeriv, &mdcfDerivsXAtT);
         mdcfDerivsBSplineAtU(1, nZ, pZ, pvdfUKnotZ, paPVdfXCpZ, t, nDeriv, &mdcfDerivsZAtT);
+
+        // 2. Position: the point vdfXBSplineAtU gives is order 0 of the
+        // derivatives, bit for bit (the same basis values by the same
+        // recurrence, summed over the same control points in the same
+        // order), so it is taken from there.
+        Vd<double>& vdfX = *pvdfAt(paPVdfX.get(), i);
+        vdfX[1] = mdcfDerivsXAtT.at(1, 0);
+        vdfX[2] = 0.0;
+        vdfX[3] = mdcfDerivsZAtT.at(1, 0);
         for (Long k = 0; k <= nDeriv; k++) {
             mdcfDerivs.at(1, k) = mdcfDerivsXAtT.at(1, k);
             mdcfDerivs.at(2, k) = 0.0;
