@@ -302,6 +302,88 @@ bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pz
         });
 }
 
+namespace {
+
+// Bounds of the box shortcut: a clear margin from the box's edges, and the
+// magnitude within which every coordinate must lie.
+constexpr double fMarginBox = 1e-6;
+constexpr double fCoordBoxMax = 1e70;
+
+// The box of polygon k's vertices in its test coordinates, and whether the
+// polygon is that box's four corners in order.
+void boxOfPgn(PlnsGnd* pplns, Long k) {
+    const Long nVtx = pplns->anVtx[k];
+    const double* afU = pplns->aafU[k];
+    const double* afV = pplns->aafV[k];
+    bool bBox = nVtx >= 1;
+    double uMin = 0.0, uMax = 0.0, vMin = 0.0, vMax = 0.0;
+    for (Long i = 0; i < nVtx && bBox; i++) {
+        bBox = std::fabs(afU[i]) <= fCoordBoxMax && std::fabs(afV[i]) <= fCoordBoxMax;
+        if (i == 0 || afU[i] < uMin) uMin = afU[i];
+        if (i == 0 || afU[i] > uMax) uMax = afU[i];
+        if (i == 0 || afV[i] < vMin) vMin = afV[i];
+        if (i == 0 || afV[i] > vMax) vMax = afV[i];
+    }
+    pplns->abBox[k] = bBox;
+    double* afBox = pplns->aafBox[k];
+    afBox[0] = uMin;
+    afBox[1] = uMax;
+    afBox[2] = vMin;
+    afBox[3] = vMax;
+    // Four distinct corners, each edge along u or along v: the corners in
+    // order around the box, one way or the other.
+    bool bRect = bBox && nVtx == 4 && uMin < uMax && vMin < vMax;
+    int iCornersSeen = 0;
+    for (Long i = 0; i < nVtx && bRect; i++) {
+        const Long j = (i + 1) % nVtx;
+        const bool bUAtEnd = afU[i] == uMin || afU[i] == uMax;
+        const bool bVAtEnd = afV[i] == vMin || afV[i] == vMax;
+        const bool bAlongU = afV[i] == afV[j] && afU[i] != afU[j];
+        const bool bAlongV = afU[i] == afU[j] && afV[i] != afV[j];
+        bRect = bUAtEnd && bVAtEnd && (bAlongU || bAlongV);
+        iCornersSeen |= 1 << ((afU[i] == uMax ? 1 : 0) + (afV[i] == vMax ? 2 : 0));
+    }
+    pplns->abRect[k] = bRect && iCornersSeen == 15;
+}
+
+// bInsideByWinding's answer for polygon k of plns at (u0, v0), from the box
+// alone where it can be had.
+//
+// Outside: when the point is more than fMarginBox beyond an edge of the box
+// (say uMin - u0 > 1e-6, computed), every vertex is at least about 1e-6 from
+// it along that axis and at most about 4e70 from it (all coordinates within
+// 1e70), so each squared distance lies between 1e-12 and 1e142: the rule's
+// scaling check holds for every vertex, and its box test answers "outside".
+//
+// Inside: when the polygon is the box's four corners in order and the point
+// lies more than fMarginBox inside every edge, the scaling check holds as
+// above and the box test passes. For each edge p = vi - P, q = vj - P share
+// one coordinate (an edge along u: py = qy != 0) while the other has opposite
+// signs (px < 0 < qx or the reverse), so px*qy and qx*py have opposite signs
+// (or, along v, the same argument with the roles exchanged): the computed
+// cross product px*qy - qx*py adds two magnitudes of one sign, which is
+// exactly the computed |px*qy| + |qx*py| with that sign. It is therefore
+// beyond 1e-15 times that scale, with the sign of the exact cross product,
+// which is the same for all four edges of a box gone round one way. The
+// rule's "every edge turning the same way" answers "inside".
+//
+// Otherwise (near an edge, far away, not a number) the rule runs.
+template <class FnUV>
+bool bInsidePgnOfPlns(PlnsGnd const& plns, Long k, double u0, double v0, FnUV fnUV) {
+    if (plns.abBox[k] && std::fabs(u0) <= fCoordBoxMax && std::fabs(v0) <= fCoordBoxMax) {
+        const double* afBox = plns.aafBox[k];
+        if (afBox[0] - u0 > fMarginBox || u0 - afBox[1] > fMarginBox ||
+            afBox[2] - v0 > fMarginBox || v0 - afBox[3] > fMarginBox)
+            return false;
+        if (plns.abRect[k] && u0 - afBox[0] > fMarginBox && afBox[1] - u0 > fMarginBox &&
+            v0 - afBox[2] > fMarginBox && afBox[3] - v0 > fMarginBox)
+            return true;
+    }
+    return bInsideByWinding(u0, v0, 0, plns.anVtx[k] - 1, fnUV);
+}
+
+}  // namespace
+
 bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
     pplns->parPArPPtVtxPgnGnd = parPArPPtVtxPgnGnd;
     pplns->nPgn = parPArPPtVtxPgnGnd->n();
@@ -335,6 +417,8 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
         if (nVtx > PlnsGnd::nVtxMax) iAxes = -1;
         pplns->aiAxes[k] = iAxes;
         pplns->anVtx[k] = nVtx;
+        pplns->abBox[k] = false;
+        pplns->abRect[k] = false;
         if (iAxes < 0) continue;
         for (Long i = 0; i < nVtx; i++) {
             Pt3c const& pt = ptVtx(parPPtVtx, parPPtVtx->iFirst() + i);
@@ -343,6 +427,7 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
             pplns->aafU[k][i] = afXyz[(iAxes + 1) % 3];
             pplns->aafV[k][i] = afXyz[(iAxes + 2) % 3];
         }
+        boxOfPgn(pplns, k);
     }
     return true;
 }
@@ -370,8 +455,7 @@ Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, dou
             const double afFoot[3] = {xFoot, yFoot, zFoot};
             const double* afU = plns.aafU[k];
             const double* afV = plns.aafV[k];
-            bInside = bInsideByWinding(afFoot[(iAxes + 1) % 3], afFoot[(iAxes + 2) % 3], 0,
-                                       plns.anVtx[k] - 1,
+            bInside = bInsidePgnOfPlns(plns, k, afFoot[(iAxes + 1) % 3], afFoot[(iAxes + 2) % 3],
                                        [afU, afV](Long i, double* pu, double* pv) {
                                            *pu = afU[i];
                                            *pv = afV[i];

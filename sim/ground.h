@@ -83,6 +83,14 @@ struct PlnsGnd {
     Long anVtx[nPgnMax];
     double aafU[nPgnMax][nVtxMax];
     double aafV[nPgnMax][nVtxMax];
+    // The vertices' box in those coordinates (u min, u max, v min, v max),
+    // when every coordinate is within 1e70 in magnitude (abBox), and whether
+    // the polygon is that box, its four corners in order around it (abRect):
+    // the query then answers a point well clear of the box's edges from the
+    // box alone (see iPgnAtOrBelowPlnsGnd).
+    bool abBox[nPgnMax];
+    bool abRect[nPgnMax];
+    double aafBox[nPgnMax][4];
 };
 
 // Computes the planes of every polygon of the ground into *pplns. False
