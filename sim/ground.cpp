@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <numbers>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 Pt3c const& ptVtx(A1Val<void*>* parPPtVtx, Long iVtx) {
@@ -388,11 +392,15 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
     pplns->parPArPPtVtxPgnGnd = parPArPPtVtxPgnGnd;
     pplns->nPgn = parPArPPtVtxPgnGnd->n();
     if (pplns->nPgn > PlnsGnd::nPgnMax) return false;
+    for (auto& afCoef : pplns->aafPlnByCoef)
+        for (double& fCoef : afCoef) fCoef = 0.0;
     for (Long k = 0; k < pplns->nPgn; k++) {
         A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k);
         double* afPln = pplns->aafPln[k];
         plnEqnPgn(&afPln[0], &afPln[1], &afPln[2], &afPln[3], parPPtVtx);
         const double a = afPln[0], b = afPln[1], c = afPln[2];
+        for (int iCoef = 0; iCoef < 4; iCoef++) pplns->aafPlnByCoef[iCoef][k] = afPln[iCoef];
+        pplns->afNormSq[k] = a * a + b * b + c * c;
         // Dr3c's own arithmetic, done where it cannot fail.
         const double fNorm = std::sqrt(a * a + b * b + c * c);
         pplns->abNrm[k] = fNorm != 0.0;
@@ -438,13 +446,47 @@ Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, dou
     VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
     // bPtAtOrBelowGnd's loop with the planes and the inside test's vertices
     // read from plns: the same numbers in the same order, so the same answer.
+    // The plane equation at the point is evaluated for every polygon first,
+    // with no early exit (so the loop runs on vectors; each value is the
+    // same expression as before), and only polygons with the point on or
+    // below their plane are visited, in index order.
+    double afPlnEqnAtPt[PlnsGnd::nPgnMax];
+    unsigned iPgnsBelow = 0;
+    const double* afA = plns.aafPlnByCoef[0];
+    const double* afB = plns.aafPlnByCoef[1];
+    const double* afC = plns.aafPlnByCoef[2];
+    const double* afD = plns.aafPlnByCoef[3];
+#ifdef __SSE2__
+    // Two polygons at a time (the arrays are zero past nPgn): each lane
+    // multiplies and adds as the scalar expression does, in the same order.
+    const __m128d x2 = _mm_set1_pd(x), y2 = _mm_set1_pd(y), z2 = _mm_set1_pd(z);
+    for (Long k = 0; k < plns.nPgn; k += 2) {
+        const __m128d fEq2 = _mm_add_pd(
+            _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_loadu_pd(afA + k), x2),
+                                  _mm_mul_pd(_mm_loadu_pd(afB + k), y2)),
+                       _mm_mul_pd(_mm_loadu_pd(afC + k), z2)),
+            _mm_loadu_pd(afD + k));
+        _mm_storeu_pd(afPlnEqnAtPt + k, fEq2);
+        iPgnsBelow |= static_cast<unsigned>(_mm_movemask_pd(_mm_cmple_pd(fEq2, _mm_setzero_pd())))
+                      << k;
+    }
+    iPgnsBelow &= (1u << plns.nPgn) - 1u;
+#else
     for (Long k = 0; k < plns.nPgn; k++) {
+        afPlnEqnAtPt[k] = afA[k] * x + afB[k] * y + afC[k] * z + afD[k];
+        iPgnsBelow |= static_cast<unsigned>(afPlnEqnAtPt[k] <= 0.0) << k;
+    }
+#endif
+    while (iPgnsBelow != 0) {
+        const Long k = std::countr_zero(iPgnsBelow);
+        iPgnsBelow &= iPgnsBelow - 1;
         const double* afPln = plns.aafPln[k];
         const double a = afPln[0], b = afPln[1], c = afPln[2], d = afPln[3];
-        const double fPlnEqnAtPt = a * x + b * y + c * z + d;
-        if (!(fPlnEqnAtPt <= 0.0)) continue;
-        double xFoot, yFoot, zFoot;
-        ptAtFootOfPerp(&xFoot, &yFoot, &zFoot, x, y, z, a, b, c, d);
+        // ptAtFootOfPerp with its two sums taken from above.
+        const double u = -afPlnEqnAtPt[k] / plns.afNormSq[k];
+        const double xFoot = x + u * a;
+        const double yFoot = y + u * b;
+        const double zFoot = z + u * c;
         const int iAxes = plns.aiAxes[k];
         bool bInside;
         if (iAxes < 0) {

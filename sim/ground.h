@@ -91,6 +91,10 @@ struct PlnsGnd {
     bool abBox[nPgnMax];
     bool abRect[nPgnMax];
     double aafBox[nPgnMax][4];
+    // a, b, c, d again, one array each (zero past nPgn), and a*a + b*b + c*c
+    // of each plane, for the query's loops over all polygons at once.
+    double aafPlnByCoef[4][nPgnMax];
+    double afNormSq[nPgnMax];
 };
 
 // Computes the planes of every polygon of the ground into *pplns. False
