@@ -189,9 +189,11 @@ bool bNeverDecreasing(const double* arFTi, Long nCmd) {
 }  // namespace
 
 void ArFFnFArFModel::forgetKept() {
-    pfTiCmdAscending = nullptr;
-    nCmdAscending = 0;
+    pfTiCmdChecked = nullptr;
+    nCmdChecked = 0;
+    bCmdAscending = false;
     iCmdHiLast = 2;
+    bCmdKept = false;
     bTrigKept = false;
 }
 
@@ -204,16 +206,31 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
         const double* arFTi = arFTiCmd._pel0;
         const double* arFFc = arFFcThrustCmd._pel0;
         const double* arFMm = arFMmPitchCmd._pel0;
-        if (arFTi != pfTiCmdAscending || nCmd != nCmdAscending) {
-            pfTiCmdAscending = bNeverDecreasing(arFTi, nCmd) ? arFTi : nullptr;
-            nCmdAscending = nCmd;
+        if (arFTi != pfTiCmdChecked || nCmd != nCmdChecked) {
+            pfTiCmdChecked = arFTi;
+            nCmdChecked = nCmd;
+            bCmdAscending = bNeverDecreasing(arFTi, nCmd);
             iCmdHiLast = 2;
+            bCmdKept = false;
+        }
+        // The stepper asks for the same time several times in a row (its
+        // stages share times): the same time and engine state give the same
+        // commands, kept from the last look-up.
+        const unsigned long long iBitsTi = std::bit_cast<unsigned long long>(fTi);
+        if (bCmdKept && iBitsTi == iBitsTiCmdKept && bEngineOff == bEngineOffCmdKept) {
+            *pfFcThrustCmd = fFcThrustCmdKept;
+            *pfMmPitchCmd = fMmPitchCmdKept;
+            return;
         }
         cmdFromTable(
             pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff,
             [arFTi](Long i) { return arFTi[i]; }, [arFFc](Long i) { return arFFc[i]; },
-            [arFMm](Long i) { return arFMm[i]; },
-            pfTiCmdAscending != nullptr ? &iCmdHiLast : nullptr);
+            [arFMm](Long i) { return arFMm[i]; }, bCmdAscending ? &iCmdHiLast : nullptr);
+        bCmdKept = true;
+        iBitsTiCmdKept = iBitsTi;
+        bEngineOffCmdKept = bEngineOff;
+        fFcThrustCmdKept = *pfFcThrustCmd;
+        fMmPitchCmdKept = *pfMmPitchCmd;
     } else {
         // Any other shape: the checked reads end the program at the first
         // index outside an array ("array bounds").
@@ -370,6 +387,11 @@ inline void addGroundContact(double* pfFcXf, double* pfFcZf, double* pfMmPitch,
 }  // namespace
 
 void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState) {
+    derivInline(pfDeriv, fTi, pfState);
+}
+
+[[gnu::always_inline]] inline void ArFFnFArFModel::derivInline(double* pfDeriv, double fTi,
+                                                               const double* pfState) {
     const double x = pfState[0];
     const double z = pfState[1];
     const double fPitch = pfState[2];
@@ -527,6 +549,14 @@ struct ListFreer {
 
 }  // namespace
 
+// The model's derivative for the driver's inlined stepper.
+struct ModelDerivInline {
+    [[gnu::always_inline]] static void at(ArFFnFArFModel* pmodel, double* pfDeriv, double fTi,
+                                          const double* pfState) {
+        pmodel->derivInline(pfDeriv, fTi, pfState);
+    }
+};
+
 void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
          double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
          double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
@@ -560,8 +590,9 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     // The model itself, not a class derived from it, is stepped with its
     // derivative inlined into the stepper: the same arithmetic (odeintfx.h).
     const bool bModelExact = typeid(*parFFnFArFModel) == typeid(ArFFnFArFModel);
-    auto fnDeriv = [parFFnFArFModel](double* pfDeriv, double fTiAt, const double* pfState) {
-        parFFnFArFModel->derivAt(pfDeriv, fTiAt, pfState);
+    auto fnDeriv = [parFFnFArFModel](double* pfDeriv, double fTiAt,
+                                     const double* pfState) __attribute__((always_inline)) {
+        ModelDerivInline::at(parFFnFArFModel, pfDeriv, fTiAt, pfState);
     };
 
     // 4. The first record. The inertia of the initial mass goes into every

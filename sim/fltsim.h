@@ -103,8 +103,9 @@ public:
     // In a table whose times never decrease (checked once per run, at the
     // first look-up after sim() starts) they are found from the last
     // bracket instead, as the flight's times mostly increase: the same rows
-    // (see cmdFromTable in fltsim.cpp). The schedule must not change during
-    // a run.
+    // (see cmdFromTable in fltsim.cpp). The commands of the last time looked
+    // up are kept for the next look-up of the same time. The schedule must
+    // not change during a run.
     void cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
 
     Planet* pplanet;
@@ -131,18 +132,29 @@ public:
     PlnsGnd plnsGnd;
 
     // Forgets what the model keeps between evaluations for speed: the
-    // schedule's check and last bracket, the last pitch's sine and cosine.
+    // schedule's check, last bracket and last commands, the last pitch's
+    // sine and cosine.
     // sim() calls it at the start of every run.
     void forgetKept();
 
 private:
     void takePlnsGnd();
+    // derivAt's body, inlined into the driver's stepper (fltsim.cpp only).
+    inline void derivInline(double* pfDeriv, double fTi, const double* pfState);
+    friend struct ModelDerivInline;
 
-    // The last bracket of the schedule (its upper row), and the table it
-    // belongs to once that has been found never to decrease in time.
-    const double* pfTiCmdAscending = nullptr;
-    Long nCmdAscending = 0;
+    // The schedule table last looked up, whether its times never decrease,
+    // the last bracket (its upper row), and the commands of the last time
+    // looked up (bits iBitsTiCmdKept, with the engine state then).
+    const double* pfTiCmdChecked = nullptr;
+    Long nCmdChecked = 0;
+    bool bCmdAscending = false;
     Long iCmdHiLast = 2;
+    bool bCmdKept = false;
+    bool bEngineOffCmdKept = false;
+    unsigned long long iBitsTiCmdKept = 0;
+    double fFcThrustCmdKept = 0.0;
+    double fMmPitchCmdKept = 0.0;
 
     // Sine and cosine of the pitch of the last evaluation, whose bits are
     // iBitsPitchTrig (while bTrigKept).
