@@ -59,8 +59,19 @@ void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchA
         if (fMoment > fMmPitchMax) fMoment = fMmPitchMax;
         // The lever-arm limit. With zero thrust the ratio is +-inf or NaN:
         // +-inf clips the moment to 0, NaN (0/0) leaves a zero moment at 0.
-        if (fMoment / fThrust < -fMmOvFcMax) fMoment = -fThrust * fMmOvFcMax;
-        if (fMoment / fThrust > fMmOvFcMax) fMoment = fThrust * fMmOvFcMax;
+        //
+        // A moment well inside the limit is left as it is without the two
+        // divisions. With L = fl(fl(c |T|) (1 - 1e-7)) between 1e-290 and
+        // 1e290 (no underflow or overflow on the way, so each rounding is
+        // within a factor 1 + 2^-53), |M| < L means, exactly, |M| <
+        // c |T| (1 + 2^-53)^3 (1 - 1e-7) < c |T| (1 - 9e-8): |M / T| <
+        // c (1 - 9e-8), whose rounding stays below c, so neither comparison
+        // below can hold. Zero, negative or NaN bounds never pass the test.
+        const double fMomentLim = (fMmOvFcMax * std::fabs(fThrust)) * (1.0 - 1e-7);
+        if (!(std::fabs(fMoment) < fMomentLim && fMomentLim > 1e-290 && fMomentLim < 1e290)) {
+            if (fMoment / fThrust < -fMmOvFcMax) fMoment = -fThrust * fMmOvFcMax;
+            if (fMoment / fThrust > fMmOvFcMax) fMoment = fThrust * fMmOvFcMax;
+        }
     }
     *pfFcThrustAct = fThrust;
     *pfMmPitchAct = fMoment;

@@ -7,7 +7,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <numbers>
 #include <vector>
 
@@ -102,7 +104,7 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
     initParams();
     A1Val<double> arFTi(1, 6), arFFc(1, 6), arFMm(1, 6);
     const double afRows[6][3] = {{0.0, 0.0, 0.0},   {0.5, 450.0, 30.0}, {1.25, 600.0, -80.0},
-                                 {2.0, 2000.0, 0.0}, {2.5, 300.0, 5.0},  {4.0, 0.0, 0.0}};
+                                 {2.0, 2000.0, 700.0}, {2.5, 300.0, 5.0},  {4.0, 0.0, 0.0}};
     for (Long i = 1; i <= 6; i++) {
         arFTi[i] = afRows[i - 1][0];
         arFFc[i] = afRows[i - 1][1];
@@ -146,7 +148,7 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
                                            vecVe[static_cast<size_t>(nEval) % vecVe.size()],
                                            vecVe[static_cast<size_t>(nEval / 5) % vecVe.size()],
                                            0.1 * static_cast<double>(nEval % 7) - 0.3,
-                                           nEval % 11 == 0 ? vehicle.fMsEmpty : 95.0};
+                                           nEval % 11 == 0 ? vehicle.fMsEmpty : 98.5};
                     const double fTi = vecTi[static_cast<size_t>(nEval / 2) % vecTi.size()];
                     if (iRep == 0) {
                         flags.bClearedGnd = nEval % 4 != 0;
@@ -182,6 +184,49 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
         }
     }
     EXPECT_GT(nContact, 1000);  // the contact ran, on several polygons
+}
+
+// The actuator limits skip the lever-arm divisions for a moment well inside
+// the limit: at and beside the margin, with zero, tiny, huge and NaN thrust
+// and bounds, the actuals must be those of the documented comparisons.
+TEST(SimExact, LeverArmLimitShortcutGivesTheDividedComparisons) {
+    initParams();
+    const double fInf = std::numeric_limits<double>::infinity();
+    const double fNaN = std::numeric_limits<double>::quiet_NaN();
+    long nChecked = 0;
+    for (double c : {0.8, 0.0, -1.0, fNaN, 1e-300, 3e300, 2.5}) {
+        Vehicle veh = vehicle;
+        veh.fMmOvFcMax = c;
+        veh.fMmPitchMax = fInf;
+        veh.fFcThrustMax = fInf;
+        for (double fT : {0.0, 1e-310, 1e-295, 1e-3, 1.0, 437.25, 1e200, fInf, fNaN, -5.0}) {
+            std::vector<double> vecM = {0.0, -0.0, 1.0, -7.5, fInf, -fInf, fNaN};
+            for (double fRatio : {c, c * (1.0 - 1e-7), c * (1.0 - 9e-8)})
+                for (int iUlp = -3; iUlp <= 3; iUlp++) {
+                    double fM = fRatio * fT;
+                    for (int k = 0; k < std::abs(iUlp); k++)
+                        fM = std::nextafter(fM, iUlp < 0 ? -fInf : fInf);
+                    vecM.insert(vecM.end(), {fM, -fM});
+                }
+            for (double fM : vecM) {
+                double fFcAct, fMmAct;
+                veh.fFcThrustMmPitchActFmCmd(&fFcAct, &fMmAct, fT, fM, veh.fMsGTO);
+                // The documented limits, with both divisions.
+                double fThrust = fT, fMoment = fM;
+                if (fThrust < 0.0) fThrust = 0.0;
+                if (fThrust > veh.fFcThrustMax) fThrust = veh.fFcThrustMax;
+                if (fMoment < -veh.fMmPitchMax) fMoment = -veh.fMmPitchMax;
+                if (fMoment > veh.fMmPitchMax) fMoment = veh.fMmPitchMax;
+                if (fMoment / fThrust < -c) fMoment = -fThrust * c;
+                if (fMoment / fThrust > c) fMoment = fThrust * c;
+                ASSERT_TRUE(bSame(fFcAct, fThrust));
+                ASSERT_TRUE(bSame(fMmAct, fMoment))
+                    << c << " " << fT << " " << fM << ": " << fMmAct << " " << fMoment;
+                nChecked++;
+            }
+        }
+    }
+    EXPECT_GT(nChecked, 2000);
 }
 
 // The model through the virtual interface and the general stepper.
