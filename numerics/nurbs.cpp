@@ -80,8 +80,86 @@ void vdfNBSpline(Long iSpan, double u, Long p, Vd<double>* pvdfUKnot, Vd<double>
     }
 }
 
+namespace {
+
+// mdcfDerivsBSpline for a degree of at most pFixedMax and orders up to the
+// degree, with its work arrays on the stack: every index used then lies in
+// the work arrays' ranges (ndu 0..p by 0..p, a 0..1 by 0..p), so the range
+// checks of the general code below could never fire, and the arithmetic is
+// the same, operation for operation.
+constexpr Long pFixedMax = 15;
+
+void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double>* pvdfUKnot,
+                            Mdc<double>* pmdcfDerivs) {
+    double afLeft[pFixedMax + 1], afRight[pFixedMax + 1];
+    double aafNdu[pFixedMax + 1][pFixedMax + 1];
+    double aafA[2][pFixedMax + 1];
+    const Vd<double>& vdfU = *pvdfUKnot;
+    Mdc<double>& mdcfDerivs = *pmdcfDerivs;
+
+    aafNdu[0][0] = 1.0;
+    for (Long j = 1; j <= p; j++) {
+        afLeft[j] = u - vdfU[iSpan + 1 - j];
+        afRight[j] = vdfU[iSpan + j] - u;
+        double fSaved = 0.0;
+        for (Long r = 0; r <= j - 1; r++) {
+            aafNdu[j][r] = afRight[r + 1] + afLeft[j - r];
+            const double fTemp = aafNdu[r][j - 1] / aafNdu[j][r];
+            aafNdu[r][j] = fSaved + afRight[r + 1] * fTemp;
+            fSaved = afLeft[j - r] * fTemp;
+        }
+        aafNdu[j][j] = fSaved;
+    }
+
+    for (Long j = 0; j <= p; j++) mdcfDerivs.at(0, j) = aafNdu[j][p];
+
+    // The factors p! / (p - k)!, as the general code forms them.
+    double afFactor[pFixedMax + 1];
+    double fFactor = p;
+    for (Long k = 1; k <= nDeriv; k++) {
+        afFactor[k] = fFactor;
+        fFactor *= (p - k);
+    }
+    for (Long r = 0; r <= p; r++) {
+        Long s1 = 0;
+        Long s2 = 1;
+        aafA[0][0] = 1.0;
+        for (Long k = 1; k <= nDeriv; k++) {
+            double fD = 0.0;
+            const Long rk = r - k;
+            const Long pk = p - k;
+            if (r >= k) {
+                aafA[s2][0] = aafA[s1][0] / aafNdu[pk + 1][rk];
+                fD = aafA[s2][0] * aafNdu[rk][pk];
+            }
+            const Long j1 = (rk >= -1) ? 1 : -rk;
+            const Long j2 = (r - 1 <= pk) ? k - 1 : p - r;
+            for (Long j = j1; j <= j2; j++) {
+                aafA[s2][j] = (aafA[s1][j] - aafA[s1][j - 1]) / aafNdu[pk + 1][rk + j];
+                fD += aafA[s2][j] * aafNdu[rk + j][pk];
+            }
+            if (r <= pk) {
+                aafA[s2][k] = -aafA[s1][k - 1] / aafNdu[pk + 1][r];
+                fD += aafA[s2][k] * aafNdu[r][pk];
+            }
+            // The general code stores fD and multiplies it by the factor
+            // afterwards: the same product.
+            mdcfDerivs.at(k, r) = fD * afFactor[k];
+            const Long sSwap = s1;
+            s1 = s2;
+            s2 = sSwap;
+        }
+    }
+}
+
+}  // namespace
+
 void mdcfDerivsBSpline(Long iSpan, double u, Long p, Long nDeriv, Vd<double>* pvdfUKnot,
                        Mdc<double>* pmdcfDerivs) {
+    if (p >= 0 && p <= pFixedMax && nDeriv <= p) {
+        mdcfDerivsBSplineFixed(iSpan, u, p, nDeriv, pvdfUKnot, pmdcfDerivs);
+        return;
+    }
     static thread_local A1Val<double> arFLeft(1, 0);
     static thread_local A1Val<double> arFRight(1, 0);
     // ndu: basis values in the upper triangle (with the diagonal), knot
