@@ -95,7 +95,15 @@ void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double
     double aafNdu[pFixedMax + 1][pFixedMax + 1];
     double aafA[2][pFixedMax + 1];
     const Vd<double>& vdfU = *pvdfUKnot;
+    // The caller has checked that the table covers rows 0..nDeriv and
+    // columns 0..p: its elements are written directly.
     Mdc<double>& mdcfDerivs = *pmdcfDerivs;
+    const Long nRTable = mdcfDerivs.nR();
+    double* pfTable = mdcfDerivs.pdata;
+    const Long loR = mdcfDerivs.loR, loC = mdcfDerivs.loC;
+    auto fDeriv = [pfTable, nRTable, loR, loC](Long k, Long j) -> double& {
+        return pfTable[(j - loC) * nRTable + (k - loR)];
+    };
 
     aafNdu[0][0] = 1.0;
     for (Long j = 1; j <= p; j++) {
@@ -111,7 +119,7 @@ void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double
         aafNdu[j][j] = fSaved;
     }
 
-    for (Long j = 0; j <= p; j++) mdcfDerivs.at(0, j) = aafNdu[j][p];
+    for (Long j = 0; j <= p; j++) fDeriv(0, j) = aafNdu[j][p];
 
     // The factors p! / (p - k)!, as the general code forms them.
     double afFactor[pFixedMax + 1];
@@ -144,7 +152,7 @@ void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double
             }
             // The general code stores fD and multiplies it by the factor
             // afterwards: the same product.
-            mdcfDerivs.at(k, r) = fD * afFactor[k];
+            fDeriv(k, r) = fD * afFactor[k];
             const Long sSwap = s1;
             s1 = s2;
             s2 = sSwap;
@@ -156,7 +164,9 @@ void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double
 
 void mdcfDerivsBSpline(Long iSpan, double u, Long p, Long nDeriv, Vd<double>* pvdfUKnot,
                        Mdc<double>* pmdcfDerivs) {
-    if (p >= 0 && p <= pFixedMax && nDeriv <= p) {
+    Mdc<double> const& mdcfOut = *pmdcfDerivs;
+    if (p >= 0 && p <= pFixedMax && nDeriv >= 0 && nDeriv <= p && mdcfOut.loR <= 0 &&
+        mdcfOut.hiR >= nDeriv && mdcfOut.loC <= 0 && mdcfOut.hiC >= p) {
         mdcfDerivsBSplineFixed(iSpan, u, p, nDeriv, pvdfUKnot, pmdcfDerivs);
         return;
     }
@@ -263,6 +273,26 @@ void mdcfDerivsBSplineAtU(Long nDim, Long n, Long p, Vd<double>* pvdfUKnot,
     Mdc<double>* pmdcfTable = pmdcfWork(pmdcfTableKeep, 0, n, 0, p);
     mdcfDerivsBSpline(iSpan, u, p, du < n ? du : n, pvdfUKnot, pmdcfTable);
 
+    // Where both tables are known to cover every element used, they are
+    // read and written directly; the sums are the same.
+    if (du >= 0 && du <= n && p >= 0 && mdcfDerivs.loR <= 1 && mdcfDerivs.hiR >= nDim &&
+        mdcfDerivs.loC <= 0 && mdcfDerivs.hiC >= du) {
+        const Long nROut = mdcfDerivs.nR();
+        const double* pfTable = pmdcfTable->pdata;  // rows 0..n, columns 0..p
+        const Long nRTable = pmdcfTable->nR();
+        for (Long k = 0; k <= du; k++) {
+            // Column k of the result; row iDim at pfOutK[iDim - 1].
+            double* pfOutK = mdcfDerivs.pdata + (k - mdcfDerivs.loC) * nROut + (1 - mdcfDerivs.loR);
+            for (Long iDim = 1; iDim <= nDim; iDim++) pfOutK[iDim - 1] = 0.0;
+            for (Long j = 0; j <= p; j++) {
+                const Vd<double>& vdfP = vdfPAt(papVdfP, iSpan - p + j);
+                const double fBasis = pfTable[j * nRTable + k];
+                for (Long iDim = 1; iDim <= nDim; iDim++)
+                    pfOutK[iDim - 1] += fBasis * vdfP[iDim];
+            }
+        }
+        return;
+    }
     for (Long k = 0; k <= du; k++) {
         for (Long iDim = 1; iDim <= nDim; iDim++) mdcfDerivs.at(iDim, k) = 0.0;
         for (Long j = 0; j <= p; j++) {
