@@ -12,7 +12,9 @@ namespace {
 // The function szFn of the library szLib, loaded now if need be; a fatal
 // error when either cannot be had.
 void* pvFnOfLib(const char* szLib, const char* szFn) {
-    void* pvLib = dlopen(szLib, RTLD_NOW | RTLD_LOCAL);
+    // Lazy binding: the libraries' own calls are resolved as they are first
+    // made, as when they are loaded with the program.
+    void* pvLib = dlopen(szLib, RTLD_LAZY | RTLD_LOCAL);
     void* pvFn = pvLib != nullptr ? dlsym(pvLib, szFn) : nullptr;
     if (pvFn == nullptr) {
         char szMsg[512];
