@@ -9,12 +9,29 @@
 
 namespace {
 
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr int iDlopenDeepBind = 0;
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || \
+    __has_feature(memory_sanitizer)
+constexpr int iDlopenDeepBind = 0;
+#else
+constexpr int iDlopenDeepBind = RTLD_DEEPBIND;
+#endif
+#else
+constexpr int iDlopenDeepBind = RTLD_DEEPBIND;
+#endif
+
 // The function szFn of the library szLib, loaded now if need be; a fatal
 // error when either cannot be had.
 void* pvFnOfLib(const char* szLib, const char* szFn) {
     // Lazy binding: the libraries' own calls are resolved as they are first
-    // made, as when they are loaded with the program.
-    void* pvLib = dlopen(szLib, RTLD_LAZY | RTLD_LOCAL);
+    // made, as when they are loaded with the program. Their symbols are
+    // looked up among themselves and their own dependencies first (every
+    // one they use is defined there), not after every library the program
+    // was loaded with: that search cost more than the loading itself. The
+    // sanitizer run-times refuse that flag, and keep the usual order.
+    void* pvLib = dlopen(szLib, RTLD_LAZY | RTLD_LOCAL | iDlopenDeepBind);
     void* pvFn = pvLib != nullptr ? dlsym(pvLib, szFn) : nullptr;
     if (pvFn == nullptr) {
         char szMsg[512];
