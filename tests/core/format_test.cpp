@@ -338,8 +338,8 @@ TEST_F(LineReaderTest, NumberedLinesAndSkipping) {
     std::fclose(pf);
 }
 
-// The run report's fixed-point fields: printf's text for every value, at and
-// beside the rounding ties of each precision, signed zeros, tiny and huge
+// The reports' fixed-point fields (run report and flight plan): printf's
+// text for every value, at and beside the rounding ties of each precision, signed zeros, tiny and huge
 // values, infinities and NaN, and many random doubles.
 TEST(PchPutFixed, WritesWhatPrintfWrites) {
     std::vector<double> vecF = {0.0,     -0.0,     0.005,   -0.005, 0.015,  0.125,   -0.125,
@@ -352,7 +352,8 @@ TEST(PchPutFixed, WritesWhatPrintfWrites) {
     for (int i = -2000; i <= 2000; i++) {
         const double fTie = (i + 0.5) / 100.0;  // near the ties of %.2f
         vecF.insert(vecF.end(), {fTie, std::nextafter(fTie, -1e9), std::nextafter(fTie, 1e9),
-                                 (i + 0.5) / 10.0, -(i + 0.5) / 10.0});
+                                 (i + 0.5) / 10.0, -(i + 0.5) / 10.0, (i + 0.5) / 1e6,
+                                 std::ldexp(i, -20)});
     }
     std::mt19937_64 rng(20261124);
     for (int i = 0; i < 20000; i++) {
@@ -364,9 +365,10 @@ TEST(PchPutFixed, WritesWhatPrintfWrites) {
     }
     char szOur[400], szPrintf[400];
     for (double f : vecF) {
-        for (int iPrec : {1, 2}) {
-            *pchPutFixed(szOur, f, 8, iPrec) = '\0';
-            std::snprintf(szPrintf, sizeof szPrintf, "%8.*f", iPrec, f);
+        for (int iPrec : {1, 2, 6}) {
+            const int iWidth = iPrec == 6 ? 12 : 8;
+            *pchPutFixed(szOur, f, iWidth, iPrec) = '\0';
+            std::snprintf(szPrintf, sizeof szPrintf, "%*.*f", iWidth, iPrec, f);
             ASSERT_STREQ(szOur, szPrintf) << iPrec;
         }
     }
