@@ -275,8 +275,18 @@ void mdcfDerivsBSplineAtU(Long nDim, Long n, Long p, Vd<double>* pvdfUKnot,
 
     // Where both tables are known to cover every element used, they are
     // read and written directly; the sums are the same.
-    if (du >= 0 && du <= n && p >= 0 && mdcfDerivs.loR <= 1 && mdcfDerivs.hiR >= nDim &&
-        mdcfDerivs.loC <= 0 && mdcfDerivs.hiC >= du) {
+    // The control points are read once, in the order of the first pass
+    // below (so a short one stops the program at the same read).
+    constexpr Long pKeptMax = 15;
+    constexpr Long nDimKeptMax = 4;
+    if (du >= 0 && du <= n && p >= 0 && p <= pKeptMax && nDim >= 0 && nDim <= nDimKeptMax &&
+        mdcfDerivs.loR <= 1 && mdcfDerivs.hiR >= nDim && mdcfDerivs.loC <= 0 &&
+        mdcfDerivs.hiC >= du) {
+        double aafP[pKeptMax + 1][nDimKeptMax];
+        for (Long j = 0; j <= p; j++) {
+            const Vd<double>& vdfP = vdfPAt(papVdfP, iSpan - p + j);
+            for (Long iDim = 1; iDim <= nDim; iDim++) aafP[j][iDim - 1] = vdfP[iDim];
+        }
         const Long nROut = mdcfDerivs.nR();
         const double* pfTable = pmdcfTable->pdata;  // rows 0..n, columns 0..p
         const Long nRTable = pmdcfTable->nR();
@@ -285,10 +295,9 @@ void mdcfDerivsBSplineAtU(Long nDim, Long n, Long p, Vd<double>* pvdfUKnot,
             double* pfOutK = mdcfDerivs.pdata + (k - mdcfDerivs.loC) * nROut + (1 - mdcfDerivs.loR);
             for (Long iDim = 1; iDim <= nDim; iDim++) pfOutK[iDim - 1] = 0.0;
             for (Long j = 0; j <= p; j++) {
-                const Vd<double>& vdfP = vdfPAt(papVdfP, iSpan - p + j);
                 const double fBasis = pfTable[j * nRTable + k];
                 for (Long iDim = 1; iDim <= nDim; iDim++)
-                    pfOutK[iDim - 1] += fBasis * vdfP[iDim];
+                    pfOutK[iDim - 1] += fBasis * aafP[j][iDim - 1];
             }
         }
         return;
