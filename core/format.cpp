@@ -2,6 +2,7 @@
 #include "core/format.h"
 
 #include <cctype>
+#include <charconv>
 #include <cmath>
 #include <cstring>
 #include <string>
@@ -80,6 +81,21 @@ unsigned char bInRangeISignFSigIExpChSIPrefixF(Long* piSign, double* pfSig, Long
     *pchPrefix = achPrefix[(iExpPrefix + 18) / 3];
     *pfSig = f / std::pow(10.0, static_cast<double>(iExpPrefix));
     return 1;
+}
+
+char* pchPutFixed(char* pch, double f, int iWidth, int iPrec) {
+    char szDigits[340];
+    int nCh;
+    if (std::isfinite(f) && iPrec >= 0 && iPrec <= 17) {
+        const std::to_chars_result res = std::to_chars(szDigits, szDigits + sizeof szDigits, f,
+                                                       std::chars_format::fixed, iPrec);
+        nCh = static_cast<int>(res.ptr - szDigits);
+    } else {
+        nCh = std::snprintf(szDigits, sizeof szDigits, "%.*f", iPrec, f);
+    }
+    for (int i = nCh; i < iWidth; i++) *pch++ = ' ';
+    std::memcpy(pch, szDigits, static_cast<std::size_t>(nCh));
+    return pch + nCh;
 }
 
 void printFE(std::FILE* pfile, Long iNChSize, Long iNChPrec, double f) {

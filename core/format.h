@@ -36,6 +36,13 @@ unsigned char bInRangeISignFSigIExpChSIPrefixF(Long* piSign, double* pfSig, Long
 // 10 is written as 1 with the next exponent. Zero is written "0.000e+0".
 void printFE(std::FILE* pfile, Long iNChSize, Long iNChPrec, double f);
 
+// Writes f as printf's "%W.Pf" would (W = iWidth, P = iPrec, 0..17) in the
+// C locale, at pch, and returns the end of what it wrote (no terminating
+// zero). pch must have room for 330 + iWidth + iPrec characters. The digits
+// of a finite value come from std::to_chars, which is specified to give
+// printf's digits for a precision; other values go through snprintf itself.
+char* pchPutFixed(char* pch, double f, int iWidth, int iPrec);
+
 // ---- date and time -------------------------------------------------------------------
 
 // The current local date and time as a new Str, owned by the caller.

@@ -2,7 +2,7 @@
 // mxtypes.h).
 #include "core/mxtypes.h"
 
-#include <cblas.h>
+#include "core/lapackld.h"
 
 #include <string>
 
@@ -23,7 +23,7 @@ Vd<double>* pmdcgnTimesPVd(Mdc<double>* pm, Vd<double>* pv) {
     for (Long i = 0; i < nR; i++) pvR->pdata[i] = 0.0;
     // BLAS refuses a leading dimension below 1; an empty product stays zero.
     if (nR > 0 && nC > 0)
-        cblas_dgemv(CblasColMajor, CblasNoTrans, nR, nC, 1.0, pm->pdata, nR, pv->pdata, 1, 0.0,
+        cblasDgemv(CblasColMajor, CblasNoTrans, nR, nC, 1.0, pm->pdata, nR, pv->pdata, 1, 0.0,
                     pvR->pdata, 1);
     return pvR;
 }
@@ -39,7 +39,7 @@ Vd<double>* pmdcgnTransTimesPVd(Mdc<double>* pm, Vd<double>* pv) {
     Vd<double>* pvR = new Vd<double>(pm->loC, pm->hiC);
     for (Long i = 0; i < nC; i++) pvR->pdata[i] = 0.0;
     if (nR > 0 && nC > 0)
-        cblas_dgemv(CblasColMajor, CblasTrans, nR, nC, 1.0, pm->pdata, nR, pv->pdata, 1, 0.0,
+        cblasDgemv(CblasColMajor, CblasTrans, nR, nC, 1.0, pm->pdata, nR, pv->pdata, 1, 0.0,
                     pvR->pdata, 1);
     return pvR;
 }

@@ -3,12 +3,22 @@
 
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
+
+#include "numerics/odeintfx.h"
 
 namespace {
 
 // Writes each element of ar on a line of its own, as the step dumps do.
 void writeArFLines(std::FILE* pfile, const A1Val<double>& ar) {
     for (Long i = ar.iFirst(); i <= ar.iLast(); i++) std::fprintf(pfile, "    %20.10e\n", ar[i]);
+}
+
+// An array's elements 0..iN-1 as an A1Val over 1..iN.
+A1Val<double> arFFmPf(const double* pf, Long iN) {
+    A1Val<double> ar(1, iN);
+    for (Long i = 1; i <= iN; i++) ar[i] = pf[i - 1];
+    return ar;
 }
 
 // "debug.txt" of an rk4Step result component that underflowed.
@@ -102,6 +112,32 @@ void rk4Step(A1Val<double>* parFYNext, double fX, A1Val<double>* parFY,
         }
     }
     for (Long i = 1; i <= iNY; i++) (*parFYNext)[i] = arFYOut[i];
+}
+
+// ---- the failure ends of the fixed-size steppers (odeintfx.h) --------------------
+
+void rk4StepFailYTooSmall(double fX, double fH, const double* pfY, const double* pfDyT,
+                          const double* pfYOut, Long iNY, double fYNext) {
+    writeDebugYTooSmall(fX, fH, arFFmPf(pfY, iNY), arFFmPf(pfDyT, iNY), arFFmPf(pfYOut, iNY));
+    VT_ASSERT(std::fabs(fYNext) >= 1e-300);
+    std::abort();
+}
+
+void rk5StepQCFailStepTooSmall(Long iLoop, double fX, double fHTry, double fH,
+                               const double* pfYTemp1, const double* pfDyDxTemp,
+                               const double* pfYNext, Long iNY, double fXNext) {
+    writeDebugStepTooSmall(iLoop, fX, fHTry, fH, arFFmPf(pfYTemp1, iNY),
+                           arFFmPf(pfDyDxTemp, iNY), arFFmPf(pfYNext, iNY));
+    const double* pfXNext = &fXNext;
+    VT_ASSERT(*pfXNext != fX);
+    std::abort();
+}
+
+void rk5StepQCCheckErr(double fErrMax) { VT_ASSERT(!std::isnan(fErrMax)); }
+
+void rk5StepQCCheckHNext(double fHNextEst) {
+    const double* pfHNextEst = &fHNextEst;
+    VT_ASSERT(*pfHNextEst != 0.0);
 }
 
 // ---- rk5StepQC ----------------------------------------------------------------

@@ -3,6 +3,7 @@
 
 #include <cmath>
 
+#include "core/format.h"
 #include "plan/wptfpln.h"
 
 void writeFltplan(std::FILE* pfile, Vd<double>* pvdfT, A<unsigned char*>* paPVdfF,
@@ -13,12 +14,19 @@ void writeFltplan(std::FILE* pfile, Vd<double>* pvdfT, A<unsigned char*>* paPVdf
     // schedule reader skips to the first and stops after the second.
     std::fprintf(pfile, "%4i %4i\n", 3, pvdfT->n() + 2);
     std::fputs("    time         thrust      moment   \n", pfile);
+    // Each row is "%12.6lf %12.6lf %12.6lf" and a line feed, formatted by
+    // pchPutFixed (printf's own text, faster).
+    char szLine[3 * 360 + 4];
     for (Long i = iLo; i <= iHi; i++) {
         const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
         const double fFcThrust = std::sqrt(vdfF[1] * vdfF[1] + vdfF[3] * vdfF[3]);
-        std::fprintf(pfile, "%12.6lf %12.6lf %12.6lf", (*pvdfT)[i], fFcThrust,
-                     (*pvdfAt(paPVdfM, i))[2]);
-        std::fputs("\n", pfile);
+        char* pch = pchPutFixed(szLine, (*pvdfT)[i], 12, 6);
+        *pch++ = ' ';
+        pch = pchPutFixed(pch, fFcThrust, 12, 6);
+        *pch++ = ' ';
+        pch = pchPutFixed(pch, (*pvdfAt(paPVdfM, i))[2], 12, 6);
+        *pch++ = '\n';
+        std::fwrite(szLine, 1, static_cast<std::size_t>(pch - szLine), pfile);
     }
     std::fputs("\n", pfile);
 }

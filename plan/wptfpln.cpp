@@ -1,14 +1,13 @@
 // Waypoint file, B-spline fit and path analysis (see wptfpln.h).
 #include "plan/wptfpln.h"
 
-#include <lapacke.h>
-
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
+#include "core/lapackld.h"
 #include "core/logerror.h"
 #include "numerics/nurbs.h"
 #include "sim/params.h"
@@ -262,10 +261,10 @@ void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** pp
 
     // 6. Solve: LU with partial pivoting, then one right-hand side.
     Vd<lapack_int> vdiPiv(1, nEqn);
-    lapack_int info = LAPACKE_dgetrf(LAPACK_COL_MAJOR, nEqn, nEqn, mdcfCoeff.pdata, nEqn,
-                                     vdiPiv.pdata);
+    lapack_int info = lapackeDgetrf(LAPACK_COL_MAJOR, nEqn, nEqn, mdcfCoeff.pdata, nEqn,
+                                    vdiPiv.pdata);
     if (info == 0)
-        info = LAPACKE_dgetrs(LAPACK_COL_MAJOR, 'N', nEqn, 1, mdcfCoeff.pdata, nEqn,
+        info = lapackeDgetrs(LAPACK_COL_MAJOR, 'N', nEqn, 1, mdcfCoeff.pdata, nEqn,
                               vdiPiv.pdata, mdcfRhs.pdata, nEqn);
     // A nearly singular system can come back with infinite or NaN control
     // points; they would fill every report with NaN. Treat it as unsolved.
@@ -322,10 +321,9 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     UPaPVdf paPVdfF(paPVdfNew(iLo, iHi, 3));
     UPaPVdf paPVdfM(paPVdfNew(iLo, iHi, 3));
 
-    // Work space, allocated once: one point and one derivative table per
-    // spline, and the sample's table (rows x, y, z; columns order 0..5).
+    // Work space, allocated once: one derivative table per spline, and the
+    // sample's table (rows x, y, z; columns order 0..5).
     const Long nDeriv = 5;
-    Vd<double> vdfXAtT(1, 1);
     Mdc<double> mdcfDerivsXAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivsZAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivs(1, 3, 0, nDeriv);
@@ -335,17 +333,18 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     for (Long i = iLo; i <= iHi; i++) {
         const double t = vdfT[i];
 
-        // 1. Position.
-        Vd<double>& vdfX = *pvdfAt(paPVdfX.get(), i);
-        vdfXBSplineAtU(1, t, nX, pX, pvdfUKnotX, paPVdfXCpX, &vdfXAtT);
-        vdfX[1] = vdfXAtT[1];
-        vdfX[2] = 0.0;
-        vdfXBSplineAtU(1, t, nZ, pZ, pvdfUKnotZ, paPVdfXCpZ, &vdfXAtT);
-        vdfX[3] = vdfXAtT[1];
-
-        // 2. Derivatives of orders 0..5.
+        // 1. Derivatives of orders 0..5.
         mdcfDerivsBSplineAtU(1, nX, pX, pvdfUKnotX, paPVdfXCpX, t, nDeriv, &mdcfDerivsXAtT);
         mdcfDerivsBSplineAtU(1, nZ, pZ, pvdfUKnotZ, paPVdfXCpZ, t, nDeriv, &mdcfDerivsZAtT);
+
+        // 2. Position: the point vdfXBSplineAtU gives is order 0 of the
+        // derivatives, bit for bit (the same basis values by the same
+        // recurrence, summed over the same control points in the same
+        // order), so it is taken from there.
+        Vd<double>& vdfX = *pvdfAt(paPVdfX.get(), i);
+        vdfX[1] = mdcfDerivsXAtT.at(1, 0);
+        vdfX[2] = 0.0;
+        vdfX[3] = mdcfDerivsZAtT.at(1, 0);
         for (Long k = 0; k <= nDeriv; k++) {
             mdcfDerivs.at(1, k) = mdcfDerivsXAtT.at(1, k);
             mdcfDerivs.at(2, k) = 0.0;

@@ -5,6 +5,8 @@
 #include <memory>
 #include <numbers>
 
+#include "core/format.h"
+
 namespace {
 
 // Degrees from radians, in the order the report has always used.
@@ -66,14 +68,20 @@ void writeResultsTxt(const char* szFile, A1Val<double>& arFTiDataIn, A1Val<void*
     std::fprintf(pfile,
                  "     ti      Xf      Zf     Pitch   VeXf    VeZf  PitchDot  Ms     ThCmd   "
                  "ThAct   MmCmd   MmAct\n");
+    // Each line is "%8.2lf" eight times, "%8.1lf" four times and a line
+    // feed, formatted by pchPutFixed (printf's own text, faster).
+    char szLine[12 * 360 + 2];
     for (Long i = arFTiDataIn.iFirst(); i <= arFTiDataIn.iLast(); i++) {
         Stvehicle3dof const& st = *static_cast<Stvehicle3dof*>(arPStvehicleIn[i]);
-        std::fprintf(pfile, "%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf", arFTiDataIn[i],
-                     st.fXf, st.fZf, fDegFmFRdn(st.fPitch), st.fVeXf, st.fVeZf,
-                     fDegFmFRdn(st.fPitchDot), st.fMs);
-        std::fprintf(pfile, "%8.1lf%8.1lf%8.1lf%8.1lf", st.fFcThrustCmd, st.fFcThrustAct,
-                     st.fMmPitchCmd, st.fMmPitchAct);
-        std::fprintf(pfile, "\n");
+        const double afF2[8] = {arFTiDataIn[i], st.fXf,   st.fZf,  fDegFmFRdn(st.fPitch),
+                                st.fVeXf,       st.fVeZf, fDegFmFRdn(st.fPitchDot), st.fMs};
+        const double afF1[4] = {st.fFcThrustCmd, st.fFcThrustAct, st.fMmPitchCmd,
+                                st.fMmPitchAct};
+        char* pch = szLine;
+        for (double f : afF2) pch = pchPutFixed(pch, f, 8, 2);
+        for (double f : afF1) pch = pchPutFixed(pch, f, 8, 1);
+        *pch++ = '\n';
+        std::fwrite(szLine, 1, static_cast<std::size_t>(pch - szLine), pfile);
     }
     std::fclose(pfile);
 }

@@ -2,13 +2,16 @@
 // (see fltsim.h).
 #include "sim/fltsim.h"
 
+#include <bit>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <numbers>
+#include <typeinfo>
 
 #include "geom/geom3c.h"
+#include "numerics/odeintfx.h"
 
 thread_local double fPitchGndAtLandingSite = 0.0;
 
@@ -56,8 +59,19 @@ void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchA
         if (fMoment > fMmPitchMax) fMoment = fMmPitchMax;
         // The lever-arm limit. With zero thrust the ratio is +-inf or NaN:
         // +-inf clips the moment to 0, NaN (0/0) leaves a zero moment at 0.
-        if (fMoment / fThrust < -fMmOvFcMax) fMoment = -fThrust * fMmOvFcMax;
-        if (fMoment / fThrust > fMmOvFcMax) fMoment = fThrust * fMmOvFcMax;
+        //
+        // A moment well inside the limit is left as it is without the two
+        // divisions. With L = fl(fl(c |T|) (1 - 1e-7)) between 1e-290 and
+        // 1e290 (no underflow or overflow on the way, so each rounding is
+        // within a factor 1 + 2^-53), |M| < L means, exactly, |M| <
+        // c |T| (1 + 2^-53)^3 (1 - 1e-7) < c |T| (1 - 9e-8): |M / T| <
+        // c (1 - 9e-8), whose rounding stays below c, so neither comparison
+        // below can hold. Zero, negative or NaN bounds never pass the test.
+        const double fMomentLim = (fMmOvFcMax * std::fabs(fThrust)) * (1.0 - 1e-7);
+        if (!(std::fabs(fMoment) < fMomentLim && fMomentLim > 1e-290 && fMomentLim < 1e290)) {
+            if (fMoment / fThrust < -fMmOvFcMax) fMoment = -fThrust * fMmOvFcMax;
+            if (fMoment / fThrust > fMmOvFcMax) fMoment = fThrust * fMmOvFcMax;
+        }
     }
     *pfFcThrustAct = fThrust;
     *pfMmPitchAct = fMoment;
@@ -118,24 +132,49 @@ ArFFnFArFModel::ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fD
 namespace {
 
 // The command look-up over a table whose rows 1..nCmd are read through
-// fnTi(i), fnFc(i), fnMm(i).
+// fnTi(i), fnFc(i), fnMm(i). *piHiHint, when given, is the upper row of the
+// last bracket of a table whose times never decrease.
+//
+// Why the hint finds the bisection's rows. The bisection keeps fnTi(iLo) <=
+// fTi and (fnTi(iHi) > fTi or iHi == nCmd) and halves [iLo, iHi] until
+// iHi = iLo + 1. When the times never decrease, "fnTi(i) > fTi" is false up
+// to some row and true after it, so the bisection ends at iHi = the first
+// row from 2 on with fnTi(iHi) > fTi, or nCmd when there is none (and a NaN
+// time, never greater, gives nCmd too). The hint is taken only when it
+// satisfies exactly that: fnTi(iHi) > fTi (or iHi == nCmd) and, below it,
+// iHi == 2 or fnTi(iHi - 1) <= fTi. Otherwise the next row up is tried (the
+// flight's time moves forward), then the bisection.
 template <class FnTi, class FnFc, class FnMm>
 void cmdFromTable(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi, Long nCmd,
-                  bool bEngineOff, FnTi fnTi, FnFc fnFc, FnMm fnMm) {
+                  bool bEngineOff, FnTi fnTi, FnFc fnFc, FnMm fnMm, Long* piHiHint) {
     if (fTi < fnTi(1) || fTi > fnTi(nCmd)) {
         *pfFcThrustCmd = 0.0;
         *pfMmPitchCmd = 0.0;
         return;
     }
+    auto bIsHi = [&](Long i) {
+        return (i == nCmd || fnTi(i) > fTi) && (i == 2 || !(fnTi(i - 1) > fTi));
+    };
     Long iLo = 1;
     Long iHi = nCmd;
-    while (iHi - iLo > 1) {
-        const Long i = (iLo + iHi) / 2;
-        if (fnTi(i) > fTi)
-            iHi = i;
-        else
-            iLo = i;
+    if (piHiHint != nullptr && nCmd >= 2 && *piHiHint >= 2 && *piHiHint <= nCmd &&
+        bIsHi(*piHiHint)) {
+        iHi = *piHiHint;
+        iLo = iHi - 1;
+    } else if (piHiHint != nullptr && nCmd >= 2 && *piHiHint >= 2 && *piHiHint < nCmd &&
+               bIsHi(*piHiHint + 1)) {
+        iHi = *piHiHint + 1;
+        iLo = iHi - 1;
+    } else {
+        while (iHi - iLo > 1) {
+            const Long i = (iLo + iHi) / 2;
+            if (fnTi(i) > fTi)
+                iHi = i;
+            else
+                iLo = i;
+        }
     }
+    if (piHiHint != nullptr) *piHiHint = iHi;
     const double fH = fnTi(iHi) - fnTi(iLo);
     VT_ASSERT(fH != 0.0);
     const double fA = (fnTi(iHi) - fTi) / fH;
@@ -151,7 +190,23 @@ void cmdFromTable(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi, Long 
 
 bool bCovers(A1Val<double> const& ar, Long nCmd) { return ar.iFirst() <= 1 && ar.iLast() >= nCmd; }
 
+// Whether the times arFTi[1..nCmd] never decrease (false with a NaN).
+bool bNeverDecreasing(const double* arFTi, Long nCmd) {
+    for (Long i = 1; i < nCmd; i++)
+        if (!(arFTi[i] <= arFTi[i + 1])) return false;
+    return true;
+}
+
 }  // namespace
+
+void ArFFnFArFModel::forgetKept() {
+    pfTiCmdChecked = nullptr;
+    nCmdChecked = 0;
+    bCmdAscending = false;
+    iCmdHiLast = 2;
+    bCmdKept = false;
+    bTrigKept = false;
+}
 
 void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
     if (pcmdsource != nullptr) {
@@ -168,30 +223,199 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
         const double* arFTi = arFTiCmd._pel0;
         const double* arFFc = arFFcThrustCmd._pel0;
         const double* arFMm = arFMmPitchCmd._pel0;
+        if (arFTi != pfTiCmdChecked || nCmd != nCmdChecked) {
+            pfTiCmdChecked = arFTi;
+            nCmdChecked = nCmd;
+            bCmdAscending = bNeverDecreasing(arFTi, nCmd);
+            iCmdHiLast = 2;
+            bCmdKept = false;
+        }
+        // The stepper asks for the same time several times in a row (its
+        // stages share times): the same time and engine state give the same
+        // commands, kept from the last look-up.
+        const unsigned long long iBitsTi = std::bit_cast<unsigned long long>(fTi);
+        if (bCmdKept && iBitsTi == iBitsTiCmdKept && bEngineOff == bEngineOffCmdKept) {
+            *pfFcThrustCmd = fFcThrustCmdKept;
+            *pfMmPitchCmd = fMmPitchCmdKept;
+            return;
+        }
         cmdFromTable(
             pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff,
             [arFTi](Long i) { return arFTi[i]; }, [arFFc](Long i) { return arFFc[i]; },
-            [arFMm](Long i) { return arFMm[i]; });
+            [arFMm](Long i) { return arFMm[i]; }, bCmdAscending ? &iCmdHiLast : nullptr);
+        bCmdKept = true;
+        iBitsTiCmdKept = iBitsTi;
+        bEngineOffCmdKept = bEngineOff;
+        fFcThrustCmdKept = *pfFcThrustCmd;
+        fMmPitchCmdKept = *pfMmPitchCmd;
     } else {
         // Any other shape: the checked reads end the program at the first
         // index outside an array ("array bounds").
         cmdFromTable(
             pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff,
             [this](Long i) { return arFTiCmd[i]; }, [this](Long i) { return arFFcThrustCmd[i]; },
-            [this](Long i) { return arFMmPitchCmd[i]; });
+            [this](Long i) { return arFMmPitchCmd[i]; }, nullptr);
     }
 }
 
 void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
                                const A1Val<double>& arFState) {
     parFDeriv->reconstructIFirstILast(arFState.iFirst(), arFState.iLast());
-    const double x = arFState[1];
-    const double z = arFState[2];
-    const double fPitch = arFState[3];
-    const double vx = arFState[4];
-    const double vz = arFState[5];
-    const double fPitchDot = arFState[6];
-    const double fMs = arFState[7];
+    const double afState[iNStateVehicle] = {arFState[1], arFState[2], arFState[3], arFState[4],
+                                            arFState[5], arFState[6], arFState[7]};
+    double afDeriv[iNStateVehicle];
+    derivAt(afDeriv, fTi, afState);
+    for (Long i = 1; i <= iNStateVehicle; i++) (*parFDeriv)[i] = afDeriv[i - 1];
+}
+
+void ArFFnFArFModel::takePlnsGnd() {
+    bPlnsGndUsable = bPlnsGndFm(&plnsGnd, &arPArPPtVtxPgnGnd);
+    bPlnsGndTaken = true;
+    if (!bPlnsGndUsable) return;
+    for (Long k = 0; k < plnsGnd.nPgn; k++) {
+        if (!plnsGnd.abNrm[k]) continue;
+        // The slope as the contact computes it from the unit normal.
+        const double fPitchGnd = std::atan2(-plnsGnd.aafNrm[k][0], plnsGnd.aafNrm[k][2]);
+        aafSlopeGnd[k][0] = fPitchGnd;
+        aafSlopeGnd[k][1] = std::cos(fPitchGnd);
+        aafSlopeGnd[k][2] = std::sin(fPitchGnd);
+    }
+}
+
+namespace {
+
+// ---- the physics of one evaluation, phase by phase ---------------------------------
+//
+// Forces are in the flight frame (x horizontal, z up), in N; the pitch p
+// turns the thrust axis from z towards -x, so the thrust T acts along
+// (-sin p, 0, cos p).
+
+// Thrust and gravity: F = T (-sin p, cos p) + (0, -m g).
+inline void addThrustAndGravity(double* pfFcXf, double* pfFcZf, double fSinPitch,
+                                double fCosPitch, double fFcThrust, double fMs, double fAcG) {
+    *pfFcXf = -fSinPitch * fFcThrust;
+    *pfFcZf = fFcThrust * fCosPitch - fMs * fAcG;
+}
+
+// Drag, computed in the body axes.
+//
+// The body axes are reached from the flight frame by the half turn about z
+// (x4hRotInit) and then the turn by the pitch about y: B = Ry(p) Rz(pi), as
+// 4 x 4 frame changes (geom4h.h), and the force goes back by the stored
+// inverse Rz(pi)^-1 Ry(p)^-1. With c = cos p, s = sin p, c0 = cos pi = -1
+// exactly and s0 = sin pi (about 1.2e-16, not zero), the products are
+//
+//   B = | -c      c s0   0-s |      B^-1 = | -c     -s0   0-s  |
+//       | -s0     -1     0   |             | s0 c   -1    s0 s |
+//       | 0-s     s s0   0+c |             | 0-s    0     c    |
+//
+// where each entry is the sum the product forms, 0.0 + t1 + t2 + ... over
+// its terms: a term with an exact zero factor is a signed zero, and adding a
+// signed zero to a sum that starts at +0.0 never changes it (+0 + -0 is +0,
+// and x + -0 = x + +0 = x for x != 0). So each entry is 0.0 plus its other
+// terms; 0.0 + (-c) is -c because cos never returns a zero; "0-s" is kept
+// as written, as it is +0 where s is +0 or -0.
+//
+// The relative wind (-vx, 0, -vz) in body axes: its y component is the
+// literal 0.0, so only the x and z columns matter, and the middle terms
+// (entry times 0.0) are signed zeros. The body components are used only
+// squared and in comparisons with zero, where the sign of a zero makes no
+// difference; so wx = (-c)(-vx) + (0-s)(-vz) = c vx + s vz and
+// wz = (0-s)(-vx) + c (-vz) = s vx - c vz give every bit of what follows.
+//
+// The drag along each body axis opposes the wind component's sign:
+// Fb = 1/2 rho CdA w^2, negative for wx < 0 and for wz not above 0.
+//
+// Back to the flight frame the force (Fxb, 0, Fzb) gives, with the middle
+// terms Fxb:  (-s0) * 0.0 = -0.0, which leaves any sum unchanged, and
+// 0 * 0.0 = +0.0 in z, which turns a -0 sum into +0 and is kept:
+//   Fx = (-c) Fxb + (0-s) Fzb
+//   Fz = ((0-s) Fxb + 0.0) + c Fzb.
+// These are added to the thrust and gravity, where the sign of a zero can
+// reach the state, so they are bit for bit the products' results.
+//
+// Only finite states are meant: a non-finite pitch or velocity gives NaN
+// derivatives either way, and the stepper stops on the NaN error.
+inline void addDrag(double* pfFcXf, double* pfFcZf, double fSinPitch, double fCosPitch,
+                    double vx, double vz, double fDnAtm, double fCdAX, double fCdAZ) {
+    const double c = fCosPitch;
+    const double s = fSinPitch;
+    const double fMinusS = 0.0 - s;
+    const double wx = c * vx + s * vz;
+    const double wz = s * vx - c * vz;
+    double fFcXb = 0.5 * fDnAtm * fCdAX * (wx * wx);
+    if (wx < 0.0) fFcXb = -fFcXb;
+    double fFcZb = 0.5 * fDnAtm * fCdAZ * (wz * wz);
+    if (!(wz > 0.0)) fFcZb = -fFcZb;
+    *pfFcXf += (-c) * fFcXb + fMinusS * fFcZb;
+    *pfFcZf += (fMinusS * fFcXb + 0.0) + c * fFcZb;
+}
+
+// Ground contact: a penalty spring and damper on the depth below the ground,
+// Coulomb friction while upright, and torques towards the slope.
+//
+// With the slope angle g (the ground normal turned from z by g, as the
+// pitch turns the thrust), depth h = z - z_ground (negative below), and the
+// attitude error e = (p mod 2 pi) - g:
+//   a. normal force      N = -k h cos g (along the normal, measured in z)
+//   b. friction           |mu N| against vx, mu = 0.6 while |e| <= 50 deg
+//   c. contact force      Fz = N cos g + Ff sin g, Fx = Ff cos g - N sin g,
+//                         Fx = 0 below 0.025 m/s of sliding
+//   d. damping            -500 (vx, vz)
+//   e. restoring torque   -400 e while upright on the landing site's slope
+//   f. pitch damping      -100 q upright, -10 q tipped.
+// p mod 2 pi is fmod(p, 2 pi), which is p itself, exactly, for |p| < 2 pi
+// (fmod is exact and returns its first argument when it is the smaller in
+// magnitude), so fmod runs only for larger pitches.
+struct Slope {
+    double fPitchGnd;
+    double fCos;
+    double fSin;
+};
+
+inline void addGroundContact(double* pfFcXf, double* pfFcZf, double* pfMmPitch,
+                             Slope const& slope, double fZfGnd, double z, double vx, double vz,
+                             double fPitch, double fPitchDot, bool bLanded) {
+    const double fPitchGnd = slope.fPitchGnd;
+    const double fCosPitchGnd = slope.fCos;
+    const double fSinPitchGnd = slope.fSin;
+    if (!bLanded) fPitchGndAtLandingSite = fPitchGnd;
+    const double fTwoPi = 2.0 * std::numbers::pi;
+    const double fPitchMod = (std::fabs(fPitch) < fTwoPi) ? fPitch : std::fmod(fPitch, fTwoPi);
+    const double fAttErr = fPitchMod - fPitchGnd;
+    const double fMu = (std::fabs(fAttErr) <= fRdnAttErrFriction) ? fMuGnd : 0.0;
+    const double fFcNormal = -fKSpringGnd * (z - fZfGnd) * fCosPitchGnd;
+    double fFcFriction = std::fabs(fMu * fFcNormal);
+    if (vx >= 0.0) fFcFriction = -fFcFriction;
+    const double fFcZGnd = fFcNormal * fCosPitchGnd + fFcFriction * fSinPitchGnd;
+    double fFcXGnd = fFcFriction * fCosPitchGnd - fFcNormal * fSinPitchGnd;
+    if (std::fabs(vx) < fVeXfStuck) fFcXGnd = 0.0;
+    *pfFcZf += fFcZGnd - fCDampGnd * vz;
+    *pfFcXf += fFcXGnd - fCDampGnd * vx;
+    if (std::fabs(fPitchGndAtLandingSite) - std::fabs(fPitchGnd) < fRdnSameSlope &&
+        std::fabs(fAttErr) < fRdnAttErrFriction)
+        *pfMmPitch += -fKPitchGnd * fAttErr;
+    if (std::fabs(fAttErr) < fRdnAttErrFriction)
+        *pfMmPitch += -fCPitchGndUpright * fPitchDot;
+    else
+        *pfMmPitch += -fCPitchGndTipped * fPitchDot;
+}
+
+}  // namespace
+
+void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState) {
+    derivInline(pfDeriv, fTi, pfState);
+}
+
+[[gnu::always_inline]] inline void ArFFnFArFModel::derivInline(double* pfDeriv, double fTi,
+                                                               const double* pfState) {
+    const double x = pfState[0];
+    const double z = pfState[1];
+    const double fPitch = pfState[2];
+    const double vx = pfState[3];
+    const double vz = pfState[4];
+    const double fPitchDot = pfState[5];
+    const double fMs = pfState[6];
 
     // 1. Inertia at the current mass.
     const double fIPitch = pvehicle->fIPitchAtFMs(fMs);
@@ -214,91 +438,79 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
         fMmPitchActNow = 0.0;
     }
 
-    // 4. Thrust and gravity.
-    double fFcXf = -std::sin(fPitch) * fFcThrustActNow;
-    double fFcZf = fFcThrustActNow * std::cos(fPitch) - fMs * pplanet->fAcG;
-
-    // 5. Drag, computed in the body axes.
-    if (pvehicle->fCdAX != 0.0 || pvehicle->fCdAZ != 0.0) {
-        const Vc3c vcRelWindF(-vx, 0.0, -vz);
-        const X4h xcbBFmF = x4hRotY(fPitch) * x4hRotInit();
-        const Vc3c vcRelWindB = vcXcb3c(xcbBFmF, vcRelWindF);
-        const double wx = vcRelWindB.fX;
-        const double wz = vcRelWindB.fZ;
-        double fFcXb = 0.5 * pplanet->fDnAtm * pvehicle->fCdAX * (wx * wx);
-        if (wx < 0.0) fFcXb = -fFcXb;
-        double fFcZb = 0.5 * pplanet->fDnAtm * pvehicle->fCdAZ * (wz * wz);
-        if (!(wz > 0.0)) fFcZb = -fFcZb;
-        const Vc3c vcFcAeroB(fFcXb, 0.0, fFcZb);
-        const Vc3c vcFcAeroF = vcXcb3c(x4hInv(xcbBFmF), vcFcAeroB);
-        fFcXf += vcFcAeroF.fX;
-        fFcZf += vcFcAeroF.fZ;
+    // sin and cos of the pitch, kept from the last evaluation when the
+    // pitch is the same double (the same argument gives the same result).
+    const unsigned long long iBitsPitch = std::bit_cast<unsigned long long>(fPitch);
+    if (!bTrigKept || iBitsPitch != iBitsPitchTrig) {
+        fSinPitchKept = std::sin(fPitch);
+        fCosPitchKept = std::cos(fPitch);
+        iBitsPitchTrig = iBitsPitch;
+        bTrigKept = true;
     }
+    const double fSinPitch = fSinPitchKept;
+    const double fCosPitch = fCosPitchKept;
+
+    // 4. Thrust and gravity.
+    double fFcXf, fFcZf;
+    addThrustAndGravity(&fFcXf, &fFcZf, fSinPitch, fCosPitch, fFcThrustActNow, fMs,
+                        pplanet->fAcG);
+
+    // 5. Drag.
+    if (pvehicle->fCdAX != 0.0 || pvehicle->fCdAZ != 0.0)
+        addDrag(&fFcXf, &fFcZf, fSinPitch, fCosPitch, vx, vz, pplanet->fDnAtm, pvehicle->fCdAX,
+                pvehicle->fCdAZ);
 
     // 6. Ground contact, once the vehicle has cleared the pad.
-    double xAtGnd, yAtGnd, zAtGnd, dxNGnd, dyNGnd, dzNGnd;
-    bool bAtOrBelowGnd = false;
     if (bClearedGnd) {
-        if (!bPlnsGndTaken) {
-            bPlnsGndUsable = bPlnsGndFm(&plnsGnd, &arPArPPtVtxPgnGnd);
-            bPlnsGndTaken = true;
+        if (!bPlnsGndTaken) takePlnsGnd();
+        double xAtGnd, yAtGnd, zAtGnd;
+        bool bAtOrBelowGnd = false;
+        Slope slope{};
+        if (bPlnsGndUsable) {
+            const Long k = iPgnAtOrBelowPlnsGnd(&xAtGnd, &yAtGnd, &zAtGnd, x, 0.0, z, plnsGnd);
+            bAtOrBelowGnd = k >= 0;
+            if (bAtOrBelowGnd) {
+                // A polygon without a normal fails Dr3c's assertion here, as
+                // the query itself would.
+                if (!plnsGnd.abNrm[k])
+                    (void)Dr3c(plnsGnd.aafPln[k][0], plnsGnd.aafPln[k][1],
+                               plnsGnd.aafPln[k][2]);
+                slope = Slope{aafSlopeGnd[k][0], aafSlopeGnd[k][1], aafSlopeGnd[k][2]};
+            }
+        } else {
+            double dxNGnd, dyNGnd, dzNGnd;
+            bAtOrBelowGnd = bPtAtOrBelowPArPArPPtVtxPgnGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd,
+                                                           &dyNGnd, &dzNGnd, x, 0.0, z,
+                                                           &arPArPPtVtxPgnGnd);
+            if (bAtOrBelowGnd) {
+                const double fPitchGnd = std::atan2(-dxNGnd, dzNGnd);
+                slope = Slope{fPitchGnd, std::cos(fPitchGnd), std::sin(fPitchGnd)};
+            }
         }
-        bAtOrBelowGnd = bPlnsGndUsable ? bPtAtOrBelowPlnsGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd,
-                                                             &dyNGnd, &dzNGnd, x, 0.0, z, plnsGnd)
-                                       : bPtAtOrBelowPArPArPPtVtxPgnGnd(
-                                             &xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd, &dyNGnd, &dzNGnd,
-                                             x, 0.0, z, &arPArPPtVtxPgnGnd);
-    }
-    if (bAtOrBelowGnd) {
-        // a. Slope of the ground under the vehicle.
-        const double fPitchGnd = std::atan2(-dxNGnd, dzNGnd);
-        const double fCosPitchGnd = std::cos(fPitchGnd);
-        const double fSinPitchGnd = std::sin(fPitchGnd);
-        if (!bLanded) fPitchGndAtLandingSite = fPitchGnd;
-        // b. Attitude relative to the ground, and friction while upright.
-        const double fAttErr = std::fmod(fPitch, 2.0 * std::numbers::pi) - fPitchGnd;
-        const double fMu = (std::fabs(fAttErr) <= fRdnAttErrFriction) ? fMuGnd : 0.0;
-        // c. Normal force of the penalty spring on the depth.
-        const double fFcNormal = -fKSpringGnd * (z - zAtGnd) * fCosPitchGnd;
-        // d. Friction opposing the horizontal velocity.
-        double fFcFriction = std::fabs(fMu * fFcNormal);
-        if (vx >= 0.0) fFcFriction = -fFcFriction;
-        // e. Contact force in the flight frame.
-        const double fFcZGnd = fFcNormal * fCosPitchGnd + fFcFriction * fSinPitchGnd;
-        double fFcXGnd = fFcFriction * fCosPitchGnd - fFcNormal * fSinPitchGnd;
-        if (std::fabs(vx) < fVeXfStuck) fFcXGnd = 0.0;
-        // f. Damping.
-        fFcZf += fFcZGnd - fCDampGnd * vz;
-        fFcXf += fFcXGnd - fCDampGnd * vx;
-        // g. Restoring torque towards the slope of the landing site.
-        if (std::fabs(fPitchGndAtLandingSite) - std::fabs(fPitchGnd) < fRdnSameSlope &&
-            std::fabs(fAttErr) < fRdnAttErrFriction)
-            fMmPitchActNow += -fKPitchGnd * fAttErr;
-        // h. Pitch damping, strong while upright.
-        if (std::fabs(fAttErr) < fRdnAttErrFriction)
-            fMmPitchActNow += -fCPitchGndUpright * fPitchDot;
-        else
-            fMmPitchActNow += -fCPitchGndTipped * fPitchDot;
-        // i. Touchdown cuts the engine for the rest of the run. Like the
-        // arming above, a rejected trial step that touches the ground cuts
-        // it too.
-        if (!bLanded) {
-            fTiTouchdown = fTi;
-            fVeXfTouchdown = vx;
-            fVeZfTouchdown = vz;
+        if (bAtOrBelowGnd) {
+            addGroundContact(&fFcXf, &fFcZf, &fMmPitchActNow, slope, zAtGnd, z, vx, vz, fPitch,
+                             fPitchDot, bLanded);
+            // Touchdown cuts the engine for the rest of the run. Like the
+            // arming above, a rejected trial step that touches the ground
+            // cuts it too.
+            if (!bLanded) {
+                fTiTouchdown = fTi;
+                fVeXfTouchdown = vx;
+                fVeZfTouchdown = vz;
+            }
+            bEngineOff = true;
+            bLanded = true;
         }
-        bEngineOff = true;
-        bLanded = true;
     }
 
     // 7. The derivative.
-    (*parFDeriv)[1] = vx;
-    (*parFDeriv)[2] = vz;
-    (*parFDeriv)[3] = fPitchDot;
-    (*parFDeriv)[4] = fFcXf / fMs;
-    (*parFDeriv)[5] = fFcZf / fMs;
-    (*parFDeriv)[6] = fMmPitchActNow / fIPitch;
-    (*parFDeriv)[7] = -fFcThrustActNow / pvehicle->fIsp;
+    pfDeriv[0] = vx;
+    pfDeriv[1] = vz;
+    pfDeriv[2] = fPitchDot;
+    pfDeriv[3] = fFcXf / fMs;
+    pfDeriv[4] = fFcZf / fMs;
+    pfDeriv[5] = fMmPitchActNow / fIPitch;
+    pfDeriv[6] = -fFcThrustActNow / pvehicle->fIsp;
 }
 
 // ---- the driver ---------------------------------------------------------------------
@@ -354,6 +566,14 @@ struct ListFreer {
 
 }  // namespace
 
+// The model's derivative for the driver's inlined stepper.
+struct ModelDerivInline {
+    [[gnu::always_inline]] static void at(ArFFnFArFModel* pmodel, double* pfDeriv, double fTi,
+                                          const double* pfState) {
+        pmodel->derivInline(pfDeriv, fTi, pfState);
+    }
+};
+
 void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
          double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
          double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
@@ -383,6 +603,14 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     parFFnFArFModel->bEngineOff = false;
     parFFnFArFModel->bLanded = false;
     parFFnFArFModel->bPlnsGndTaken = false;
+    parFFnFArFModel->forgetKept();
+    // The model itself, not a class derived from it, is stepped with its
+    // derivative inlined into the stepper: the same arithmetic (odeintfx.h).
+    const bool bModelExact = typeid(*parFFnFArFModel) == typeid(ArFFnFArFModel);
+    auto fnDeriv = [parFFnFArFModel](double* pfDeriv, double fTiAt,
+                                     const double* pfState) __attribute__((always_inline)) {
+        ModelDerivInline::at(parFFnFArFModel, pfDeriv, fTiAt, pfState);
+    };
 
     // 3a. Guided flight: the command source's events. Each is taken at the
     // start of the step that begins on it (step c lands steps there), before
@@ -425,7 +653,10 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         // a. Derivative at the start of the step (after any command event due
         // now).
         takeCmdEvents();
-        parFFnFArFModel->arFAtFArF(&arFDeriv, fTi, arFState);
+        if (bModelExact)
+            fnDeriv(&arFDeriv[1], fTi, &arFState[1]);
+        else
+            parFFnFArFModel->arFAtFArF(&arFDeriv, fTi, arFState);
 
         // b. Forward only.
         if (fDTi <= 0.0) {
@@ -446,8 +677,13 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         // d. One accuracy-controlled step, the state advanced in place; the
         // tolerances are absolute (fEps 1).
         double fTiNext, fDTiUsed, fDTiNext;
-        rk5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv, iNState,
-                  fDTi, 1.0, &arFStateErrScale, parFFnFArFModel);
+        if (bModelExact)
+            rk5StepQCFx<iNStateVehicle>(&arFState[1], &fTiNext, &fDTiUsed, &fDTiNext, fTi,
+                                        &arFState[1], &arFDeriv[1], fDTi, 1.0,
+                                        &arFStateErrScale[1], fnDeriv);
+        else
+            rk5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv,
+                      iNState, fDTi, 1.0, &arFStateErrScale, parFFnFArFModel);
         fTi = fTiNext;
 
         // e. Step statistics since the last saved state.

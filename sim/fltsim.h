@@ -109,10 +109,25 @@ public:
     // seven elements.
     void arFAtFArF(A1Val<double>* parFDeriv, double fTi, const A1Val<double>& arFState) override;
 
+    // The same derivative on plain arrays: pfState[0..6] is the state in the
+    // order above (x, z, pitch, vx, vz, pitch rate, mass), pfDeriv[0..6]
+    // receives its derivative. arFAtFArF() calls this; sim() calls it
+    // directly from an inlined stepper when the model is exactly this class.
+    void derivAt(double* pfDeriv, double fTi, const double* pfState);
+
     // Commands at a time: zero outside [first, last schedule time], zero
     // while the engine is off, otherwise linear between the two bracketing
     // rows (at the last time exactly, the last row). Two equal neighbouring
     // times at the interval used fail the assertion "fH != 0.0".
+    //
+    // The bracketing rows are those a bisection of the whole table finds.
+    // In a table whose times never decrease (checked once per run, at the
+    // first look-up after sim() starts) they are found from the last
+    // bracket instead, as the flight's times mostly increase: the same rows
+    // (see cmdFromTable in fltsim.cpp). The commands of the last time looked
+    // up are kept for the next look-up of the same time. The schedule must
+    // not change during a run.
+    //
     // With a command source attached: the held commands (zero while the
     // engine is off), whatever the time; the schedule is not read.
     void cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
@@ -146,6 +161,42 @@ public:
     CmdSource* pcmdsource = nullptr;
     double fFcThrustHeld = 0.0;
     double fMmPitchHeld = 0.0;
+
+    // Forgets what the model keeps between evaluations for speed: the
+    // schedule's check, last bracket and last commands, the last pitch's
+    // sine and cosine.
+    // sim() calls it at the start of every run.
+    void forgetKept();
+
+private:
+    void takePlnsGnd();
+    // derivAt's body, inlined into the driver's stepper (fltsim.cpp only).
+    inline void derivInline(double* pfDeriv, double fTi, const double* pfState);
+    friend struct ModelDerivInline;
+
+    // The schedule table last looked up, whether its times never decrease,
+    // the last bracket (its upper row), and the commands of the last time
+    // looked up (bits iBitsTiCmdKept, with the engine state then).
+    const double* pfTiCmdChecked = nullptr;
+    Long nCmdChecked = 0;
+    bool bCmdAscending = false;
+    Long iCmdHiLast = 2;
+    bool bCmdKept = false;
+    bool bEngineOffCmdKept = false;
+    unsigned long long iBitsTiCmdKept = 0;
+    double fFcThrustCmdKept = 0.0;
+    double fMmPitchCmdKept = 0.0;
+
+    // Sine and cosine of the pitch of the last evaluation, whose bits are
+    // iBitsPitchTrig (while bTrigKept).
+    bool bTrigKept = false;
+    unsigned long long iBitsPitchTrig = 0;
+    double fSinPitchKept = 0.0;
+    double fCosPitchKept = 0.0;
+
+    // The slope of each ground polygon with a normal (plnsGnd.abNrm): the
+    // angle atan2(-nx, nz), its cosine and its sine, taken with the planes.
+    double aafSlopeGnd[PlnsGnd::nPgnMax][3] = {};
 };
 
 // Why a flight ended.

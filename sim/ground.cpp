@@ -6,6 +6,10 @@
 #include <cstdint>
 #include <numbers>
 
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
+
 namespace {
 
 Pt3c const& ptVtx(A1Val<void*>* parPPtVtx, Long iVtx) {
@@ -302,33 +306,229 @@ bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pz
         });
 }
 
+namespace {
+
+// Bounds of the box shortcut: a clear margin from the box's edges, and the
+// magnitude within which every coordinate must lie.
+constexpr double fMarginBox = 1e-6;
+constexpr double fCoordBoxMax = 1e70;
+
+// The box of polygon k's vertices in its test coordinates, and whether the
+// polygon is that box's four corners in order.
+void boxOfPgn(PlnsGnd* pplns, Long k) {
+    const Long nVtx = pplns->anVtx[k];
+    const double* afU = pplns->aafU[k];
+    const double* afV = pplns->aafV[k];
+    bool bBox = nVtx >= 1;
+    double uMin = 0.0, uMax = 0.0, vMin = 0.0, vMax = 0.0;
+    for (Long i = 0; i < nVtx && bBox; i++) {
+        bBox = std::fabs(afU[i]) <= fCoordBoxMax && std::fabs(afV[i]) <= fCoordBoxMax;
+        if (i == 0 || afU[i] < uMin) uMin = afU[i];
+        if (i == 0 || afU[i] > uMax) uMax = afU[i];
+        if (i == 0 || afV[i] < vMin) vMin = afV[i];
+        if (i == 0 || afV[i] > vMax) vMax = afV[i];
+    }
+    pplns->abBox[k] = bBox;
+    double* afBox = pplns->aafBox[k];
+    afBox[0] = uMin;
+    afBox[1] = uMax;
+    afBox[2] = vMin;
+    afBox[3] = vMax;
+    // Four distinct corners, each edge along u or along v: the corners in
+    // order around the box, one way or the other.
+    bool bRect = bBox && nVtx == 4 && uMin < uMax && vMin < vMax;
+    int iCornersSeen = 0;
+    for (Long i = 0; i < nVtx && bRect; i++) {
+        const Long j = (i + 1) % nVtx;
+        const bool bUAtEnd = afU[i] == uMin || afU[i] == uMax;
+        const bool bVAtEnd = afV[i] == vMin || afV[i] == vMax;
+        const bool bAlongU = afV[i] == afV[j] && afU[i] != afU[j];
+        const bool bAlongV = afU[i] == afU[j] && afV[i] != afV[j];
+        bRect = bUAtEnd && bVAtEnd && (bAlongU || bAlongV);
+        iCornersSeen |= 1 << ((afU[i] == uMax ? 1 : 0) + (afV[i] == vMax ? 2 : 0));
+    }
+    pplns->abRect[k] = bRect && iCornersSeen == 15;
+}
+
+// bInsideByWinding's answer for polygon k of plns at (u0, v0), from the box
+// alone where it can be had.
+//
+// Outside: when the point is more than fMarginBox beyond an edge of the box
+// (say uMin - u0 > 1e-6, computed), every vertex is at least about 1e-6 from
+// it along that axis and at most about 4e70 from it (all coordinates within
+// 1e70), so each squared distance lies between 1e-12 and 1e142: the rule's
+// scaling check holds for every vertex, and its box test answers "outside".
+//
+// Inside: when the polygon is the box's four corners in order and the point
+// lies more than fMarginBox inside every edge, the scaling check holds as
+// above and the box test passes. For each edge p = vi - P, q = vj - P share
+// one coordinate (an edge along u: py = qy != 0) while the other has opposite
+// signs (px < 0 < qx or the reverse), so px*qy and qx*py have opposite signs
+// (or, along v, the same argument with the roles exchanged): the computed
+// cross product px*qy - qx*py adds two magnitudes of one sign, which is
+// exactly the computed |px*qy| + |qx*py| with that sign. It is therefore
+// beyond 1e-15 times that scale, with the sign of the exact cross product,
+// which is the same for all four edges of a box gone round one way. The
+// rule's "every edge turning the same way" answers "inside".
+//
+// Otherwise (near an edge, far away, not a number) the rule runs.
+template <class FnUV>
+bool bInsidePgnOfPlns(PlnsGnd const& plns, Long k, double u0, double v0, FnUV fnUV) {
+    if (plns.abBox[k] && std::fabs(u0) <= fCoordBoxMax && std::fabs(v0) <= fCoordBoxMax) {
+        const double* afBox = plns.aafBox[k];
+        if (afBox[0] - u0 > fMarginBox || u0 - afBox[1] > fMarginBox ||
+            afBox[2] - v0 > fMarginBox || v0 - afBox[3] > fMarginBox)
+            return false;
+        if (plns.abRect[k] && u0 - afBox[0] > fMarginBox && afBox[1] - u0 > fMarginBox &&
+            v0 - afBox[2] > fMarginBox && afBox[3] - v0 > fMarginBox)
+            return true;
+    }
+    return bInsideByWinding(u0, v0, 0, plns.anVtx[k] - 1, fnUV);
+}
+
+}  // namespace
+
 bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
     pplns->parPArPPtVtxPgnGnd = parPArPPtVtxPgnGnd;
     pplns->nPgn = parPArPPtVtxPgnGnd->n();
     if (pplns->nPgn > PlnsGnd::nPgnMax) return false;
+    for (auto& afCoef : pplns->aafPlnByCoef)
+        for (double& fCoef : afCoef) fCoef = 0.0;
     for (Long k = 0; k < pplns->nPgn; k++) {
+        A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k);
         double* afPln = pplns->aafPln[k];
-        plnEqnPgn(&afPln[0], &afPln[1], &afPln[2], &afPln[3],
-                  parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k));
+        plnEqnPgn(&afPln[0], &afPln[1], &afPln[2], &afPln[3], parPPtVtx);
+        const double a = afPln[0], b = afPln[1], c = afPln[2];
+        for (int iCoef = 0; iCoef < 4; iCoef++) pplns->aafPlnByCoef[iCoef][k] = afPln[iCoef];
+        pplns->afNormSq[k] = a * a + b * b + c * c;
+        // Dr3c's own arithmetic, done where it cannot fail.
+        const double fNorm = std::sqrt(a * a + b * b + c * c);
+        pplns->abNrm[k] = fNorm != 0.0;
+        if (pplns->abNrm[k]) {
+            const Dr3c drNrm(a, b, c);
+            pplns->aafNrm[k][0] = drNrm.fX;
+            pplns->aafNrm[k][1] = drNrm.fY;
+            pplns->aafNrm[k][2] = drNrm.fZ;
+        }
+        // bPt3dInsidePgn's choice of coordinates, made here once.
+        const double fAbsA = std::fabs(a);
+        const double fAbsB = std::fabs(b);
+        const double fAbsC = std::fabs(c);
+        int iAxes = -1;
+        if (fAbsA >= fAbsB && fAbsA >= fAbsC)
+            iAxes = 0;
+        else if (fAbsB >= fAbsC && fAbsB >= fAbsA)
+            iAxes = 1;
+        else if (fAbsC >= fAbsA && fAbsC >= fAbsB)
+            iAxes = 2;
+        const Long nVtx = parPPtVtx->n();
+        if (nVtx > PlnsGnd::nVtxMax) iAxes = -1;
+        pplns->aiAxes[k] = iAxes;
+        pplns->anVtx[k] = nVtx;
+        pplns->abBox[k] = false;
+        pplns->abRect[k] = false;
+        if (iAxes < 0) continue;
+        for (Long i = 0; i < nVtx; i++) {
+            Pt3c const& pt = ptVtx(parPPtVtx, parPPtVtx->iFirst() + i);
+            const double afXyz[3] = {pt.fX, pt.fY, pt.fZ};
+            // (y, z), (z, x), (x, y).
+            pplns->aafU[k][i] = afXyz[(iAxes + 1) % 3];
+            pplns->aafV[k][i] = afXyz[(iAxes + 2) % 3];
+        }
+        boxOfPgn(pplns, k);
     }
     return true;
+}
+
+Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double x, double y,
+                          double z, PlnsGnd const& plns) {
+    A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
+    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
+    // bPtAtOrBelowGnd's loop with the planes and the inside test's vertices
+    // read from plns: the same numbers in the same order, so the same answer.
+    // The plane equation at the point is evaluated for every polygon first,
+    // with no early exit (so the loop runs on vectors; each value is the
+    // same expression as before), and only polygons with the point on or
+    // below their plane are visited, in index order.
+    double afPlnEqnAtPt[PlnsGnd::nPgnMax];
+    unsigned iPgnsBelow = 0;
+    const double* afA = plns.aafPlnByCoef[0];
+    const double* afB = plns.aafPlnByCoef[1];
+    const double* afC = plns.aafPlnByCoef[2];
+    const double* afD = plns.aafPlnByCoef[3];
+#ifdef __SSE2__
+    // Two polygons at a time (the arrays are zero past nPgn): each lane
+    // multiplies and adds as the scalar expression does, in the same order.
+    const __m128d x2 = _mm_set1_pd(x), y2 = _mm_set1_pd(y), z2 = _mm_set1_pd(z);
+    for (Long k = 0; k < plns.nPgn; k += 2) {
+        const __m128d fEq2 = _mm_add_pd(
+            _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_loadu_pd(afA + k), x2),
+                                  _mm_mul_pd(_mm_loadu_pd(afB + k), y2)),
+                       _mm_mul_pd(_mm_loadu_pd(afC + k), z2)),
+            _mm_loadu_pd(afD + k));
+        _mm_storeu_pd(afPlnEqnAtPt + k, fEq2);
+        iPgnsBelow |= static_cast<unsigned>(_mm_movemask_pd(_mm_cmple_pd(fEq2, _mm_setzero_pd())))
+                      << k;
+    }
+    iPgnsBelow &= (1u << plns.nPgn) - 1u;
+#else
+    for (Long k = 0; k < plns.nPgn; k++) {
+        afPlnEqnAtPt[k] = afA[k] * x + afB[k] * y + afC[k] * z + afD[k];
+        iPgnsBelow |= static_cast<unsigned>(afPlnEqnAtPt[k] <= 0.0) << k;
+    }
+#endif
+    while (iPgnsBelow != 0) {
+        const Long k = std::countr_zero(iPgnsBelow);
+        iPgnsBelow &= iPgnsBelow - 1;
+        const double* afPln = plns.aafPln[k];
+        const double a = afPln[0], b = afPln[1], c = afPln[2], d = afPln[3];
+        // ptAtFootOfPerp with its two sums taken from above.
+        const double u = -afPlnEqnAtPt[k] / plns.afNormSq[k];
+        const double xFoot = x + u * a;
+        const double yFoot = y + u * b;
+        const double zFoot = z + u * c;
+        const int iAxes = plns.aiAxes[k];
+        bool bInside;
+        if (iAxes < 0) {
+            bInside = bPt3dInsidePgn(xFoot, yFoot, zFoot, a, b, c, d,
+                                     parPPtVtxPgn(parPArPPtVtxPgnGnd,
+                                                  parPArPPtVtxPgnGnd->iFirst() + k));
+        } else {
+            const double afFoot[3] = {xFoot, yFoot, zFoot};
+            const double* afU = plns.aafU[k];
+            const double* afV = plns.aafV[k];
+            bInside = bInsidePgnOfPlns(plns, k, afFoot[(iAxes + 1) % 3], afFoot[(iAxes + 2) % 3],
+                                       [afU, afV](Long i, double* pu, double* pv) {
+                                           *pu = afU[i];
+                                           *pv = afV[i];
+                                       });
+        }
+        if (bInside) {
+            *pxAtGnd = xFoot;
+            *pyAtGnd = yFoot;
+            *pzAtGnd = zFoot;
+            return k;
+        }
+    }
+    return -1;
 }
 
 bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,
                          double* pdyNGnd, double* pdzNGnd, double x, double y, double z,
                          PlnsGnd const& plns) {
-    A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
-    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
-    const Long iFirst = parPArPPtVtxPgnGnd->iFirst();
-    return bPtAtOrBelowGnd(
-        pxAtGnd, pyAtGnd, pzAtGnd, pdxNGnd, pdyNGnd, pdzNGnd, x, y, z, parPArPPtVtxPgnGnd,
-        [&plns, iFirst](Long iPgn, double* pa, double* pb, double* pc, double* pd) {
-            const double* afPln = plns.aafPln[iPgn - iFirst];
-            *pa = afPln[0];
-            *pb = afPln[1];
-            *pc = afPln[2];
-            *pd = afPln[3];
-        });
+    const Long k = iPgnAtOrBelowPlnsGnd(pxAtGnd, pyAtGnd, pzAtGnd, x, y, z, plns);
+    if (k < 0) return false;
+    if (plns.abNrm[k]) {
+        *pdxNGnd = plns.aafNrm[k][0];
+        *pdyNGnd = plns.aafNrm[k][1];
+        *pdzNGnd = plns.aafNrm[k][2];
+    } else {
+        const Dr3c drNGnd(plns.aafPln[k][0], plns.aafPln[k][1], plns.aafPln[k][2]);
+        *pdxNGnd = drNGnd.fX;
+        *pdyNGnd = drNGnd.fY;
+        *pdzNGnd = drNGnd.fZ;
+    }
+    return true;
 }
 
 bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,

@@ -62,12 +62,39 @@ bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pz
 
 // The planes of a ground's polygons, computed once by plnEqnPgn for a caller
 // that asks many contact queries of a ground that does not change meanwhile
-// (the vehicle model, once per flight).
+// (the vehicle model, once per flight), with what the contact query derives
+// from them alone: each plane's unit normal and, for polygons of up to
+// nVtxMax vertices, the vertices in the two coordinates of the inside test
+// (bPt3dInsidePgn's choice, which depends on the plane only).
 struct PlnsGnd {
     static constexpr Long nPgnMax = 16;
+    static constexpr Long nVtxMax = 8;
     A1Val<void*>* parPArPPtVtxPgnGnd;  // the ground they were computed for
     Long nPgn;                         // its number of polygons
     double aafPln[nPgnMax][4];         // a, b, c, d of each, in index order
+    // Dr3c(a, b, c) of each, where abNrm says its length is not zero (the
+    // others are normalised at the query, failing there as they always did).
+    bool abNrm[nPgnMax];
+    double aafNrm[nPgnMax][3];
+    // The inside test's coordinates: 0 (y, z), 1 (z, x), 2 (x, y), or -1 to
+    // test through the polygon itself (more than nVtxMax vertices, or a
+    // normal that is not a number); then the vertices in order.
+    int aiAxes[nPgnMax];
+    Long anVtx[nPgnMax];
+    double aafU[nPgnMax][nVtxMax];
+    double aafV[nPgnMax][nVtxMax];
+    // The vertices' box in those coordinates (u min, u max, v min, v max),
+    // when every coordinate is within 1e70 in magnitude (abBox), and whether
+    // the polygon is that box, its four corners in order around it (abRect):
+    // the query then answers a point well clear of the box's edges from the
+    // box alone (see iPgnAtOrBelowPlnsGnd).
+    bool abBox[nPgnMax];
+    bool abRect[nPgnMax];
+    double aafBox[nPgnMax][4];
+    // a, b, c, d again, one array each (zero past nPgn), and a*a + b*b + c*c
+    // of each plane, for the query's loops over all polygons at once.
+    double aafPlnByCoef[4][nPgnMax];
+    double afNormSq[nPgnMax];
 };
 
 // Computes the planes of every polygon of the ground into *pplns. False
@@ -80,6 +107,12 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd);
 bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,
                          double* pdyNGnd, double* pdzNGnd, double x, double y, double z,
                          PlnsGnd const& plns);
+
+// The same query answering with the polygon found: its position in the
+// ground (0 for the first), or -1 for none. Its normal is that of
+// bPtAtOrBelowPlnsGnd, Dr3c of the plane's a, b, c.
+Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double x, double y,
+                          double z, PlnsGnd const& plns);
 
 // Ground height: the first polygon whose projection onto x-y contains
 // (x, y) gives (x, y, -(a*x + b*y + d)/c). A vertical polygon (c = 0) is not

@@ -2,8 +2,12 @@
 #include "core/format.h"
 
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
+#include <limits>
+#include <random>
+#include <vector>
 // GCC 12 sees uninitialised members inside <regex> when optimising with the
 // sanitizers on; a false alarm in the library, not in this file.
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -332,4 +336,40 @@ TEST_F(LineReaderTest, NumberedLinesAndSkipping) {
     EXPECT_EQ(readLineWithSzNonWsInPFILE(sz, pf), 1);
     EXPECT_STREQ(sz, "bb");
     std::fclose(pf);
+}
+
+// The reports' fixed-point fields (run report and flight plan): printf's
+// text for every value, at and beside the rounding ties of each precision, signed zeros, tiny and huge
+// values, infinities and NaN, and many random doubles.
+TEST(PchPutFixed, WritesWhatPrintfWrites) {
+    std::vector<double> vecF = {0.0,     -0.0,     0.005,   -0.005, 0.015,  0.125,   -0.125,
+                                2.675,   1.005,    0.05,    -0.05,  0.25,   99999.995, 1e-320,
+                                -1e-320, 123.4500, 1e15,    -1e300, 1.7976931348623157e308,
+                                std::numeric_limits<double>::infinity(),
+                                -std::numeric_limits<double>::infinity(),
+                                std::numeric_limits<double>::quiet_NaN(),
+                                -std::numeric_limits<double>::quiet_NaN()};
+    for (int i = -2000; i <= 2000; i++) {
+        const double fTie = (i + 0.5) / 100.0;  // near the ties of %.2f
+        vecF.insert(vecF.end(), {fTie, std::nextafter(fTie, -1e9), std::nextafter(fTie, 1e9),
+                                 (i + 0.5) / 10.0, -(i + 0.5) / 10.0, (i + 0.5) / 1e6,
+                                 std::ldexp(i, -20)});
+    }
+    std::mt19937_64 rng(20261124);
+    for (int i = 0; i < 20000; i++) {
+        const std::uint64_t iBits = rng();
+        double f;
+        std::memcpy(&f, &iBits, sizeof f);
+        vecF.push_back(f);
+        vecF.push_back(std::ldexp(static_cast<double>(iBits >> 11), -53 + i % 40));
+    }
+    char szOur[400], szPrintf[400];
+    for (double f : vecF) {
+        for (int iPrec : {1, 2, 6}) {
+            const int iWidth = iPrec == 6 ? 12 : 8;
+            *pchPutFixed(szOur, f, iWidth, iPrec) = '\0';
+            std::snprintf(szPrintf, sizeof szPrintf, "%*.*f", iWidth, iPrec, f);
+            ASSERT_STREQ(szOur, szPrintf) << iPrec;
+        }
+    }
 }

@@ -1,6 +1,7 @@
 // B-spline basis and curves against an independent Cox-de Boor recursion,
 // finite differences and the clamped-end identities.
 #include <cmath>
+#include <cstring>
 #include <memory>
 #include <vector>
 
@@ -435,6 +436,41 @@ TEST(MdcfDerivsBSplineAtU, FewerOrdersThanTheDegreeLeaveTheRestAlone) {
     mdcfDerivsBSplineAtU(1, nOf(c), 3, &vdfU, &cp.apVdfP, 1.5, 1, &mdcf);
     EXPECT_EQ(mdcf.at(1, 2), 42.0);
     EXPECT_EQ(mdcf.at(1, 3), 43.0);
+}
+
+// Planning takes the point from order 0 of the derivatives, and the curve's
+// derivatives compute the basis table only to the orders asked: both give
+// every bit of the full computation, at and next to every knot too.
+TEST(MdcfDerivsBSplineAtU, PointIsOrderZeroAndOrdersDoNotDependOnHigherOnes) {
+    auto bSame = [](double f1, double f2) { return std::memcmp(&f1, &f2, sizeof f1) == 0; };
+    for (const Curve& c : curvesToTest()) {
+        Vd<double> vdfU = vdfOf(c.U);
+        const Long n = nOf(c);
+        ControlPoints cp(n, 2);
+        Mdc<double> mdcf(1, 2, 0, c.p + 1), mdcfAll(0, n, 0, c.p), mdcfFew(0, n, 0, c.p);
+        Vd<double> vdfX(1, 2);
+        std::vector<double> us = usToTest(c);
+        const double a = c.U[static_cast<size_t>(c.p)], b = c.U[static_cast<size_t>(n + 1)];
+        for (double fKnot : c.U)
+            for (double u : {std::nextafter(fKnot, -1e300), std::nextafter(fKnot, 1e300)})
+                if (u >= a && u <= b) us.push_back(u);
+        for (double u : us) {
+            vdfXBSplineAtU(2, u, n, c.p, &vdfU, &cp.apVdfP, &vdfX);
+            const Long iSpan = iSpanInKnotvc(n, c.p, u, &vdfU);
+            mdcfDerivsBSpline(iSpan, u, c.p, n, &vdfU, &mdcfAll);
+            for (Long d = 0; d <= c.p + 1; d++) {
+                mdcfDerivsBSplineAtU(2, n, c.p, &vdfU, &cp.apVdfP, u, d, &mdcf);
+                for (Long iDim = 1; iDim <= 2; iDim++)
+                    ASSERT_TRUE(bSame(mdcf.at(iDim, 0), vdfX[iDim])) << c.p << " " << u;
+                if (d > n) continue;
+                mdcfDerivsBSpline(iSpan, u, c.p, d, &vdfU, &mdcfFew);
+                for (Long k = 0; k <= d; k++)
+                    for (Long j = 0; j <= c.p; j++)
+                        ASSERT_TRUE(bSame(mdcfFew.at(k, j), mdcfAll.at(k, j)))
+                            << c.p << " " << u << " " << d << " " << k << " " << j;
+            }
+        }
+    }
 }
 
 TEST(MdcfDerivsBSplineAtUDeath, KnotRangeIsCheckedThroughTheSpanSearch) {

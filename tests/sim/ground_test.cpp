@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <random>
 #include <vector>
@@ -377,6 +378,54 @@ TEST_F(Ground, QueryWithPlanesTakenOnceGivesTheSameAnswers) {
     A1Val<void*> arPPgnMany(1, PlnsGnd::nPgnMax + 1);
     for (Long i = 1; i <= arPPgnMany.iLast(); i++) arPPgnMany[i] = arPArPPtVtxPgnGnd[1];
     EXPECT_FALSE(bPlnsGndFm(&plns, &arPPgnMany));
+}
+
+// The query with the planes taken once answers points well clear of a
+// polygon's box from the box alone: at and beside the margin of every edge,
+// on rectangles gone round either way, on a rectangle's corners out of order
+// and on a triangle (no inside shortcut), it must answer as the rule does.
+TEST_F(Ground, BoxShortcutsAnswerAsTheWindingRuleAtTheirMargins) {
+    Pgn pgnCcw({Pt3c(-1, -2, -1), Pt3c(3, -2, -1), Pt3c(3, 2, -1), Pt3c(-1, 2, -1)});
+    Pgn pgnCw({Pt3c(5, -2, -1.5), Pt3c(5, 2, -1.5), Pt3c(9, 2, -0.5), Pt3c(9, -2, -0.5)});
+    Pgn pgnBowTie({Pt3c(11, -2, -1), Pt3c(15, 2, -1), Pt3c(15, -2, -1), Pt3c(11, 2, -1)});
+    Pgn pgnTriangle({Pt3c(17, -2, -1), Pt3c(21, -2, -1), Pt3c(19, 2, -1)});
+    A1Val<void*> arPPgn(1, 4);
+    arPPgn[1] = pgnCcw.par();
+    arPPgn[2] = pgnCw.par();
+    arPPgn[3] = pgnBowTie.par();
+    arPPgn[4] = pgnTriangle.par();
+    PlnsGnd plns;
+    ASSERT_TRUE(bPlnsGndFm(&plns, &arPPgn));
+    EXPECT_TRUE(plns.abRect[0] && plns.abRect[1]);
+    EXPECT_FALSE(plns.abRect[2] || plns.abRect[3]);
+    std::vector<double> vecOff = {0.0, 1e-300, 1e-12, 1e-7};
+    for (double f : {1e-6, 2e-6}) {
+        vecOff.push_back(f);
+        vecOff.push_back(std::nextafter(f, 0.0));
+        vecOff.push_back(std::nextafter(f, 1.0));
+    }
+    std::vector<double> vecX, vecY;
+    for (double x : {-1.0, 3.0, 5.0, 9.0, 11.0, 15.0, 17.0, 19.0, 21.0, 1.0, 7.0, 13.0, 1e80})
+        for (double fOff : vecOff) vecX.insert(vecX.end(), {x - fOff, x + fOff});
+    for (double y : {-2.0, 2.0, 0.0})
+        for (double fOff : vecOff) vecY.insert(vecY.end(), {y - fOff, y + fOff});
+    vecY.push_back(fNaN);
+    int nBelow = 0;
+    for (double x : vecX) {
+        for (double y : vecY) {
+            const double z = -3.0;
+            double ar1[6] = {7, 7, 7, 7, 7, 7}, ar2[6] = {7, 7, 7, 7, 7, 7};
+            const bool b1 = bPtAtOrBelowPArPArPPtVtxPgnGnd(&ar1[0], &ar1[1], &ar1[2], &ar1[3],
+                                                           &ar1[4], &ar1[5], x, y, z, &arPPgn);
+            const bool b2 = bPtAtOrBelowPlnsGnd(&ar2[0], &ar2[1], &ar2[2], &ar2[3], &ar2[4],
+                                                &ar2[5], x, y, z, plns);
+            ASSERT_EQ(b1, b2) << x << " " << y;
+            for (int k = 0; k < 6; k++)
+                ASSERT_EQ(std::memcmp(&ar1[k], &ar2[k], sizeof(double)), 0) << x << " " << y;
+            nBelow += b1;
+        }
+    }
+    EXPECT_GT(nBelow, 500);
 }
 
 // ---- the height query ---------------------------------------------------------------------

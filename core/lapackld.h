@@ -1,0 +1,24 @@
+// The LU factorisation and solve of LAPACKE and the matrix-vector product of
+// CBLAS, from the system's libraries loaded on first use.
+//
+// Only planning and the matrix products need them. Loading them with the
+// program cost most of a short run's process time (the LAPACK and BLAS
+// libraries bring thousands of relocations and start a BLAS thread pool), so
+// a run that does not plan never loads them. The functions are the
+// libraries' own, called with the same arguments: results are the same bits.
+//
+// A library that cannot be loaded, or lacks the function, is a fatal error
+// naming it. Safe to call from several threads (the loading is done once).
+#pragma once
+
+#include <cblas.h>
+#include <lapacke.h>
+
+lapack_int lapackeDgetrf(int iLayout, lapack_int m, lapack_int n, double* pfA, lapack_int lda,
+                         lapack_int* piPiv);
+lapack_int lapackeDgetrs(int iLayout, char chTrans, lapack_int n, lapack_int nrhs,
+                         const double* pfA, lapack_int lda, const lapack_int* piPiv, double* pfB,
+                         lapack_int ldb);
+void cblasDgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, blasint m, blasint n, double fAlpha,
+                const double* pfA, blasint lda, const double* pfX, blasint incX, double fBeta,
+                double* pfY, blasint incY);
