@@ -110,8 +110,12 @@ struct McWork {
     A1Val<double> arFTiData{0};
     A1Val<void*> arPStvehicle{0};
 };
+// With bKeepRecords the run's records stay in pwork->arFTiData and
+// pwork->arPStvehicle for the caller, who then owns them (deleteStoredRun);
+// otherwise they are released here. preport, when given, receives the
+// driver's report of the flight (untouched for a run that is not flown).
 McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
-                     McWork* pwork);
+                     McWork* pwork, bool bKeepRecords = false, SimReport* preport = nullptr);
 
 // The run numbers that process iRank of nRank flies: iRank + 1, iRank + 1 +
 // nRank, ... (cyclic, so long and short flights mix on every process).
