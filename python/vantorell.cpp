@@ -341,7 +341,12 @@ std::shared_ptr<McSchedule> pschedFm(py::handle source, std::string* pszName) {
     if (!bIsPath(source)) throw py::type_error("expected a Plan or the path of a flight plan file");
     *pszName = szPathOf(source);
     std::FILE* pfile = std::fopen(pszName->c_str(), "r");
-    if (pfile == nullptr) throw VtError("can't open flight plan " + *pszName);
+    if (pfile == nullptr) {
+        // The simulate command's fatal error, with its record in the log.
+        std::string szMsg = "can't open flight plan " + *pszName;
+        std::replace(szMsg.begin(), szMsg.end(), '%', '?');  // the message is used as a format
+        guarded([&] { fatalErrorSzMsg(szMsg.c_str()); });
+    }
     auto psched = std::make_shared<McSchedule>();
     try {
         guarded([&] { readMcSchedule(psched.get(), pfile, pszName->c_str()); });
