@@ -32,6 +32,7 @@
 
 #include "app/plotdata.h"
 #include "core/logerror.h"
+#include "geom/geom3c.h"
 #include "mc/campaign.h"
 #include "mc/dispersion.h"
 #include "mc/summary.h"
@@ -584,6 +585,23 @@ void setLog(py::object path) {
     if (pfileLogCurrent() == nullptr) throw VtError("can't open log file " + szFile);
 }
 
+// The ground's profile in the flight plane: the polygons cut along their
+// y = -1000 edge, as consecutive points (x, z).
+py::tuple terrain() {
+    std::vector<double> vecX, vecZ;
+    for (Long iPgn = arPArPPtVtxPgnGnd.iFirst(); iPgn <= arPArPPtVtxPgnGnd.iLast(); iPgn++) {
+        A1Val<void*>& arPPt = *static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[iPgn]);
+        if (arPPt.n() < 2) continue;
+        for (Long i = arPPt.iFirst(); i <= arPPt.iFirst() + 1; i++) {
+            Pt3c const& pt = *static_cast<Pt3c*>(arPPt[i]);
+            if (!vecX.empty() && vecX.back() == pt.fX && vecZ.back() == pt.fZ) continue;
+            vecX.push_back(pt.fX);
+            vecZ.push_back(pt.fZ);
+        }
+    }
+    return py::make_tuple(arrayOf(vecX), arrayOf(vecZ));
+}
+
 py::object design(double, py::kwargs) {
     throw VtError("hop design is not available in this build");
 }
@@ -715,6 +733,9 @@ PYBIND11_MODULE(vantorell, m) {
     m.def("design", &design, py::arg("target_x"),
           "design(target_x, **options) -> list of (t, x, z)\n\n"
           "Designs the waypoints of a hop to target_x (not available in this build).");
+    m.def("terrain", &terrain,
+          "terrain() -> (x, z)\n\n"
+          "The ground's profile in the flight plane as arrays of points, m.");
     m.def("set_log", &setLog, py::arg("path") = py::none(),
           "set_log(path=None)\n\n"
           "Writes the run log (what the program writes to fe.log) to path from now\n"
