@@ -15,6 +15,9 @@ double fSDisplay = 0.025;
 double fSTiSim = 0.0;
 double fSTiReplay0 = 0.0;
 Stvehicle3dof stvehicle3dof;
+// Which law flew the stored run: s flies fltplan.txt open loop and clears
+// it; a guided flight sets it. The window says which run it shows.
+bool bFlightGuided = false;
 
 namespace {
 
@@ -37,6 +40,7 @@ void cmdSimulate(CmdHost& host) {
     flyScheduleFile("fltplan.txt", &arFTiData, &arPStvehicle);
     writeResultsTxt("results.txt", arFTiData, arPStvehicle);
     bPath = true;
+    bFlightGuided = false;
     bDisplayRunPath = false;
     bDisplayState = false;
     bDisplayPath = true;

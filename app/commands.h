@@ -40,6 +40,7 @@ extern double fSDisplay;      // replay timer period, s (0.025)
 extern double fSTiSim;        // simulated time currently shown, s
 extern double fSTiReplay0;    // wall-clock seconds at the start of a replay
 extern Stvehicle3dof stvehicle3dof;  // state currently shown
+extern bool bFlightGuided;    // the stored run was flown by the guidance (g), not open loop (s)
 
 // Runs the command for one typed character. Returns false when the character
 // is not a command (it is then ignored).

@@ -37,6 +37,7 @@ const ClrF clrFPathLoProp(1.0f, 1.0f, 0.0f);
 const ClrF clrFPathEmpty(1.0f, 0.0f, 0.0f);
 const double fDTiPlotStPath = 1.0;
 
+const ClrF clrFPlanPath(0.85f, 0.92f, 1.0f);
 const ClrF clrFLegVehicle(0.0f, 0.0f, 0.0f);
 const ClrF clrFThrustVcVehicle(0.8f, 0.8f, 1.0f);
 
@@ -590,6 +591,25 @@ void displayPath(Vehicle* pvehicle, A1Val<double>& arFTiData, A1Val<void*>& arPS
         arPStPlot.push_back(static_cast<Stvehicle3dof*>(arPStvehicle[i]));
     });
     displayVehicles(arPStPlot.data(), static_cast<Long>(arPStPlot.size()));
+}
+
+void displayPlanPath(const double* arFX, const double* arFZ, Long n) {
+    if (n < 2) return;
+    glDisable(GL_LIGHTING);
+    glEnable(GL_DEPTH_TEST);
+    // On the ground at its ends, the path lies in the ground's own depth.
+    glDepthFunc(GL_LEQUAL);
+    glLineWidth(1.0f);
+    glLineStipple(1, 0x00ff);  // pattern bits, low first: 8 on, 8 off at factor 1
+    glEnable(GL_LINE_STIPPLE);
+    glColor3fv(clrFPlanPath.arF());
+    glBegin(GL_LINE_STRIP);
+    for (Long i = 0; i < n; ++i) glVertex3d(arFX[i], 0.0, arFZ[i]);
+    glEnd();
+    glDisable(GL_LINE_STIPPLE);
+    glDepthFunc(GL_LESS);
+    glFlush();
+    checkGlErrorSzLocation("glEnd()");
 }
 
 void displayStInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC,

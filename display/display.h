@@ -193,3 +193,12 @@ void displayVehicle(Stvehicle3dof* pstvehicle3dof);
 void displayVehicles(Stvehicle3dof* const* arPSt, Long n);
 // The track of a stored run and the vehicle along it; nothing for n = 0.
 void displayPath(Vehicle* pvehicle, A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle);
+
+// The planned path, an overlay the window may add to a finished frame (View
+// > Show plan path; off by default, so the scene and its capture are the ones
+// above): the points (arFX[i], 0, arFZ[i]), i = 0 .. n-1, joined by a
+// one-pixel line in clrFPlanPath, dashed (8 pixels on, 8 off), depth-tested
+// with the frame's depth buffer so the ground hides what lies behind it.
+// Draws with the projection the frame loaded; nothing for n < 2.
+extern const ClrF clrFPlanPath;  // (0.85, 0.92, 1.0): a pale blue-white
+void displayPlanPath(const double* arFX, const double* arFZ, Long n);

@@ -12,6 +12,7 @@
 #include <QPainter>
 #include <QPixmap>
 #include <QSlider>
+#include <QTimer>
 #include <QVBoxLayout>
 #include <QValueAxis>
 
@@ -29,7 +30,9 @@ namespace {
 
 // Run solid and wide, in red (actual) and orange (commanded); the plan dashed
 // dark blue on top, so that where a good flight follows its plan the dashes
-// still show over the run.
+// still show over the run. In the panel the run is a light band (the colour
+// at a third of its strength) and the dashes are wider, so that they stand
+// out on it.
 const QColor rgbPlan(20, 60, 170);
 const QColor rgbRun(230, 60, 50);
 const QColor rgbRunCmd(255, 160, 40);
@@ -39,6 +42,19 @@ QPen penCurve(const PlotCurve& curve) {
     if (curve.source == PlotSource::Plan) return QPen(rgbPlan, 1.6, Qt::DashLine);
     if (curve.szLegend == "run commanded") return QPen(rgbRunCmd, 3.0, Qt::SolidLine);
     return QPen(rgbRun, 3.0, Qt::SolidLine);
+}
+
+QPen penCurvePanel(const QPen& pen) {
+    QPen penPanel = pen;
+    if (pen.style() == Qt::DashLine) {
+        penPanel.setWidthF(2.2);
+    } else {
+        QColor rgb = pen.color();
+        rgb.setAlpha(85);
+        penPanel.setColor(rgb);
+        penPanel.setWidthF(5.0);
+    }
+    return penPanel;
 }
 
 // The curves of one quantity in drawing order: run first, plan on top.
@@ -69,16 +85,44 @@ bool bRangeOf(double* pfMin, double* pfMax,
     return bAny;
 }
 
-QValueAxis* paxisOf(QChart* pchart, Qt::Orientation orientation) {
-    const auto vecAxis = pchart->axes(orientation);
-    return vecAxis.isEmpty() ? nullptr : qobject_cast<QValueAxis*>(vecAxis.first());
+void layOutChart(QChart* pchart, int iPxDX, int iPxDY) {
+    pchart->resize(iPxDX, iPxDY);
+    // The chart lays itself out when the event loop comes round; here and
+    // now instead.
+    QCoreApplication::sendPostedEvents(pchart, QEvent::LayoutRequest);
+    if (pchart->layout() != nullptr) pchart->layout()->activate();
 }
 
 }  // namespace
 
 // ---- charts ------------------------------------------------------------------------
 
-QChart* pchartPlotNew(PlotQty qty, const PlotData& data) {
+double fStepRound(double fLo, double fHi, int nStep) {
+    // Start from the power of ten at or below the even split and take the
+    // first of its 1, 2, 5 multiples (then the next power) under which the
+    // range, ends rounded outward, spans no more than nStep steps. The
+    // rounding outward can add up to one step, so the loop goes on past the
+    // first candidate at or above the split.
+    const double fRaw = (fHi - fLo) / nStep;
+    double fPow = std::pow(10.0, std::floor(std::log10(fRaw)));
+    for (;;) {
+        for (double fMul : {1.0, 2.0, 5.0}) {
+            const double fStep = fMul * fPow;
+            const double nSteps = std::ceil(fHi / fStep - 1e-9) - std::floor(fLo / fStep + 1e-9);
+            if (nSteps <= nStep) return fStep;
+        }
+        fPow *= 10.0;
+    }
+}
+
+double fRdnWrapped(double fRdn) {
+    // f - 2 pi ceil((f - pi) / 2 pi): subtracts whole turns until the angle
+    // is at most pi and more than -pi (pi itself stays, -pi becomes pi).
+    constexpr double fPi = 3.141592653589793;
+    return fRdn - 2.0 * fPi * std::ceil((fRdn - fPi) / (2.0 * fPi));
+}
+
+QChart* pchartPlotNew(PlotQty qty, const PlotData& data, int nStepValue) {
     auto* pchart = new QChart;
     pchart->setBackgroundRoundness(0);
     pchart->setMargins(QMargins(2, 2, 2, 2));
@@ -125,18 +169,23 @@ QChart* pchartPlotNew(PlotQty qty, const PlotData& data) {
     if (fMin >= 0.0 && fLo < 0.0) fLo = 0.0;
     if (fMax <= 0.0 && fHi > 0.0) fHi = 0.0;
     paxisTi->setRange(fTiMin, fTiMax);
-    paxisF->setRange(fLo, fHi);
     paxisTi->applyNiceNumbers();
-    paxisF->applyNiceNumbers();
+    if (nStepValue > 0) {
+        const double fStep = fStepRound(fLo, fHi, nStepValue);
+        paxisF->setRange(std::floor(fLo / fStep + 1e-9) * fStep,
+                         std::ceil(fHi / fStep - 1e-9) * fStep);
+        paxisF->setTickType(QValueAxis::TicksDynamic);
+        paxisF->setTickAnchor(0.0);
+        paxisF->setTickInterval(fStep);
+    } else {
+        paxisF->setRange(fLo, fHi);
+        paxisF->applyNiceNumbers();
+    }
     return pchart;
 }
 
 QImage imgChartFm(QChart* pchart, QGraphicsScene* pscene, int iPxDX, int iPxDY, qreal fDpr) {
-    pchart->resize(iPxDX, iPxDY);
-    // The chart lays itself out when the event loop comes round; here and
-    // now instead.
-    QCoreApplication::sendPostedEvents(pchart, QEvent::LayoutRequest);
-    if (pchart->layout() != nullptr) pchart->layout()->activate();
+    layOutChart(pchart, iPxDX, iPxDY);
     QImage img(static_cast<int>(std::lround(iPxDX * fDpr)),
                static_cast<int>(std::lround(iPxDY * fDpr)), QImage::Format_ARGB32_Premultiplied);
     img.setDevicePixelRatio(fDpr);
@@ -216,6 +265,11 @@ void WndChart::setChart(QChart* pchart) {
 }
 
 void WndChart::setCursor(bool bShown, double fTi) {
+    if (_bPictureStale && _pchart != nullptr && _iPxPlotLeft > 0) {
+        // The cursor's column depends on the plot area: lay it out now.
+        drawPicture();
+        update();
+    }
     if (bShown == _bCursor && fTi == _fTiCursor) return;
     // Only the two columns change.
     const int iPxXOld = _bCursor ? iPxXCursor() : -1;
@@ -224,6 +278,21 @@ void WndChart::setCursor(bool bShown, double fTi) {
     const int iPxXNew = _bCursor ? iPxXCursor() : -1;
     if (iPxXOld >= 0) update(iPxXOld - 2, 0, 5, height());
     if (iPxXNew >= 0) update(iPxXNew - 2, 0, 5, height());
+}
+
+void WndChart::setPlotLeft(int iPxLeft) {
+    if (iPxLeft == _iPxPlotLeft) return;
+    _iPxPlotLeft = iPxLeft;
+    _bPictureStale = true;
+    update();
+}
+
+int WndChart::iPxPlotLeftOwn() {
+    if (_pchart == nullptr) return 0;
+    _pchart->layout()->setContentsMargins(0, 0, 0, 0);
+    layOutChart(_pchart, std::max(1, width()), std::max(1, height()));
+    _bPictureStale = true;
+    return static_cast<int>(std::ceil(_pchart->plotArea().left()));
 }
 
 QRectF WndChart::rectPlotArea() const {
@@ -250,6 +319,13 @@ void WndChart::drawPicture() {
         _pix = QPixmap();
         return;
     }
+    // Laid out by itself first; then moved right by as much as its plot area
+    // starts short of the shared edge, to the fraction of a pixel (the axis
+    // labels keep their width, so the plot area moves by just that much).
+    _pchart->layout()->setContentsMargins(0, 0, 0, 0);
+    layOutChart(_pchart, width(), height());
+    const double fPxShort = _iPxPlotLeft - _pchart->plotArea().left();
+    if (fPxShort > 0.0) _pchart->layout()->setContentsMargins(fPxShort, 0, 0, 0);
     _pix = QPixmap::fromImage(imgChartFm(_pchart, &_scene, width(), height(), devicePixelRatioF()));
 }
 
@@ -340,6 +416,11 @@ WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
     playoutTi->addWidget(_plabelTi);
     playout->addLayout(playoutTi);
 
+    _plabelFlight = new QLabel(this);
+    _plabelFlight->setObjectName("labelPlotFlight");
+    _plabelFlight->setStyleSheet("font-weight: bold;");
+    playout->addWidget(_plabelFlight);
+
     _plabelLanding = new QLabel(this);
     _plabelLanding->setObjectName("labelPlotLanding");
     _plabelLanding->setWordWrap(true);
@@ -375,6 +456,7 @@ void WndPlots::planChanged() {
 }
 
 void WndPlots::runChanged() {
+    _bRunGuided = bFlightGuided;
     _data.vecCurveRun = vecCurveRunFmProgram();
     _data.bLanding = bLandingMissFmProgram(&_data.landingMiss);
     const bool bRun = arFTiData.n() > 0;
@@ -413,6 +495,8 @@ void WndPlots::commandRun(char ch) {
             break;
         case 's':
         case 'S':
+        case 'g':
+        case 'G':
             runChanged();
             break;
         case 'i':
@@ -443,7 +527,8 @@ void WndPlots::rebuildCharts() {
     QFont fontSmall = font();
     fontSmall.setPointSizeF(std::max(6.0, fontSmall.pointSizeF() - 1.5));
     for (PlotQty qty : arPlotQty) {
-        QChart* pchart = pchartPlotNew(qty, _data);
+        // Few value ticks: a chart here is only a hundred-odd pixels high.
+        QChart* pchart = pchartPlotNew(qty, _data, 3);
         // Compact for the panel: the panel's legend line stands for the
         // charts' own, and says what the time axis is.
         pchart->legend()->hide();
@@ -452,15 +537,34 @@ void WndPlots::rebuildCharts() {
             paxis->setTitleFont(fontSmall);
         }
         for (QAbstractAxis* paxis : pchart->axes(Qt::Horizontal)) paxis->setTitleVisible(false);
-        // Few value ticks: a chart here is only a hundred-odd pixels high.
-        if (QValueAxis* paxisF = paxisOf(pchart, Qt::Vertical)) {
-            paxisF->setTickCount(4);
-            paxisF->applyNiceNumbers();
+        // The quantity and its unit over the chart: along the value axis a
+        // chart a hundred-odd pixels high has no room for them.
+        for (QAbstractAxis* paxis : pchart->axes(Qt::Vertical)) {
+            pchart->setTitle(paxis->titleText());
+            paxis->setTitleVisible(false);
         }
+        pchart->setTitleFont(fontSmall);
+        for (QAbstractSeries* pseries : pchart->series())
+            if (auto* pline = qobject_cast<QLineSeries*>(pseries))
+                pline->setPen(penCurvePanel(pline->pen()));
         _apwndChart[static_cast<int>(qty)]->setChart(pchart);
     }
     updateVisibility();
     updateCursor();
+}
+
+void WndPlots::alignCharts() {
+    int iPxLeft = 0;
+    for (WndChart* pwnd : _apwndChart)
+        if (pwnd->isVisible()) iPxLeft = std::max(iPxLeft, pwnd->iPxPlotLeftOwn());
+    for (WndChart* pwnd : _apwndChart) pwnd->setPlotLeft(iPxLeft);
+    updateCursor();
+}
+
+void WndPlots::resizeEvent(QResizeEvent* pevent) {
+    QWidget::resizeEvent(pevent);
+    // The charts have their new sizes once the layout has run.
+    QTimer::singleShot(0, this, &WndPlots::alignCharts);
 }
 
 void WndPlots::updateVisibility() {
@@ -470,6 +574,8 @@ void WndPlots::updateVisibility() {
         const int iQty = static_cast<int>(qty);
         _apwndChart[iQty]->setVisible(bData && _apcheck[iQty]->isChecked());
     }
+    // The charts shown have their new sizes once the layout has run.
+    QTimer::singleShot(0, this, &WndPlots::alignCharts);
 }
 
 void WndPlots::updateCursor() {
@@ -479,8 +585,20 @@ void WndPlots::updateCursor() {
 
 void WndPlots::updateLanding() {
     _plabelLanding->setVisible(_data.bLanding);
-    _plabelLanding->setText(
-        _data.bLanding ? QString::fromStdString(szLandingMiss(_data.landingMiss)) : QString());
+    _plabelFlight->setVisible(_data.bLanding);
+    if (!_data.bLanding) {
+        _plabelLanding->clear();
+        _plabelFlight->clear();
+        return;
+    }
+    // The attitude at rest, not the turns the run went through on its way.
+    LandingMiss lm = _data.landingMiss;
+    lm.fPitchRest = fRdnWrapped(lm.fPitchRest);
+    _plabelLanding->setText(QString::fromStdString(szLandingMiss(lm)));
+    const char* szFlight = _bRunGuided ? "guided" : "open loop";
+    _plabelFlight->setText(
+        lm.bPlan ? QString::asprintf("Stored flight: %s, landing miss %.4f m", szFlight, lm.fDist)
+                 : QString::asprintf("Stored flight: %s, no plan to compare with", szFlight));
 }
 
 void WndPlots::updateChecks() {

@@ -7,7 +7,13 @@
 // with `i`; the time slider below scrubs through the stored run (the panel
 // asks for the state through timeScrubbed, the pane shows it). After `s` a
 // line gives the landing miss; after `p` the plan checks are listed in the
-// panel (a broken limit is a warning there, never a message box).
+// panel (a broken limit is a warning there, never a message box). A status
+// line says which flight is stored, open loop (s) or guided, and its miss.
+//
+// In the panel the six charts share one column for the start of their time
+// axes, so the cursor is one vertical line; value ticks fall on round steps
+// (1, 2 or 5 times a power of ten), so their labels stay short; the run is a
+// light band under the plan's dashes, which show where the two agree.
 //
 // The panel reads the program-wide plan and run only when told that they
 // changed (planChanged, runChanged, or commandRun with the letter); between
@@ -39,8 +45,18 @@ class QSlider;
 // A new chart of one quantity from data: plan curves dashed, run curves
 // solid, legend on top, time axis "t (s)" and the quantity's axis, ranges
 // rounded to tick values. The caller owns it. A quantity with no curve gives
-// an empty chart with the same axes.
-QChart* pchartPlotNew(PlotQty qty, const PlotData& data);
+// an empty chart with the same axes. With nStepValue > 0 the value axis is
+// cut into at most that many round steps (1, 2 or 5 times a power of ten),
+// ticks on every multiple of the step, instead of the toolkit's nice numbers.
+QChart* pchartPlotNew(PlotQty qty, const PlotData& data, int nStepValue = 0);
+
+// The round step for a range: the smallest of 1, 2 and 5 times a power of
+// ten that cuts [fLo, fHi] into at most nStep steps once the ends are moved
+// out to multiples of it (fHi > fLo, nStep >= 1).
+double fStepRound(double fLo, double fHi, int nStep);
+
+// A pitch in (-pi, pi], the same attitude as fRdn.
+double fRdnWrapped(double fRdn);
 
 // Size of each PNG file, pixels.
 constexpr int iPxDXPlotPng = 960;
@@ -72,6 +88,14 @@ public:
     void setChart(QChart* pchart);
     QChart* chart() const { return _pchart; }
 
+    // Puts the left edge of the plot area at iPxLeft (widget pixels), so that
+    // charts stacked above each other share one time axis; 0 lays the chart
+    // out by itself.
+    void setPlotLeft(int iPxLeft);
+    // The left edge of the plot area the chart takes when laid out by itself
+    // at the widget's size.
+    int iPxPlotLeftOwn();
+
     void setCursor(bool bShown, double fTi);
     bool bCursorShown() const { return _bCursor; }
     double fTiCursor() const { return _fTiCursor; }
@@ -91,6 +115,7 @@ private:
     QChart* _pchart = nullptr;
     QPixmap _pix;
     bool _bPictureStale = true;
+    int _iPxPlotLeft = 0;
     bool _bCursor = false;
     double _fTiCursor = 0.0;
 };
@@ -124,6 +149,7 @@ public:
     QLabel* plabelTi() const { return _plabelTi; }
     QLabel* plabelEmpty() const { return _plabelEmpty; }
     QLabel* plabelLanding() const { return _plabelLanding; }
+    QLabel* plabelFlight() const { return _plabelFlight; }
     QLabel* plabelChecks() const { return _plabelChecks; }
     QListWidget* plistWarnings() const { return _plistWarnings; }
 
@@ -142,8 +168,12 @@ public slots:
     // follows in steps of fDTiCursorStep).
     void replayTicked();
 
+protected:
+    void resizeEvent(QResizeEvent* pevent) override;
+
 private:
     void rebuildCharts();
+    void alignCharts();
     void updateVisibility();
     void updateCursor();
     void updateLanding();
@@ -157,8 +187,10 @@ private:
     QSlider* _psliderTi = nullptr;
     QLabel* _plabelTi = nullptr;
     QLabel* _plabelLanding = nullptr;
+    QLabel* _plabelFlight = nullptr;
     QLabel* _plabelChecks = nullptr;
     QListWidget* _plistWarnings = nullptr;
+    bool _bRunGuided = false;  // how the run shown was flown (bFlightGuided when taken)
     bool _bCursor = false;
     double _fTiCursor = 0.0;
     double _fTiRunFirst = 0.0;

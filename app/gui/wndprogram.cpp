@@ -7,7 +7,9 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <cstdio>
 
+#include "app/plotdata.h"
 #include "core/logerror.h"
 #include "display/capture.h"
 #include "display/display.h"
@@ -28,6 +30,18 @@ int iMsReplayPeriod() {
     return static_cast<int>(1000.0 * fSDisplay);
 }
 
+// Whether two cameras are the same in every number that places or shapes
+// the view (the transform follows from these).
+bool bSameCamera(const XfmCFmW3c& xfm1, const XfmCFmW3c& xfm2) {
+    const auto bSamePt = [](const auto& a, const auto& b) {
+        return a.fX == b.fX && a.fY == b.fY && a.fZ == b.fZ;
+    };
+    return bSamePt(xfm1.ptEye, xfm2.ptEye) && bSamePt(xfm1.drLook, xfm2.drLook) &&
+           bSamePt(xfm1.drUp, xfm2.drUp) && xfm1.fL == xfm2.fL && xfm1.fR == xfm2.fR &&
+           xfm1.fB == xfm2.fB && xfm1.fT == xfm2.fT && xfm1.fN == xfm2.fN && xfm1.fF == xfm2.fF &&
+           xfm1.bOrtho == xfm2.bOrtho;
+}
+
 }  // namespace
 
 WndProgram::WndProgram(QWidget* pwndParent, QWidget* pwndTop)
@@ -46,9 +60,31 @@ WndProgram::WndProgram(QWidget* pwndParent, QWidget* pwndTop)
 // ---- commands --------------------------------------------------------------------
 
 bool WndProgram::bRunCommand(char ch) {
-    if (!bRunKeyCommand(ch, *this)) return false;
+    const bool bCommand = bRunKeyCommand(ch, *this);
+    // What a command printed (the SUMMARY of p) shows now, also when the
+    // output goes to a file or a pipe rather than a terminal.
+    std::fflush(stdout);
+    if (!bCommand) return false;
+    takePlanPath();
     emit commandRun(ch);
     return true;
+}
+
+void WndProgram::takePlanPath() {
+    _vecFXPlan.clear();
+    _vecFZPlan.clear();
+    const std::vector<PlotCurve> vecCurve = vecCurvePlanFmProgram();
+    // In panel order: x first, z second, on the same samples.
+    if (vecCurve.size() >= 2) {
+        _vecFXPlan = vecCurve[0].vecF;
+        _vecFZPlan = vecCurve[1].vecF;
+    }
+    if (_bPlanPath) update();
+}
+
+void WndProgram::setPlanPathShown(bool bShown) {
+    _bPlanPath = bShown;
+    update();
 }
 
 void WndProgram::showStoredStateAtFTi(double fTi) {
@@ -95,9 +131,33 @@ void WndProgram::stopReplayTimer() {
     _timerReplay.stop();
 }
 
-double WndProgram::fMsTickCount() {
+double WndProgram::fMsWall() const {
+    if (_fnMsClock) return _fnMsClock();
     using namespace std::chrono;
     return duration<double, std::milli>(steady_clock::now().time_since_epoch()).count();
+}
+
+// The pane's clock runs at the replay speed k: since the last change of
+// speed, at wall time w0 and pane time t0, it reads t0 + k (w - w0). It is
+// continuous at a change, so a running replay goes on from the time it
+// shows (the replay time is the clock less the clock at the start), and at
+// k = 1 from the start it is the wall clock itself.
+double WndProgram::fMsTickCount() {
+    return _fMsAtSpeed + _fReplaySpeed * (fMsWall() - _fMsWallAtSpeed);
+}
+
+void WndProgram::setReplaySpeed(double fSpeed) {
+    const double fMsNow = fMsTickCount();
+    _fMsWallAtSpeed = fMsWall();
+    _fMsAtSpeed = fMsNow;
+    _fReplaySpeed = fSpeed;
+}
+
+void WndProgram::setMsClock(std::function<double()> fnMsClock) {
+    // Restart the speed's bookkeeping on the new clock.
+    _fnMsClock = std::move(fnMsClock);
+    _fMsWallAtSpeed = fMsWall();
+    _fMsAtSpeed = _fMsWallAtSpeed;
 }
 
 void WndProgram::capturePane(const char* szFile) {
@@ -137,6 +197,7 @@ void WndProgram::resizeGL(int, int) {
     setPaneFromWidget();
     resizeViewForPane(_pane);
     update();
+    emit viewChanged();
 }
 
 void WndProgram::paintGL() {
@@ -149,6 +210,8 @@ void WndProgram::drawScene() {
     } else if (bDisplayPath) {
         displayPathInPane(&_pane, &xfmCFmW, &xfmPFmC, &vehicle, arFTiData, arPStvehicle);
     }
+    if (_bPlanPath && (bDisplayState || bDisplayRunPath || bDisplayPath))
+        displayPlanPath(_vecFXPlan.data(), _vecFZPlan.data(), static_cast<Long>(_vecFXPlan.size()));
 }
 
 // ---- camera history --------------------------------------------------------------
@@ -166,12 +229,21 @@ void WndProgram::viewBack() {
     xfmCFmWPopFromStack();
     xfmCFmW = xfmCFmWTopOfStack();
     update();
+    emit viewChanged();
 }
 
 void WndProgram::viewForward() {
     if (!bViewForwardPossible()) return;
     xfmCFmW = xfmCFmWRePushToStack();
     update();
+    emit viewChanged();
+}
+
+void WndProgram::viewReset() {
+    xfmCFmW = xfmCFmW3cDefaultFm(xfmPFmC);
+    pushXfmCFmWToStack(xfmCFmW);
+    update();
+    emit viewChanged();
 }
 
 void WndProgram::saveViewAndStop() {
@@ -233,17 +305,25 @@ void WndProgram::mouseReleaseEvent(QMouseEvent* pevent) {
     if (bDragView && pevent->button() == Qt::LeftButton) {
         // The camera follows the release point too, in case no move came
         // between the last move and the release.
-        xfmCFmW = xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag, iPxY - iPxY0Drag, _pane);
-        pushXfmCFmWToStack(xfmCFmW);
+        // Back where it was pressed is the camera it started with, exactly.
+        const bool bBack = iPxX == iPxX0Drag && iPxY == iPxY0Drag;
+        xfmCFmW = bBack ? xfmCFmW0DragView
+                        : xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag,
+                                              iPxY - iPxY0Drag, _pane);
         bDragView = false;
     } else if (bDragZoom && pevent->button() == Qt::RightButton) {
         if (iPxY != iPxYLastDragZoom)
             xfmCFmW = xfmCFmWZoomedByDrag(xfmCFmW, iPxY - iPxYLastDragZoom, _pane);
-        pushXfmCFmWToStack(xfmCFmW);
         bDragZoom = false;
     } else {
         QOpenGLWidget::mouseReleaseEvent(pevent);
         return;
+    }
+    // A click, or a drag back to where it began, leaves the camera as the
+    // history has it: nothing to step back to.
+    if (bEmptyXfmCFmWOnStack() || !bSameCamera(xfmCFmW, xfmCFmWTopOfStack())) {
+        pushXfmCFmWToStack(xfmCFmW);
+        emit viewChanged();
     }
     update();
     if (bDisplayRunPath) startReplayTimer(iMsReplayPeriod());

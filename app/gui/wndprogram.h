@@ -5,8 +5,13 @@
 // Keys: the typed character (not the key) goes to bRunKeyCommand; characters
 // that are not commands go on to the base class untouched.
 // Mouse: a left drag turns the camera about the point it looks at, a right
-// drag zooms; every finished drag pushes the camera onto the view history.
-// The replay timer is held while a drag lasts.
+// drag zooms; a finished drag that moved the camera pushes it onto the view
+// history (a plain click pushes nothing). The replay timer is held while a
+// drag lasts.
+//
+// The replay runs on the pane's own clock (fMsTickCount): the wall clock, or
+// one a test sets, advanced at the chosen replay speed. After every command
+// the standard output is flushed, so a SUMMARY shows as it is printed.
 //
 // For the plots panel the pane says when the state shown may have moved
 // (commandRun after every command, replayTicked after every tick of a running
@@ -20,6 +25,9 @@
 
 #include <QOpenGLWidget>
 #include <QTimer>
+
+#include <functional>
+#include <vector>
 
 #include "app/commands.h"
 #include "display/camera.h"
@@ -43,6 +51,22 @@ public:
     bool bViewForwardPossible() const;
     void viewBack();
     void viewForward();
+    // Shows the default camera (the one used without "view.in") and pushes it.
+    void viewReset();
+
+    // Replay speed: simulated seconds per second of the clock (1 by
+    // default). A change during a replay goes on from the time shown.
+    void setReplaySpeed(double fSpeed);
+    double fReplaySpeed() const { return _fReplaySpeed; }
+    // The clock in milliseconds the replay runs on; null for the monotonic
+    // wall clock (the default).
+    void setMsClock(std::function<double()> fnMsClock);
+
+    // The planned path drawn over the scene (off by default); the points are
+    // taken afresh from the plan after every command.
+    void setPlanPathShown(bool bShown);
+    bool bPlanPathShown() const { return _bPlanPath; }
+    Long nPtPlanPath() const { return static_cast<Long>(_vecFXPlan.size()); }
 
     // What the window does when it goes away: writes "view.out" and stops
     // the replay timer. Runs once; later calls do nothing.
@@ -72,6 +96,8 @@ signals:
     void commandRun(char ch);
     // A tick of a running replay moved the state shown (fSTiSim).
     void replayTicked();
+    // The camera history changed (a push, a step, a resize).
+    void viewChanged();
 
 protected:
     void initializeGL() override;
@@ -85,6 +111,8 @@ protected:
 private:
     void setPaneFromWidget();
     void drawScene();
+    void takePlanPath();
+    double fMsWall() const;
     // Mouse position in pane pixels.
     Long iPxXFm(const QMouseEvent* pevent) const;
     Long iPxYFm(const QMouseEvent* pevent) const;
@@ -94,6 +122,12 @@ private:
     QTimer _timerReplay;
     bool _bViewLoaded = false;
     bool _bGone = false;
+    std::function<double()> _fnMsClock;
+    double _fReplaySpeed = 1.0;
+    double _fMsWallAtSpeed = 0.0;  // wall clock and pane clock at the last
+    double _fMsAtSpeed = 0.0;      // change of speed
+    bool _bPlanPath = false;
+    std::vector<double> _vecFXPlan, _vecFZPlan;
 
     // Left drag: turn about the point looked at.
     bool bDragView = false;

@@ -8,6 +8,7 @@
 #include <QGuiApplication>
 #include <QMenuBar>
 #include <QMessageBox>
+#include <QActionGroup>
 #include <QScreen>
 #include <QVBoxLayout>
 
@@ -33,13 +34,25 @@ struct CommandItem {
 // display text only: binding them as shortcuts would take the keys away from
 // the pane, where the upper-case forms have to behave as documented.
 const CommandItem arCommandItem[] = {
+    {'d', "&Design hop (hop.txt to traj1r.txt)\td"},
     {'p', "&Plan (traj1r.txt to fltplan.txt)\tp"},
     {'s', "&Simulate (fltplan.txt to results.txt)\ts"},
+    {'g', "&Guided simulate (fltplan.txt to results.txt)\tg"},
     {'r', "&Replay start/stop\tr"},
     {'i', "&Initial state\ti"},
     {'l', "&Listing (traj1l.txt)\tl"},
     {'f', "&Flight plan (fltplan.txt)\tf"},
     {'c', "&Capture pane (pane.bmp)\tc"},
+};
+
+// The replay speeds of View > Replay speed, with their menu texts.
+struct ReplaySpeedItem {
+    double fSpeed;
+    const char* szText;
+};
+const ReplaySpeedItem arReplaySpeedItem[] = {
+    {0.25, "\u00bc\u00d7"}, {0.5, "\u00bd\u00d7"}, {1.0, "&1\u00d7"},
+    {2.0, "&2\u00d7"},       {4.0, "&4\u00d7"},
 };
 
 }  // namespace
@@ -68,10 +81,15 @@ WndTop::WndTop() {
     _pwndPlots = new WndPlots(_pdockPlots);
     _pdockPlots->setWidget(_pwndPlots);
     addDockWidget(Qt::RightDockWidgetArea, _pdockPlots);
+    // Its close button goes the way of View > Plots.
+    _pdockPlots->installEventFilter(this);
+    _timerHold.setSingleShot(true);
+    connect(&_timerHold, &QTimer::timeout, this, &WndTop::releaseClientSize);
     connect(_pwndProgram, &WndProgram::commandRun, _pwndPlots, &WndPlots::commandRun);
     connect(_pwndProgram, &WndProgram::replayTicked, _pwndPlots, &WndPlots::replayTicked);
     connect(_pwndPlots, &WndPlots::timeScrubbed, _pwndProgram, &WndProgram::showStoredStateAtFTi);
     buildMenu();
+    connect(_pwndProgram, &WndProgram::viewChanged, this, &WndTop::updateViewActions);
 
     // 0.9 of the work area, 0.05 in from its left and top; each product
     // truncated to whole pixels.
@@ -116,17 +134,47 @@ void WndTop::buildMenu() {
         updateViewActions();
     });
     _pactViewBack->setObjectName("actViewBack");
+    _pactViewBack->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Left));
     _pactViewForward = pmenuView->addAction("&Forward", this, [this] {
         _pwndProgram->viewForward();
         updateViewActions();
     });
     _pactViewForward->setObjectName("actViewForward");
+    _pactViewForward->setShortcut(QKeySequence(Qt::ALT | Qt::Key_Right));
+    QAction* pactReset = pmenuView->addAction("Re&set view", this, [this] {
+        _pwndProgram->viewReset();
+        _pwndProgram->setFocus();
+    });
+    pactReset->setObjectName("actViewReset");
     connect(pmenuView, &QMenu::aboutToShow, this, &WndTop::updateViewActions);
+    updateViewActions();
     pmenuView->addSeparator();
-    QAction* pactPlots = _pdockPlots->toggleViewAction();
-    pactPlots->setText("&Plots");
-    pactPlots->setObjectName("actViewPlots");
-    pmenuView->addAction(pactPlots);
+
+    QMenu* pmenuSpeed = pmenuView->addMenu("Replay &speed");
+    auto* pgroupSpeed = new QActionGroup(this);
+    for (const ReplaySpeedItem& item : arReplaySpeedItem) {
+        const double fSpeed = item.fSpeed;
+        QAction* pact = pmenuSpeed->addAction(QString::fromUtf8(item.szText), this, [this, fSpeed] {
+            _pwndProgram->setReplaySpeed(fSpeed);
+        });
+        pact->setObjectName(QString("actReplaySpeed_%1").arg(fSpeed));
+        pact->setCheckable(true);
+        pact->setChecked(fSpeed == 1.0);
+        pgroupSpeed->addAction(pact);
+    }
+    QAction* pactPlanPath = pmenuView->addAction("Show plan &path");
+    pactPlanPath->setObjectName("actViewPlanPath");
+    pactPlanPath->setCheckable(true);
+    connect(pactPlanPath, &QAction::toggled, _pwndProgram, &WndProgram::setPlanPathShown);
+    pmenuView->addSeparator();
+    _pactViewPlots = pmenuView->addAction("&Plots");
+    _pactViewPlots->setObjectName("actViewPlots");
+    _pactViewPlots->setCheckable(true);
+    _pactViewPlots->setChecked(true);
+    connect(_pactViewPlots, &QAction::triggered, this, &WndTop::setPlotsShown);
+    // A floating panel closed by its own button unchecks the entry too.
+    connect(_pdockPlots, &QDockWidget::visibilityChanged, this,
+            [this] { _pactViewPlots->setChecked(!_pdockPlots->isHidden()); });
 
     QMenu* pmenuHelp = menuBar()->addMenu("&Help");
     QAction* pactAbout = pmenuHelp->addAction("&About Vantorell", this, [this] {
@@ -203,6 +251,53 @@ bool WndTop::bExportPlanCsv(const QString& szFile) {
                     QString("Cannot write %1: %2").arg(szFile, szWhy), QMessageBox::Ok, this);
     box.exec();
     return false;
+}
+
+void WndTop::setPlotsShown(bool bShown) {
+    _pactViewPlots->setChecked(bShown);
+    if (bShown == !_pdockPlots->isHidden()) return;
+    if (_pdockPlots->isFloating()) {
+        _pdockPlots->setVisible(bShown);
+        return;
+    }
+    // The client area keeps its size while the panel goes or comes and the
+    // frame follows by as much; it is let go once the frame has its new width.
+    // A toggle before the frame has followed the last one starts from the
+    // width the frame is on its way to.
+    QWidget* pwndClient = centralWidget();
+    const int iPxDXFrame = _iPxDXFrameAwaited >= 0 ? _iPxDXFrameAwaited : width();
+    if (!bShown) _iPxDXDockSaved = iPxDXFrame - pwndClient->width();
+    const int iPxDXDock =
+        _iPxDXDockSaved > 0 ? _iPxDXDockSaved : static_cast<int>(0.4 * iPxDXFrame);
+    pwndClient->setFixedSize(pwndClient->size());
+    _iPxDXFrameAwaited = bShown ? iPxDXFrame + iPxDXDock : iPxDXFrame - iPxDXDock;
+    _pdockPlots->setVisible(bShown);
+    if (bShown) resizeDocks({_pdockPlots}, {iPxDXDock}, Qt::Horizontal);
+    resize(_iPxDXFrameAwaited, height());
+    // A window system that will not give the frame that width gets the
+    // pane's resize rule after all, instead of a pane held for ever.
+    _timerHold.start(1000);
+}
+
+void WndTop::releaseClientSize() {
+    if (_iPxDXFrameAwaited < 0) return;
+    _iPxDXFrameAwaited = -1;
+    centralWidget()->setMinimumSize(0, 0);
+    centralWidget()->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+}
+
+void WndTop::resizeEvent(QResizeEvent* pevent) {
+    QMainWindow::resizeEvent(pevent);
+    if (_iPxDXFrameAwaited >= 0 && width() == _iPxDXFrameAwaited) releaseClientSize();
+}
+
+bool WndTop::eventFilter(QObject* pobj, QEvent* pevent) {
+    if (pobj == _pdockPlots && pevent->type() == QEvent::Close && !_pdockPlots->isFloating()) {
+        pevent->ignore();
+        setPlotsShown(false);
+        return true;
+    }
+    return QMainWindow::eventFilter(pobj, pevent);
 }
 
 void WndTop::closeEvent(QCloseEvent* pevent) {

@@ -5,14 +5,22 @@
 // dock on the right, which the user may resize, float or close.
 //
 // Menu: File > Export run CSV, Export plan CSV (each enabled only when there
-// is something to export), Exit; Commands > the seven key commands of the
-// pane, each with its letter, running the same code as the key; View > Back
-// and Forward through the camera history (enabled only when possible), Plots
-// (shows or hides the panel); Help > About.
+// is something to export), Exit; Commands > the key commands of the pane,
+// each with its letter, running the same code as the key; View > Back
+// (Alt+Left) and Forward (Alt+Right) through the camera history (enabled
+// only when possible), Reset view (the default camera, pushed), Replay speed
+// (1/4x to 4x, 1x at start), Show plan path (off at start), Plots (shows or
+// hides the panel); Help > About.
+//
+// Showing or hiding the docked panel changes the frame's width by the
+// panel's, so the pane keeps its size, and with it the camera and its
+// history (the resize rule of the pane applies when the frame itself is
+// resized). A floating panel comes and goes alone.
 // Closing the frame saves the camera to "view.out" before the windows go.
 #pragma once
 
 #include <QMainWindow>
+#include <QTimer>
 
 class QAction;
 class QDockWidget;
@@ -41,11 +49,16 @@ public:
     QAction* pactViewBack() const { return _pactViewBack; }
     QAction* pactViewForward() const { return _pactViewForward; }
 
+    // Shows or hides the plots panel as View > Plots does.
+    void setPlotsShown(bool bShown);
+
     // The text of the About box.
     static QString szAboutText();
 
 protected:
     void closeEvent(QCloseEvent* pevent) override;
+    void resizeEvent(QResizeEvent* pevent) override;
+    bool eventFilter(QObject* pobj, QEvent* pevent) override;
 
 private:
     void buildMenu();
@@ -53,6 +66,7 @@ private:
     void runCommandFromMenu(char ch);
     void updateFileActions();
     void exportCsvFromMenu(bool bRun);
+    void releaseClientSize();
 
     WndDAndC* _pwndDAndC = nullptr;
     WndProgram* _pwndProgram = nullptr;
@@ -62,4 +76,10 @@ private:
     QDockWidget* _pdockPlots = nullptr;
     QAction* _pactExportRun = nullptr;
     QAction* _pactExportPlan = nullptr;
+    QAction* _pactViewPlots = nullptr;
+    // While the frame changes width for the panel, the client area is held
+    // at its size until the frame reaches _iPxDXFrameAwaited.
+    int _iPxDXFrameAwaited = -1;
+    int _iPxDXDockSaved = 0;  // frame width the docked panel took, with its separator
+    QTimer _timerHold;        // lets the client area go at the latest
 };
