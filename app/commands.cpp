@@ -1,10 +1,12 @@
 // The key commands of the program window (see commands.h).
 #include "app/commands.h"
 
+#include <cmath>
 #include <cstdio>
 
 #include "plan/planstate.h"
 #include "sim/flight.h"
+#include "sim/guidance.h"
 #include "sim/params.h"
 
 bool bPath = false;
@@ -16,7 +18,7 @@ double fSTiSim = 0.0;
 double fSTiReplay0 = 0.0;
 Stvehicle3dof stvehicle3dof;
 // Which law flew the stored run: s flies fltplan.txt open loop and clears
-// it; a guided flight sets it. The window says which run it shows.
+// it; a guided flight (g) sets it. The window says which run it shows.
 bool bFlightGuided = false;
 
 namespace {
@@ -39,8 +41,55 @@ void cmdSimulate(CmdHost& host) {
     deleteStoredRun(&arFTiData, &arPStvehicle);
     flyScheduleFile("fltplan.txt", &arFTiData, &arPStvehicle);
     writeResultsTxt("results.txt", arFTiData, arPStvehicle);
-    bPath = true;
     bFlightGuided = false;
+    bPath = true;
+    bDisplayRunPath = false;
+    bDisplayState = false;
+    bDisplayPath = true;
+    host.invalidate();
+}
+
+// The landing of a guided flight, one line on standard output, e.g.
+// "guided flight: touchdown at 5.54 s, vertical -0.42 m/s, horizontal
+// -0.03 m/s; stopped (rest) at 7.35 s; 0.879 kg of propellant left".
+void printGuidedReport(std::FILE* pfile, SimReport const& report, double fTiLast) {
+    if (report.bTouchdown)
+        std::fprintf(pfile, "guided flight: touchdown at %.2f s, vertical %.2f m/s, horizontal %.2f m/s",
+                     report.fTiTouchdown, report.fVeZfTouchdown, report.fVeXfTouchdown);
+    else
+        std::fprintf(pfile, "guided flight: no touchdown");
+    // A run that burnt out ends a hair below the empty mass: shown as 0.
+    const double fMsLeft = std::fabs(report.fMsPropLeft) < 0.0005 ? 0.0 : report.fMsPropLeft;
+    std::fprintf(pfile, "; stopped (%s) at %.2f s; %.3f kg of propellant left%s\n",
+                 szSimStop(report.stop), fTiLast, fMsLeft,
+                 report.bRanDry ? "; ran dry in the air" : "");
+    std::fflush(pfile);
+}
+
+// g: fly fltplan.txt guided (the settings of guidance.txt) and write
+// results.txt. A bad guidance.txt is a message, and nothing is flown.
+void cmdGuidedSimulate(CmdHost& host) {
+    GuidanceSettings gs;
+    std::string szErr;
+    if (!bReadGuidanceFile(&gs, "guidance.txt", &szErr)) {
+        host.showMessage(MsgOwner::Program, szErr.c_str());
+        return;
+    }
+    fSTiSim = 0.0;
+    stvehicle3dof = stvehicle3dof0;
+    deleteStoredRun(&arFTiData, &arPStvehicle);
+    SimReport report;
+    if (!bFlyGuidedScheduleFile("fltplan.txt", "guidance.txt", &arFTiData, &arPStvehicle, &szErr,
+                                &report)) {
+        // guidance.txt changed under us: no run.
+        bPath = false;
+        host.showMessage(MsgOwner::Program, szErr.c_str());
+        return;
+    }
+    writeResultsTxt("results.txt", arFTiData, arPStvehicle);
+    printGuidedReport(stdout, report, arFTiData[arFTiData.iLast()]);
+    bFlightGuided = true;
+    bPath = true;
     bDisplayRunPath = false;
     bDisplayState = false;
     bDisplayPath = true;
@@ -96,6 +145,10 @@ bool bRunKeyCommand(char ch, CmdHost& host) {
             return true;
         case 'f':  // lower case only, as for 'l'
             writeFltplanTxt();  // does nothing without a plan
+            return true;
+        case 'g':
+        case 'G':
+            cmdGuidedSimulate(host);
             return true;
         case 'i':
         case 'I':

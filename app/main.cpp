@@ -34,6 +34,7 @@ const char szUsage[] =
     "  -k KEYS       run the key commands KEYS in order without a window:\n"
     "                  p  plan: read traj1r.txt, print the SUMMARY, write fltplan.txt\n"
     "                  s  simulate: read fltplan.txt, fly 30 s, write results.txt\n"
+    "                  g  guided simulate: as s, the plan tracked by feedback\n"
     "                  r  replay (needs a window; reported and skipped)\n"
     "                  i  show the first stored state\n"
     "                  l  write the path listing traj1l.txt\n"

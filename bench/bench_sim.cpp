@@ -13,6 +13,7 @@
 #include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
+#include "sim/guidance.h"
 #include "sim/params.h"
 
 namespace {
@@ -142,9 +143,10 @@ void BM_ModelRk5StepQC(benchmark::State& state) {
 BENCHMARK(BM_ModelRk5StepQC);
 
 // Whole flights with the program's settings, the stored records released
-// after each flight.
-void flyPlanRepeatedly(benchmark::State& state, Plan& plan) {
+// after each flight; guided when a command source is given.
+void flyPlanRepeatedly(benchmark::State& state, Plan& plan, CmdSource* pcmdsource = nullptr) {
     ArFFnFArFModelCounting model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    model.pcmdsource = pcmdsource;
     A1Val<double> arFTiRun(0);
     A1Val<void*> arPStRun(0);
     long nData = 0;
@@ -182,5 +184,40 @@ void BM_FlightBundledHop(benchmark::State& state) {
     flyPlanRepeatedly(state, plan);
 }
 BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
+
+// The same plan flown guided (50 Hz). The reference is built once, as a
+// campaign builds it once for all its runs (BM_GuidanceReference).
+void BM_FlightBundledHopGuided(benchmark::State& state) {
+    initParams();
+    const std::string szPlan = szPlanBundledHop();
+    if (szPlan.empty()) {
+        state.SkipWithError("the bundled hop could not be planned");
+        return;
+    }
+    Plan plan(szPlan);
+    const GuidanceSettings gs;
+    const GuidanceRef ref(plan.arFTi, plan.arFFc, plan.arFMm, vehicle, planet, stvehicle3dof0, 0.0,
+                          gs);
+    GuidedCmds cmds(ref, guidanceGainsFm(gs, vehicle, planet), vehicle, planet.fAcG);
+    flyPlanRepeatedly(state, plan, &cmds);
+}
+BENCHMARK(BM_FlightBundledHopGuided)->Unit(benchmark::kMillisecond);
+
+void BM_GuidanceReference(benchmark::State& state) {
+    initParams();
+    const std::string szPlan = szPlanBundledHop();
+    if (szPlan.empty()) {
+        state.SkipWithError("the bundled hop could not be planned");
+        return;
+    }
+    Plan plan(szPlan);
+    const GuidanceSettings gs;
+    for (auto _ : state) {
+        const GuidanceRef ref(plan.arFTi, plan.arFFc, plan.arFMm, vehicle, planet, stvehicle3dof0,
+                              0.0, gs);
+        benchmark::DoNotOptimize(ref.fXfLanding());
+    }
+}
+BENCHMARK(BM_GuidanceReference)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include "mc/campaign.h"
 
 #include <chrono>
+#include <memory>
 #include <cmath>
 #include <numbers>
 #include <thread>
@@ -16,6 +17,31 @@ namespace {
 void copyArray(A1Val<double>* parDst, A1Val<double> const& arSrc) {
     parDst->reconstructIFirstILast(arSrc.iFirst(), arSrc.iLast());
     for (Long i = arSrc.iFirst(); i <= arSrc.iLast(); i++) (*parDst)[i] = arSrc[i];
+}
+
+// The sensor noise of one run: every update draws from its own stream.
+class McSensorNoise final : public GuidanceNoise {
+public:
+    McSensorNoise(McGuided const& guided, Long iRunIn) : g(guided), iRun(iRunIn) {}
+    void addNoise(Long iUpdate, GuidanceMeas* pmeas) override {
+        McRng rng = mcRngForSensor(g.uRngSeed, iRun, iUpdate);
+        pmeas->fXf += fDrawFromRng(g.arPertSensor[mcSensorPosition], &rng);
+        pmeas->fZf += fDrawFromRng(g.arPertSensor[mcSensorPosition], &rng);
+        pmeas->fVeXf += fDrawFromRng(g.arPertSensor[mcSensorVelocity], &rng);
+        pmeas->fVeZf += fDrawFromRng(g.arPertSensor[mcSensorVelocity], &rng);
+        pmeas->fPitch += fDrawFromRng(g.arPertSensor[mcSensorPitch], &rng);
+        pmeas->fPitchDot += fDrawFromRng(g.arPertSensor[mcSensorPitchRate], &rng);
+    }
+
+private:
+    McGuided const& g;
+    Long iRun;
+};
+
+bool bAnySensorNoise(McGuided const& guided) {
+    for (int j = 0; j < nMcSensor; j++)
+        if (guided.arPertSensor[j].fSd != 0.0) return true;
+    return false;
 }
 
 }  // namespace
@@ -43,7 +69,8 @@ McInputs mcInputsForRun(McDispersion const& disp, Long iRun) {
 }
 
 McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
-                     McWork* pwork, bool bKeepRecords, SimReport* preport) {
+                     McWork* pwork, McGuided const* pguided, bool bKeepRecords,
+                     SimReport* preport) {
     const double* arFDev = inputs.arFDev;
     McRunResult res{};
     res.iRun = iRun;
@@ -51,20 +78,22 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
 
     // 1. This run's schedule: thrusts scaled, moments biased, times delayed.
     // A deviation of exactly 0 leaves the column untouched (adding 0.0 would
-    // turn a -0.0 into +0.0).
+    // turn a -0.0 into +0.0). A guided run does not read the schedule: its
+    // command errors go to the command source (step 4).
     McSchedule& schedRun = pwork->sched;
     copyArray(&schedRun.arFTiCmd, sched.arFTiCmd);
     copyArray(&schedRun.arFFcThrustCmd, sched.arFFcThrustCmd);
     copyArray(&schedRun.arFMmPitchCmd, sched.arFMmPitchCmd);
+    const bool bGuided = pguided != nullptr;
     const Long iFirst = schedRun.arFTiCmd.iFirst();
     const Long iLast = schedRun.arFTiCmd.iLast();
-    if (arFDev[mcParamThrustScale] != 0.0)
+    if (!bGuided && arFDev[mcParamThrustScale] != 0.0)
         for (Long i = iFirst; i <= iLast; i++)
             schedRun.arFFcThrustCmd[i] = schedRun.arFFcThrustCmd[i] * (1.0 + arFDev[mcParamThrustScale]);
-    if (arFDev[mcParamMomentBias] != 0.0)
+    if (!bGuided && arFDev[mcParamMomentBias] != 0.0)
         for (Long i = iFirst; i <= iLast; i++)
             schedRun.arFMmPitchCmd[i] = schedRun.arFMmPitchCmd[i] + arFDev[mcParamMomentBias];
-    if (arFDev[mcParamCommandDelay] != 0.0)
+    if (!bGuided && arFDev[mcParamCommandDelay] != 0.0)
         for (Long i = iFirst; i <= iLast; i++)
             schedRun.arFTiCmd[i] = schedRun.arFTiCmd[i] + arFDev[mcParamCommandDelay];
 
@@ -103,6 +132,20 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
     const FlightSettings fs;
     ArFFnFArFModel model(&planetRun, &vehicleRun, fs.fDTiData, schedRun.arFTiCmd,
                          schedRun.arFFcThrustCmd, schedRun.arFMmPitchCmd);
+    std::unique_ptr<GuidedCmds> pcmds;
+    std::unique_ptr<McSensorNoise> pnoise;
+    if (bGuided) {
+        pcmds = std::make_unique<GuidedCmds>(*pguided->pref, pguided->gains, vehicle, planet.fAcG);
+        pcmds->fFcThrustScale = 1.0 + arFDev[mcParamThrustScale];
+        pcmds->fMmPitchBias = arFDev[mcParamMomentBias];
+        pcmds->fDTiDelay = arFDev[mcParamCommandDelay];
+        // Run 0 is the undispersed flight: no noise either.
+        if (iRun != 0 && bAnySensorNoise(*pguided)) {
+            pnoise = std::make_unique<McSensorNoise>(*pguided, iRun);
+            pcmds->pnoise = pnoise.get();
+        }
+        model.pcmdsource = pcmds.get();
+    }
     SimReport report;
     sim(&pwork->arFTiData, &pwork->arPStvehicle, &model, fs.fTiIC, arFStateIC, fs.fTiMax,
         fs.fDTiData, fs.fDTiStepMin, fs.iNStepMax, fs.fTolIntg, fs.fTolIntg, fs.fTolIntg,
@@ -155,7 +198,8 @@ std::vector<Long> aiMcRunsOfRank(Long nRun, Long iRank, Long nRank) {
 
 void mcFlyRuns(McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule const& sched,
                McDispersion const& disp, Long nThread,
-               void (*fnProgress)(Long nDone, Long nTotal, void* pv), void* pvProgress) {
+               void (*fnProgress)(Long nDone, Long nTotal, void* pv), void* pvProgress,
+               McGuided const* pguided) {
     VT_ASSERT(nThread >= 1 && nThread <= nMcThreadSlot);
     const Long nTotal = static_cast<Long>(aiRun.size());
     // Runs are handed out in small chunks from a shared counter; each result
@@ -173,7 +217,7 @@ void mcFlyRuns(McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule
             for (Long i = iBegin; i < iEnd; i++) {
                 const Long iRun = aiRun[static_cast<std::size_t>(i)];
                 aiMcRunInFlight[iSlot].store(iRun, std::memory_order_relaxed);
-                arResult[i] = mcRunFly(sched, mcInputsForRun(disp, iRun), iRun, &work);
+                arResult[i] = mcRunFly(sched, mcInputsForRun(disp, iRun), iRun, &work, pguided);
             }
             nDone.fetch_add(iEnd - iBegin, std::memory_order_relaxed);
         }

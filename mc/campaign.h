@@ -30,6 +30,7 @@
 #include "core/types.h"
 #include "mc/dispersion.h"
 #include "sim/flight.h"
+#include "sim/guidance.h"
 #include "sim/params.h"
 
 // Settings of every flight (those of the simulate command).
@@ -65,6 +66,19 @@ const char* szMcStop(Long iStop);  // "end", "rest", "step", "unphysical"
 // The drawn deviations of one run, indexed by McParam.
 struct McInputs {
     double arFDev[nMcParam] = {};
+};
+
+// A guided campaign: every run flies the plan with the law of sim/guidance.h,
+// tracking one reference built once from the undispersed plan, vehicle and
+// start (read only, shared by every thread). The law knows the vehicle only
+// as modelled (the program's vehicle and planet); the run's errors act on
+// what it commands (see mc/dispersion.h), and the sensor noises of the
+// dispersion file on what it sees.
+struct McGuided {
+    GuidanceRef const* pref = nullptr;
+    GuidanceGains gains{};
+    std::uint64_t uRngSeed = 0;          // the campaign's seed (sensor streams)
+    McPerturbation arPertSensor[nMcSensor];
 };
 
 // The deviations of run iRun (1..nRun) of a campaign.
@@ -110,12 +124,15 @@ struct McWork {
     A1Val<double> arFTiData{0};
     A1Val<void*> arPStvehicle{0};
 };
-// With bKeepRecords the run's records stay in pwork->arFTiData and
-// pwork->arPStvehicle for the caller, who then owns them (deleteStoredRun);
-// otherwise they are released here. preport, when given, receives the
-// driver's report of the flight (untouched for a run that is not flown).
+// With pguided, the run is flown guided (run 0, the undispersed flight,
+// without sensor noise). With bKeepRecords the run's records stay in
+// pwork->arFTiData and pwork->arPStvehicle for the caller, who then owns them
+// (deleteStoredRun); otherwise they are released here. preport, when given,
+// receives the driver's report of the flight (untouched for a run that is
+// not flown).
 McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
-                     McWork* pwork, bool bKeepRecords = false, SimReport* preport = nullptr);
+                     McWork* pwork, McGuided const* pguided = nullptr,
+                     bool bKeepRecords = false, SimReport* preport = nullptr);
 
 // The run numbers that process iRank of nRank flies: iRank + 1, iRank + 1 +
 // nRank, ... (cyclic, so long and short flights mix on every process).
@@ -128,7 +145,7 @@ std::vector<Long> aiMcRunsOfRank(Long nRun, Long iRank, Long nRank);
 void mcFlyRuns(McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule const& sched,
                McDispersion const& disp, Long nThread,
                void (*fnProgress)(Long nDone, Long nTotal, void* pv) = nullptr,
-               void* pvProgress = nullptr);
+               void* pvProgress = nullptr, McGuided const* pguided = nullptr);
 
 // The run numbers being flown right now, one slot per thread of the current
 // mcFlyRuns (0 when idle): read by the program's abort report, which names

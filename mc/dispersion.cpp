@@ -18,6 +18,9 @@ const char* const aszParamName[nMcParam] = {
     "thrust_scale",  "moment_bias",        "exhaust_speed", "initial_mass", "drag_scale",
     "initial_pitch", "initial_pitch_rate", "initial_vx",    "command_delay"};
 
+const char* const aszSensorName[nMcSensor] = {"sensor_position", "sensor_velocity",
+                                              "sensor_pitch", "sensor_pitch_rate"};
+
 constexpr int nDrawBoundedMax = 100;
 
 // A token as it may be shown in a message: at most 40 characters, anything
@@ -71,6 +74,11 @@ std::uint64_t uMix64(std::uint64_t z) {
 }
 
 }  // namespace
+
+const char* szMcSensorName(int iSensor) {
+    VT_ASSERT(iSensor >= 0 && iSensor < nMcSensor);
+    return aszSensorName[iSensor];
+}
 
 const char* szMcParamName(int iParam) {
     VT_ASSERT(iParam >= 0 && iParam < nMcParam);
@@ -129,8 +137,11 @@ bool bParseDispersionText(McDispersion* pdisp, const std::string& szText,
         int iParam = -1;
         for (int j = 0; j < nMcParam; j++)
             if (szName == aszParamName[j]) iParam = j;
-        if (iParam < 0) return fail("unknown name '" + szShown(szName) + "'");
-        McPerturbation& pert = disp.arPert[iParam];
+        int iSensor = -1;
+        for (int j = 0; j < nMcSensor; j++)
+            if (szName == aszSensorName[j]) iSensor = j;
+        if (iParam < 0 && iSensor < 0) return fail("unknown name '" + szShown(szName) + "'");
+        McPerturbation& pert = iParam >= 0 ? disp.arPert[iParam] : disp.arPertSensor[iSensor];
         if (pert.iLine != 0)
             return fail(szName + " given twice (first on line " + std::to_string(pert.iLine) +
                         ")");
@@ -196,10 +207,26 @@ McRng mcRngForRun(std::uint64_t uRngSeed, Long iRun, int iParam) {
     return McRng{uMix64(uRngSeed ^ uRun) ^ uParam};
 }
 
+McRng mcRngForSensor(std::uint64_t uRngSeed, Long iRun, Long iUpdate) {
+    // The run's stream of a "parameter" numbered from a separate range,
+    // under a seed of its own, so no update shares a parameter's stream.
+    const std::uint64_t uSeedSensor = uMix64(uRngSeed ^ 0x5E2503A1C3B7D9F1ULL);
+    McRng rng = mcRngForRun(uSeedSensor, iRun, 0);
+    rng.uState ^= uMix64(static_cast<std::uint64_t>(iUpdate) * 0xD1B54A32D192ED03ULL +
+                         0xA0761D6478BD642FULL);
+    return rng;
+}
+
 double fDrawPerturbation(McPerturbation const& pert, std::uint64_t uRngSeed, Long iRun,
                          int iParam) {
     if (pert.fSd == 0.0) return 0.0;
     McRng rng = mcRngForRun(uRngSeed, iRun, iParam);
+    return fDrawFromRng(pert, &rng);
+}
+
+double fDrawFromRng(McPerturbation const& pert, McRng* prng) {
+    if (pert.fSd == 0.0) return 0.0;
+    McRng& rng = *prng;
     double f = pert.fSd * rng.fNormal();
     if (!pert.bBounded) return f;
     for (int iTry = 1; iTry < nDrawBoundedMax && (f < pert.fLo || f > pert.fHi); iTry++)

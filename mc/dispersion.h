@@ -30,6 +30,19 @@
 //     command_delay         s added to every time of the command schedule
 //                           (a positive delay means the commands come late)
 //
+// In a guided campaign (vantorell-mc --guided) the law makes the commands, so
+// the three command errors act on what the law commands: the thrust the
+// vehicle gives is (1 + thrust_scale) times the command, the moment the
+// command plus moment_bias, and each command takes effect command_delay
+// after its update (a negative delay counts as 0). Four more lines, read by
+// every campaign and used only by a guided one, add noise to the state the
+// law sees, drawn afresh at every control update:
+//
+//     sensor_position       m, on x and on z (each its own draw)
+//     sensor_velocity       m/s, on vx and on vz
+//     sensor_pitch          rad
+//     sensor_pitch_rate     rad/s
+//
 // A bad line is an error naming the file, the line and the problem, e.g.
 // "dispersion.txt:7: unknown name 'thrust_scal'". Problems: unknown name,
 // bad number, negative deviation, bounds reversed, bounds that do not contain
@@ -66,6 +79,16 @@ enum McParam : int {
     nMcParam
 };
 
+// The sensor noises of a guided campaign.
+enum McSensor : int {
+    mcSensorPosition = 0,
+    mcSensorVelocity,
+    mcSensorPitch,
+    mcSensorPitchRate,
+    nMcSensor
+};
+const char* szMcSensorName(int iSensor);  // "sensor_position", ...
+
 // Name of a parameter in the dispersion file ("thrust_scale", ...).
 const char* szMcParamName(int iParam);
 
@@ -84,6 +107,7 @@ struct McDispersion {
     Long nRun = 1000;
     std::uint64_t uRngSeed = 1;  // random seed of the whole campaign
     McPerturbation arPert[nMcParam];
+    McPerturbation arPertSensor[nMcSensor];
     Long iLineRuns = 0;     // lines that set runs and the random seed, 0 when not given
     Long iLineRngSeed = 0;
 };
@@ -116,6 +140,14 @@ struct McRng {
 // The stream of parameter iParam of run iRun in a campaign with the given
 // random seed.
 McRng mcRngForRun(std::uint64_t uRngSeed, Long iRun, int iParam);
+
+// The stream of the sensor noise of control update iUpdate (0, 1, ...) of run
+// iRun: one per (run, update), apart from every parameter's stream.
+McRng mcRngForSensor(std::uint64_t uRngSeed, Long iRun, Long iUpdate);
+
+// A deviate of pert from the stream *prng (the rules of fDrawPerturbation,
+// from a stream already started).
+double fDrawFromRng(McPerturbation const& pert, McRng* prng);
 
 // The deviation of parameter iParam in run iRun: 0.0 exactly when the
 // deviation is 0 (no draw), else a normal deviate scaled by fSd and kept

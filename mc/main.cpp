@@ -18,6 +18,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <memory>
 #include <sstream>
 #include <string>
 #include <thread>
@@ -48,6 +49,8 @@ const char szUsage[] =
     "  --runs N        fly N runs, whatever the dispersion file says\n"
     "  --target X,Z    measure misses from (X, Z) in m instead of from the rest\n"
     "                  point of the undispersed flight\n"
+    "  --guided        fly every run guided (the law of the `g` command, with the\n"
+    "                  settings of guidance.txt when it exists)\n"
     "  --no-picture    do not write mc_rest_points.png\n"
     "  --help          show this help and exit\n"
     "  --version       show the version and exit\n"
@@ -58,7 +61,9 @@ const char szUsage[] =
     "  NAME DEVIATION [LO HI]  a normal deviation of mean 0, kept within [LO, HI]\n"
     "NAME is one of: thrust_scale (relative), moment_bias (N*m), exhaust_speed\n"
     "(m/s), initial_mass (kg), drag_scale (relative), initial_pitch (rad),\n"
-    "initial_pitch_rate (rad/s), initial_vx (m/s), command_delay (s).\n"
+    "initial_pitch_rate (rad/s), initial_vx (m/s), command_delay (s); and for\n"
+    "--guided: sensor_position (m), sensor_velocity (m/s), sensor_pitch (rad),\n"
+    "sensor_pitch_rate (rad/s), noise on what the law sees at every update.\n"
     "\n"
     "Writes mc_runs.csv (one row per run), mc_summary.txt (also printed on\n"
     "standard output) and mc_rest_points.png in the current directory. Shows\n"
@@ -95,6 +100,7 @@ struct Options {
     double fXfTarget = 0.0;
     double fZfTarget = 0.0;
     bool bPicture = true;
+    bool bGuided = false;
 };
 
 // Parses the command line; returns -1 to go on, or an exit status.
@@ -110,6 +116,10 @@ int iParseArgs(int argc, char** argv, Options* popt) {
         if (szArg == "--version") {
             if (bSpeak) std::printf("vantorell-mc %s\n", VT_VERSION);
             return 0;
+        }
+        if (szArg == "--guided") {
+            popt->bGuided = true;
+            continue;
         }
         if (szArg == "--no-picture") {
             popt->bPicture = false;
@@ -363,7 +373,9 @@ int main(int argc, char** argv) {
     if (iArgs >= 0) return iEndJob(job, iArgs);
 
     // 1. The inputs, read by process 0 and checked there first.
-    std::string szDispersionText, szPlanText;
+    std::string szDispersionText, szPlanText, szGuidanceText;
+    const char szGuidanceFile[] = "guidance.txt";
+    GuidanceSettings gs;
     int iStatus = 0;
     McDispersion disp;
     McSchedule sched;
@@ -383,6 +395,10 @@ int main(int argc, char** argv) {
         } else if (!bReadWholeFile(opt.szPlan, &szPlanText)) {
             std::fprintf(stderr, "vantorell-mc: can't open flight plan %s\n", opt.szPlan.c_str());
             iStatus = 1;
+        } else if (opt.bGuided && bReadWholeFile(szGuidanceFile, &szGuidanceText) &&
+                   !bParseGuidanceText(&gs, szGuidanceText, szGuidanceFile, &szErr)) {
+            std::fprintf(stderr, "vantorell-mc: %s\n", szErr.c_str());
+            iStatus = 2;
         } else {
             // A bad plan ends here (exit 1, with its message), as it would
             // end the simulate command.
@@ -393,7 +409,10 @@ int main(int argc, char** argv) {
     if (iStatus != 0) return iEndJob(job, iStatus);
     shareText(job, &szDispersionText);
     shareText(job, &szPlanText);
+    shareText(job, &szGuidanceText);
     if (!bLead) {
+        if (!bParseGuidanceText(&gs, szGuidanceText, szGuidanceFile, &szErr))
+            return iEndJob(job, 2);
         // The same text as process 0 checked: this cannot fail.
         if (!bParseDispersionText(&disp, szDispersionText, opt.szDispersion.c_str(), &szErr))
             return iEndJob(job, 2);
@@ -401,6 +420,20 @@ int main(int argc, char** argv) {
     }
     if (opt.nRunOverride > 0) disp.nRun = opt.nRunOverride;
     initParams();
+
+    // The guided campaign's reference, built once from the undispersed plan.
+    std::unique_ptr<GuidanceRef> pref;
+    McGuided guided;
+    if (opt.bGuided) {
+        pref = std::make_unique<GuidanceRef>(sched.arFTiCmd, sched.arFFcThrustCmd,
+                                             sched.arFMmPitchCmd, vehicle, planet, stvehicle3dof0,
+                                             FlightSettings{}.fTiIC, gs);
+        guided.pref = pref.get();
+        guided.gains = guidanceGainsFm(gs, vehicle, planet);
+        guided.uRngSeed = disp.uRngSeed;
+        for (int j = 0; j < nMcSensor; j++) guided.arPertSensor[j] = disp.arPertSensor[j];
+    }
+    McGuided const* pguided = opt.bGuided ? &guided : nullptr;
 
     // 2. Threads: all cores of this machine, shared among its processes.
     Long nThread = opt.nThread;
@@ -418,7 +451,7 @@ int main(int argc, char** argv) {
     Progress prog{std::chrono::steady_clock::now(), job.nRank};
     const bool bProgress = bLead && isatty(STDERR_FILENO);
     mcFlyRuns(aMine.data(), aiRun, sched, disp, nThread, bProgress ? showProgress : nullptr,
-              &prog);
+              &prog, pguided);
     const double fS =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - prog.tStart).count();
 
@@ -432,7 +465,7 @@ int main(int argc, char** argv) {
     std::string szRefFrom = "given with --target";
     if (!opt.bTarget) {
         McWork work;
-        const McRunResult resNominal = mcRunFly(sched, McInputs{}, 0, &work);
+        const McRunResult resNominal = mcRunFly(sched, McInputs{}, 0, &work, pguided);
         fXfRef = resNominal.fXfRest;
         fZfRef = resNominal.fZfRest;
         szRefFrom = "rest point of the undispersed flight";
@@ -443,12 +476,19 @@ int main(int argc, char** argv) {
     labels.szDispersionFile = opt.szDispersion;
     labels.uRngSeed = disp.uRngSeed;
     labels.szRefFrom = szRefFrom;
+    if (opt.bGuided) {
+        char sz[200];
+        std::snprintf(sz, sizeof sz, "guided (%g Hz; bandwidths pitch %.3g, x %.3g, z %.3g rad/s)",
+                      gs.fHzControl, guided.gains.fOmegaPitch, guided.gains.fOmegaX,
+                      guided.gains.fOmegaZ);
+        labels.szFlightMode = sz;
+    }
     const std::string szSummary = szMcSummaryText(summ, labels);
     std::fputs(szSummary.c_str(), stdout);
     std::fflush(stdout);
 
     iStatus = 0;
-    if (!bWriteMcCsv(szRunsCsv, aAll.data(), disp.nRun, fXfRef, fZfRef, nThread)) {
+    if (!bWriteMcCsv(szRunsCsv, aAll.data(), disp.nRun, fXfRef, fZfRef, nThread, opt.bGuided)) {
         std::fprintf(stderr, "vantorell-mc: can't write %s\n", szRunsCsv);
         iStatus = 1;
     }

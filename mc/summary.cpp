@@ -75,6 +75,7 @@ std::string szMcSummaryText(McSummary const& summ, McSummaryLabels const& labels
     szOut += sz;
     std::snprintf(sz, sizeof sz, "    random seed        = %llu\n", labels.uRngSeed);
     szOut += sz;
+    if (!labels.szFlightMode.empty()) szOut += "    flight mode        = " + labels.szFlightMode + "\n";
     std::snprintf(sz, sizeof sz, "    planned end point  = (%10.4lf %10.4lf) m, %s\n", summ.fXfRef,
                   summ.fZfRef, labels.szRefFrom.c_str());
     szOut += sz;
@@ -107,7 +108,7 @@ std::string szMcSummaryText(McSummary const& summ, McSummaryLabels const& labels
     return szOut;
 }
 
-std::string szMcCsvHeader() {
+std::string szMcCsvHeader(bool bGuided) {
     std::string sz = "run";
     for (int j = 0; j < nMcParam; j++) {
         sz += ',';
@@ -118,11 +119,12 @@ std::string szMcCsvHeader() {
     }
     sz += ",rest_time[s],rest_x[m],rest_z[m],rest_pitch[rad],touchdown_time[s],touchdown_vx[m/s],"
           "touchdown_vz[m/s],touchdown_speed[m/s],propellant_left[kg],upright,ran_dry,stop,steps,"
-          "miss[m]\n";
+          "miss[m]";
+    sz += bGuided ? ",mode\n" : "\n";
     return sz;
 }
 
-std::string szMcCsvRow(McRunResult const& res, double fMiss) {
+std::string szMcCsvRow(McRunResult const& res, double fMiss, bool bGuided) {
     std::string sz;
     sz.reserve(400);
     char szField[64];
@@ -158,15 +160,16 @@ std::string szMcCsvRow(McRunResult const& res, double fMiss) {
     sz += szMcStop(res.iStop);
     addI(res.nStep);
     addG(fMiss);
+    if (bGuided) sz += ",guided";
     sz += '\n';
     return sz;
 }
 
 bool bWriteMcCsv(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
-                 double fZfRef, Long nThread) {
+                 double fZfRef, Long nThread, bool bGuided) {
     std::FILE* pfile = std::fopen(szFile, "w");
     if (pfile == nullptr) return false;
-    bool bOk = std::fputs(szMcCsvHeader().c_str(), pfile) >= 0;
+    bool bOk = std::fputs(szMcCsvHeader(bGuided).c_str(), pfile) >= 0;
     // Rows are formatted in batches, each batch cut into one block per
     // thread; the blocks are written in run order.
     if (nThread < 1) nThread = 1;
@@ -181,7 +184,7 @@ bool bWriteMcCsv(const char* szFile, const McRunResult* arResult, Long n, double
             const Long iBegin = iBatch + iBlock * nPerBlock;
             const Long iEnd = std::min(iBegin + nPerBlock, iBatch + nInBatch);
             for (Long i = iBegin; i < iEnd; i++)
-                sz += szMcCsvRow(arResult[i], fMcMiss(arResult[i], fXfRef, fZfRef));
+                sz += szMcCsvRow(arResult[i], fMcMiss(arResult[i], fXfRef, fZfRef), bGuided);
         };
         std::vector<std::thread> athread;
         for (Long iBlock = 1; iBlock < nThread; iBlock++) athread.emplace_back(format, iBlock);

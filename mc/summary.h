@@ -54,17 +54,20 @@ struct McSummaryLabels {
     std::string szDispersionFile;  // dispersion file
     unsigned long long uRngSeed = 0;  // random seed of the campaign
     std::string szRefFrom;         // where the planned end point comes from
+    std::string szFlightMode;      // a guided campaign: "guided ..." (empty: open loop,
+                                   // and the summary has no flight mode line)
 };
 
 // The summary text (ends with a newline).
 std::string szMcSummaryText(McSummary const& summ, McSummaryLabels const& labels);
 
-// The header row of mc_runs.csv and one run's row (both end with "\n").
-std::string szMcCsvHeader();
-std::string szMcCsvRow(McRunResult const& res, double fMiss);
+// The header row of mc_runs.csv and one run's row (both end with "\n"). A
+// guided campaign's table has one more column, "mode", that says "guided".
+std::string szMcCsvHeader(bool bGuided = false);
+std::string szMcCsvRow(McRunResult const& res, double fMiss, bool bGuided = false);
 
 // Writes mc_runs.csv-style output for n results in run order, formatting the
 // rows on nThread threads (the bytes do not depend on nThread); false when
 // the file cannot be written.
 bool bWriteMcCsv(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
-                 double fZfRef, Long nThread = 1);
+                 double fZfRef, Long nThread = 1, bool bGuided = false);

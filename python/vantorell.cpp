@@ -40,6 +40,7 @@
 #include "plan/report.h"
 #include "plan/wptfpln.h"
 #include "sim/flight.h"
+#include "sim/guidance.h"
 #include "sim/params.h"
 
 namespace py = pybind11;
@@ -365,14 +366,68 @@ int iMcParamFmName(std::string const& szName) {
     throw VtError("unknown name '" + szName + "'");
 }
 
-void checkGuided(bool bGuided) {
-    if (bGuided) throw VtError("guided flight is not available in this build");
+// The settings of the guided flight: the defaults, a guidance file (a path)
+// or a dict of its names, written out and parsed as the file is.
+GuidanceSettings guidanceSettingsFm(py::handle guidance) {
+    GuidanceSettings gs;
+    std::string szErr;
+    if (guidance.is_none()) return gs;
+    if (bIsPath(guidance)) {
+        const std::string szFile = szPathOf(guidance);
+        std::FILE* pfile = std::fopen(szFile.c_str(), "r");
+        if (pfile == nullptr) throw VtError("can't read guidance file " + szFile);
+        std::fclose(pfile);
+        if (!bReadGuidanceFile(&gs, szFile.c_str(), &szErr)) throw VtError(szErr);
+        return gs;
+    }
+    std::string szText;
+    for (auto item : guidance.cast<py::dict>()) {
+        char sz[64];
+        std::snprintf(sz, sizeof sz, " %.17g\n", item.second.cast<double>());
+        szText += std::string(py::str(item.first)) + sz;
+    }
+    if (!bParseGuidanceText(&gs, szText, "(dict)", &szErr)) throw VtError(szErr);
+    return gs;
 }
 
-std::shared_ptr<Run> fly(py::object source, bool bGuided, py::object perturb) {
-    checkGuided(bGuided);
+// A guided flight's law for one schedule: the reference and the gains, as
+// the guided campaign builds them.
+struct Guided {
+    GuidanceSettings gs;
+    std::unique_ptr<GuidanceRef> pref;
+    McGuided mcguided;
+
+    Guided(McSchedule const& sched, GuidanceSettings const& gsIn) : gs(gsIn) {
+        pref = std::make_unique<GuidanceRef>(sched.arFTiCmd, sched.arFFcThrustCmd,
+                                             sched.arFMmPitchCmd, vehicle, planet, stvehicle3dof0,
+                                             FlightSettings{}.fTiIC, gs);
+        mcguided.pref = pref.get();
+        mcguided.gains = guidanceGainsFm(gs, vehicle, planet);
+    }
+    std::string szFlightMode() const {
+        char sz[200];
+        std::snprintf(sz, sizeof sz, "guided (%g Hz; bandwidths pitch %.3g, x %.3g, z %.3g rad/s)",
+                      gs.fHzControl, mcguided.gains.fOmegaPitch, mcguided.gains.fOmegaX,
+                      mcguided.gains.fOmegaZ);
+        return sz;
+    }
+};
+
+std::unique_ptr<Guided> pguidedFm(bool bGuided, McSchedule const& sched, py::handle guidance) {
+    if (!bGuided) {
+        if (!guidance.is_none()) throw VtError("guidance settings are for guided=True");
+        return nullptr;
+    }
+    const GuidanceSettings gs = guidanceSettingsFm(guidance);
+    return guarded([&] { return std::make_unique<Guided>(sched, gs); });
+}
+
+std::shared_ptr<Run> fly(py::object source, bool bGuided, py::object perturb,
+                         py::object guidance) {
     std::string szName;
     std::shared_ptr<McSchedule> psched = pschedFm(source, &szName);
+    const std::unique_ptr<Guided> pguided = pguidedFm(bGuided, *psched, guidance);
+    const McGuided* pmcguided = pguided ? &pguided->mcguided : nullptr;
     McInputs inputs;
     if (!perturb.is_none()) {
         for (auto item : perturb.cast<py::dict>()) {
@@ -384,7 +439,8 @@ std::shared_ptr<Run> fly(py::object source, bool bGuided, py::object perturb) {
     guarded([&] {
         py::gil_scoped_release release;
         McWork work;
-        prun->res = mcRunFly(*psched, inputs, 0, &work, true, &prun->report);
+        // Run 0: the undispersed flight of a campaign (no sensor noise).
+        prun->res = mcRunFly(*psched, inputs, 0, &work, pmcguided, true, &prun->report);
         const Long iFirst = work.arFTiData.iFirst(), iLast = work.arFTiData.iLast();
         if (prun->res.iStop != mcStopUnphysical) {
             prun->vecT.reserve(static_cast<std::size_t>(iLast - iFirst + 1));
@@ -414,7 +470,7 @@ std::string szNumber(double f) {
 // run, so the results never depend on the threads. The first stop of any
 // flight ends the campaign and is thrown again here.
 void flyCampaign(std::vector<McRunResult>* pvecRes, McSchedule const& sched,
-                 McDispersion const& disp, Long nThread) {
+                 McDispersion const& disp, McGuided const* pguided, Long nThread) {
     const Long nRun = disp.nRun;
     constexpr Long nChunk = 4;
     std::atomic<Long> iNext{0};
@@ -430,7 +486,7 @@ void flyCampaign(std::vector<McRunResult>* pvecRes, McSchedule const& sched,
             for (Long i = iBegin; i < iEnd; i++) {
                 try {
                     (*pvecRes)[static_cast<std::size_t>(i)] =
-                        mcRunFly(sched, mcInputsForRun(disp, i + 1), i + 1, &work);
+                        mcRunFly(sched, mcInputsForRun(disp, i + 1), i + 1, &work, pguided);
                 } catch (ProgramStop const& stop) {
                     std::lock_guard<std::mutex> lock(mutexStop);
                     if (!bStop.exchange(true))
@@ -448,10 +504,10 @@ void flyCampaign(std::vector<McRunResult>* pvecRes, McSchedule const& sched,
 }
 
 py::dict dispersion(py::object source, py::object spec, py::object runs, py::object seed,
-                    long nThreadIn, bool bGuided, py::object target) {
-    checkGuided(bGuided);
+                    long nThreadIn, bool bGuided, py::object target, py::object guidance) {
     std::string szPlanName;
     std::shared_ptr<McSchedule> psched = pschedFm(source, &szPlanName);
+    const std::unique_ptr<Guided> pguided = pguidedFm(bGuided, *psched, guidance);
 
     // The dispersion: a file, or a dict written out as one and parsed the
     // same way.
@@ -483,6 +539,12 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
         disp.nRun = static_cast<Long>(n);
     }
     if (!seed.is_none()) disp.uRngSeed = seed.cast<std::uint64_t>();
+    McGuided* pmcguided = nullptr;
+    if (pguided) {
+        pmcguided = &pguided->mcguided;
+        pmcguided->uRngSeed = disp.uRngSeed;
+        for (int j = 0; j < nMcSensor; j++) pmcguided->arPertSensor[j] = disp.arPertSensor[j];
+    }
     Long nThread = static_cast<Long>(nThreadIn);
     if (nThread <= 0) {
         const unsigned nCore = std::thread::hardware_concurrency();
@@ -502,10 +564,10 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
     const bool bTarget = !target.is_none();
     guarded([&] {
         py::gil_scoped_release release;
-        flyCampaign(&vecRes, *psched, disp, nThread);
+        flyCampaign(&vecRes, *psched, disp, pmcguided, nThread);
         if (!bTarget) {
             McWork work;
-            const McRunResult resNominal = mcRunFly(*psched, McInputs{}, 0, &work);
+            const McRunResult resNominal = mcRunFly(*psched, McInputs{}, 0, &work, pmcguided);
             fXfRef = resNominal.fXfRest;
             fZfRef = resNominal.fZfRest;
         }
@@ -518,6 +580,7 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
     labels.szDispersionFile = szDispName;
     labels.uRngSeed = disp.uRngSeed;
     labels.szRefFrom = szRefFrom;
+    if (pguided) labels.szFlightMode = pguided->szFlightMode();
 
     // The columns of mc_runs.csv, without their units.
     const std::size_t n = vecRes.size();
@@ -570,6 +633,7 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
     s["stopped"] = sStop;
     s["worst_run"] = summ.iRunWorst;
     s["worst_miss"] = summ.fMissWorst;
+    s["flight_mode"] = pguided ? labels.szFlightMode : std::string("open loop");
     s["text"] = szMcSummaryText(summ, labels);
     d["summary"] = s;
     return d;
@@ -710,23 +774,29 @@ PYBIND11_MODULE(vantorell, m) {
           "sequence of (t, x, z) tuples. Raises Error(\"couldn't solve\") when the\n"
           "fit fails.");
     m.def("fly", &fly, py::arg("plan"), py::arg("guided") = false,
-          py::arg("perturb") = py::none(),
-          "fly(plan, guided=False, perturb=None) -> Run\n\n"
-          "Flies a Plan or a flight plan file open loop for up to 30 s, as the\n"
-          "simulate command does. perturb: a dict of deviations by the dispersion\n"
-          "file's names (thrust_scale, moment_bias, exhaust_speed, initial_mass,\n"
-          "drag_scale, initial_pitch, initial_pitch_rate, initial_vx,\n"
-          "command_delay). Releases the interpreter lock while flying.");
+          py::arg("perturb") = py::none(), py::arg("guidance") = py::none(),
+          "fly(plan, guided=False, perturb=None, guidance=None) -> Run\n\n"
+          "Flies a Plan or a flight plan file for up to 30 s: open loop as the\n"
+          "simulate command does, or with guided=True under the feedback law of the\n"
+          "guided simulate command. guidance: the law's settings, a guidance.txt\n"
+          "path or a dict of its names (control_rate, attitude_bandwidth, ...);\n"
+          "the defaults without it. perturb: a dict of deviations by the\n"
+          "dispersion file's names (thrust_scale, moment_bias, exhaust_speed,\n"
+          "initial_mass, drag_scale, initial_pitch, initial_pitch_rate,\n"
+          "initial_vx, command_delay). Releases the interpreter lock while flying.");
     m.def("dispersion", &dispersion, py::arg("plan"), py::arg("spec"),
           py::arg("runs") = py::none(), py::arg("seed") = py::none(), py::arg("threads") = 0,
           py::arg("guided") = false, py::arg("target") = py::none(),
+          py::arg("guidance") = py::none(),
           "dispersion(plan, spec, runs=None, seed=None, threads=0, guided=False,\n"
-          "           target=None) -> dict\n\n"
+          "           target=None, guidance=None) -> dict\n\n"
           "Flies a landing-dispersion campaign as vantorell-mc does, with the same\n"
           "numbers. spec: a dispersion file path, or a dict of name -> deviation or\n"
           "(deviation, lower, upper) (and optionally 'runs', 'rng_seed'). runs and\n"
           "seed override the spec's. threads=0 uses every core. target=(x, z)\n"
           "measures misses from there instead of the undispersed flight's rest point.\n"
+          "guided=True flies every run guided (as vantorell-mc --guided; guidance as\n"
+          "for fly), with the sensor noises of the spec.\n"
           "Returns the columns of mc_runs.csv as arrays (touchdown columns NaN\n"
           "without a touchdown) and 'summary': the figures and the text of\n"
           "mc_summary.txt. Releases the interpreter lock while flying.");

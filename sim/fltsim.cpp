@@ -154,6 +154,12 @@ bool bCovers(A1Val<double> const& ar, Long nCmd) { return ar.iFirst() <= 1 && ar
 }  // namespace
 
 void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
+    if (pcmdsource != nullptr) {
+        // Guided: the commands held since the last control event.
+        *pfFcThrustCmd = bEngineOff ? 0.0 : fFcThrustHeld;
+        *pfMmPitchCmd = bEngineOff ? 0.0 : fMmPitchHeld;
+        return;
+    }
     const Long nCmd = arFTiCmd.n();
     if (nCmd >= 1 && arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
         bCovers(arFMmPitchCmd, nCmd)) {
@@ -378,6 +384,21 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     parFFnFArFModel->bLanded = false;
     parFFnFArFModel->bPlnsGndTaken = false;
 
+    // 3a. Guided flight: the command source's events. Each is taken at the
+    // start of the step that begins on it (step c lands steps there), before
+    // the derivative of that step, so a new command acts from its time on.
+    CmdSource* const pcmdsource = parFFnFArFModel->pcmdsource;
+    auto takeCmdEvents = [&]() {
+        while (pcmdsource != nullptr && pcmdsource->fTiNextEvent() - fTi <= fDTiStepMin)
+            pcmdsource->atEvent(fTi, arFState, parFFnFArFModel);
+    };
+    if (pcmdsource != nullptr) {
+        parFFnFArFModel->fFcThrustHeld = 0.0;
+        parFFnFArFModel->fMmPitchHeld = 0.0;
+        pcmdsource->startRun(fTi);
+        takeCmdEvents();
+    }
+
     // 4. The first record. The inertia of the initial mass goes into every
     // record of the run: deliberately simple (the dynamics do use the
     // inertia of the current mass), so a listing shows the starting value
@@ -401,7 +422,9 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         report.nStep = iStep;
         if (!parFFnFArFModel->bLanded && arFState[7] <= parFFnFArFModel->pvehicle->fMsEmpty)
             report.bRanDry = true;
-        // a. Derivative at the start of the step.
+        // a. Derivative at the start of the step (after any command event due
+        // now).
+        takeCmdEvents();
         parFFnFArFModel->arFAtFArF(&arFDeriv, fTi, arFState);
 
         // b. Forward only.
@@ -413,6 +436,11 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
 
         // c. Land exactly on the next output time and on the final time.
         if ((fTi + fDTi) - (fTiSave + fDTiData) >= -fDTiStepMin) fDTi = fTiSave + fDTiData - fTi;
+        if (pcmdsource != nullptr) {
+            // ... and on the next command event: no step straddles one.
+            const double fTiEvent = pcmdsource->fTiNextEvent();
+            if ((fTi + fDTi) - fTiEvent >= -fDTiStepMin) fDTi = fTiEvent - fTi;
+        }
         if ((fTi + fDTi) - fTiMax > -fDTiStepMin) fDTi = fTiMax - fTi;
 
         // d. One accuracy-controlled step, the state advanced in place; the

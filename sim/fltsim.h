@@ -57,6 +57,27 @@ X4h xgmFFmB_Fm_PStvehicle3dof(Stvehicle3dof* pstvehicle3dof);
 // it is always written at the first ground contact before it is read.
 extern thread_local double fPitchGndAtLandingSite;
 
+class ArFFnFArFModel;
+
+// Commands computed during the flight instead of read from the schedule (the
+// guided flight, sim/guidance.h). Attached to a model (pcmdsource), it owns
+// the model's held commands: sim() lands a step start exactly on every event
+// time the source names (no step straddles one) and, at the start of that
+// step, calls atEvent() with the accepted state, which may write new held
+// commands into the model. Between events the commands do not change.
+class CmdSource {
+public:
+    virtual ~CmdSource() = default;
+    // A run starts at fTiIC: forget everything of the previous run.
+    virtual void startRun(double fTiIC) = 0;
+    // The next time at which the commands may change; +inf when none is left.
+    virtual double fTiNextEvent() const = 0;
+    // The event at fTiNextEvent(), reached at fTi (equal to it within the
+    // driver's smallest step) with the accepted state (1..7, the order
+    // above). Advances fTiNextEvent().
+    virtual void atEvent(double fTi, A1Val<double> const& arFState, ArFFnFArFModel* pmodel) = 0;
+};
+
 // The derivative of the vehicle state: arFAtFArF(parFDeriv, t, state).
 //
 // The command schedule (arFTiCmd ascending, thrust, moment; 1..nCmd) is held
@@ -92,6 +113,8 @@ public:
     // while the engine is off, otherwise linear between the two bracketing
     // rows (at the last time exactly, the last row). Two equal neighbouring
     // times at the interval used fail the assertion "fH != 0.0".
+    // With a command source attached: the held commands (zero while the
+    // engine is off), whatever the time; the schedule is not read.
     void cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
 
     Planet* pplanet;
@@ -116,6 +139,13 @@ public:
     bool bPlnsGndTaken;
     bool bPlnsGndUsable;
     PlnsGnd plnsGnd;
+
+    // The guided flight: when pcmdsource is set, the commands are the held
+    // pair below, written only by the source (sim() zeroes them at the start
+    // of a run). Null for the open-loop flight.
+    CmdSource* pcmdsource = nullptr;
+    double fFcThrustHeld = 0.0;
+    double fMmPitchHeld = 0.0;
 };
 
 // Why a flight ended.

@@ -165,3 +165,29 @@ TEST_F(BatchTest, CaptureWritesABitmapOfTheRequestedSize) {
     EXPECT_EQ(i32At(18), 64);
     EXPECT_EQ(i32At(22), 48);
 }
+
+// g: the plan flown guided, into the same results.txt; without fltplan.txt it
+// ends as s does; a bad guidance.txt is a message naming the file, the line
+// and the problem, and nothing is flown.
+TEST_F(BatchTest, GuidedSimulateLikeSimulateAndABadGuidanceFileFliesNothing) {
+    const auto rS = runKeys("s", szDir);
+    auto r = runKeys("g", szDir);
+    EXPECT_EQ(r.iExit, rS.iExit);
+    EXPECT_EQ(r.szErr, rS.szErr);
+    writeFile("traj1r.txt", readFile(VT_EXAMPLES "/guided_hop/traj1r.txt"));
+    r = runKeys("pg", szDir);
+    EXPECT_EQ(r.iExit, 0) << r.szErr;
+    EXPECT_EQ(r.szOut.substr(r.szOut.rfind("guided flight:")),
+              "guided flight: touchdown at 5.54 s, vertical -0.42 m/s, horizontal -0.03 m/s; "
+              "stopped (rest) at 7.35 s; 0.879 kg of propellant left\n");
+    const std::string szResults = readFile("results.txt");
+    EXPECT_EQ(szResults.substr(0, szResults.find('\n') + 1),
+              "     ti      Xf      Zf     Pitch   VeXf    VeZf  PitchDot  Ms     ThCmd   ThAct   "
+              "MmCmd   MmAct\n");
+    writeFile("guidance.txt", "control_rate 40  # fine\n\ndamping 5\n");
+    std::filesystem::remove("results.txt");
+    r = runKeys("g", szDir);
+    EXPECT_EQ(r.iExit, 3);
+    EXPECT_EQ(r.szErr, "Vantorell: guidance.txt:3: damping 5 out of range (0.1 to 2)\n");
+    EXPECT_FALSE(fileExists("results.txt"));
+}

@@ -414,3 +414,58 @@ TEST_F(McCampaign, AProcessFliesOnlyItsShareAndGetsTheSameRuns) {
 }
 
 }  // namespace
+
+// A guided campaign: its undispersed run is the `g` flight; a run's sensor
+// noise and command errors reach it (they change where it lands, a little);
+// one, two and three threads give the same bytes.
+TEST_F(McCampaign, GuidedRunsAreTheGuidedFlightAndDoNotDependOnThreads) {
+    vttest::copyTestData("reference/plan/hop_short/expected/fltplan.txt", "fltplan.txt");
+    readSchedule("fltplan.txt");
+    McDispersion disp;
+    std::string szErr;
+    ASSERT_TRUE(bParseDispersionText(&disp,
+                                     "runs 40\nthrust_scale 0.02\nmoment_bias 1\ncommand_delay "
+                                     "0.01 0 0.04\nsensor_position 0.02\nsensor_pitch 0.002\n",
+                                     "d.txt", &szErr))
+        << szErr;
+    const GuidanceSettings gs;
+    const GuidanceRef ref(sched.arFTiCmd, sched.arFFcThrustCmd, sched.arFMmPitchCmd, vehicle,
+                          planet, stvehicle3dof0, 0.0, gs);
+    McGuided guided;
+    guided.pref = &ref;
+    guided.gains = guidanceGainsFm(gs, vehicle, planet);
+    guided.uRngSeed = disp.uRngSeed;
+    for (int j = 0; j < nMcSensor; j++) guided.arPertSensor[j] = disp.arPertSensor[j];
+
+    const McRunResult res0 = mcRunFly(sched, McInputs{}, 0, &work, &guided);
+    std::string szErrG;
+    ASSERT_TRUE(bFlyGuidedScheduleFile("fltplan.txt", "no_guidance.txt", &arFTiRun, &arPStRun,
+                                       &szErrG));
+    Stvehicle3dof const& stLast = *static_cast<Stvehicle3dof*>(arPStRun[arPStRun.iLast()]);
+    EXPECT_EQ(res0.fXfRest, stLast.fXf);
+    EXPECT_EQ(res0.fZfRest, stLast.fZf);
+    EXPECT_EQ(res0.fTiRest, arFTiRun[arFTiRun.iLast()]);
+
+    const std::vector<Long> aiRun = aiMcRunsOfRank(disp.nRun, 0, 1);
+    std::vector<McRunResult> a1(aiRun.size()), a2(aiRun.size()), a3(aiRun.size());
+    mcFlyRuns(a1.data(), aiRun, sched, disp, 1, nullptr, nullptr, &guided);
+    mcFlyRuns(a2.data(), aiRun, sched, disp, 2, nullptr, nullptr, &guided);
+    mcFlyRuns(a3.data(), aiRun, sched, disp, 3, nullptr, nullptr, &guided);
+    McDispersion dispQuiet = disp;  // the same runs without sensor noise
+    McGuided guidedQuiet = guided;
+    for (int j = 0; j < nMcSensor; j++) guidedQuiet.arPertSensor[j] = McPerturbation{};
+    std::vector<McRunResult> aQuiet(aiRun.size());
+    mcFlyRuns(aQuiet.data(), aiRun, sched, dispQuiet, 2, nullptr, nullptr, &guidedQuiet);
+    for (std::size_t i = 0; i < aiRun.size(); i++) {
+        EXPECT_EQ(std::memcmp(&a1[i], &a2[i], sizeof(McRunResult)), 0) << "run " << aiRun[i];
+        EXPECT_EQ(std::memcmp(&a1[i], &a3[i], sizeof(McRunResult)), 0) << "run " << aiRun[i];
+        EXPECT_NE(a1[i].fXfRest, aQuiet[i].fXfRest) << "run " << aiRun[i];
+        EXPECT_NE(aQuiet[i].fXfRest, res0.fXfRest) << "run " << aiRun[i];
+        EXPECT_LT(std::fabs(a1[i].fXfRest - res0.fXfRest), 0.2) << "run " << aiRun[i];
+        EXPECT_EQ(a1[i].bUpright, 1) << "run " << aiRun[i];
+    }
+    ASSERT_TRUE(bWriteMcCsv("g.csv", a1.data(), disp.nRun, res0.fXfRest, res0.fZfRest, 2, true));
+    const std::string szCsv = vttest::readFile("g.csv");
+    EXPECT_EQ(szCsv.substr(szCsv.find('\n') - 12, 13), "miss[m],mode\n");
+    EXPECT_EQ(szCsv.substr(szCsv.size() - 8), ",guided\n");
+}

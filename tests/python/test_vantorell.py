@@ -12,7 +12,7 @@ import vantorell
 
 DATA = Path(os.environ["VT_TEST_DATA"])
 EXAMPLES = Path(os.environ["VT_EXAMPLES"])
-WAYPOINT_FILES = [EXAMPLES / "traj1r.txt"] + sorted(DATA.glob("**/traj1r.txt"))
+WAYPOINT_FILES = [EXAMPLES / "traj1r.txt", EXAMPLES / "guided_hop/traj1r.txt"] + sorted(DATA.glob("**/traj1r.txt"))
 SCHEDULE_FILES = sorted(DATA.glob("sim/*.txt")) + sorted(DATA.glob("reference/flight/*/fltplan.txt"))
 RUN_ARRAYS = ["t", "x", "z", "vx", "vz", "pitch", "pitch_rate", "mass",
               "thrust_cmd", "thrust_act", "moment_cmd", "moment_act"]
@@ -54,6 +54,9 @@ def test_plan_and_flight_files_equal_the_program(traj, tmp_path, monkeypatch):
     assert vantorell.plan(plan.waypoints).fltplan == plan.fltplan
     vantorell.fly(plan).write_results(tmp_path / "results.txt")
     assert (tmp_path / "results.txt").read_bytes() == (ref / "results.txt").read_bytes()
+    run_program("g", ref)
+    vantorell.fly(plan, guided=True).write_results(tmp_path / "results.txt")
+    assert (tmp_path / "results.txt").read_bytes() == (ref / "results.txt").read_bytes()
     assert not (tmp_path / "fe.log").exists()
 
 
@@ -87,7 +90,7 @@ def test_flights_on_two_threads_equal_flights_one_after_the_other():
                 assert np.array_equal(getattr(run, name), getattr(alone[i], name)), name
 
 
-def csv_rows(result):
+def csv_rows(result, guided=False):
     """mc_runs.csv's rows, formatted as the program formats them."""
     dev = [k for k in result if k.endswith("_dev")]
     rows = []
@@ -96,20 +99,24 @@ def csv_rows(result):
         cells = [str(result["run"][i])] + [f(k) for k in dev + ["rest_time", "rest_x", "rest_z", "rest_pitch",
                  "touchdown_time", "touchdown_vx", "touchdown_vz", "touchdown_speed", "propellant_left"]]
         cells += [str(int(result["upright"][i])), str(int(result["ran_dry"][i])), str(result["stop"][i]),
-                  str(result["steps"][i]), f("miss")]
+                  str(result["steps"][i]), f("miss")] + (["guided"] if guided else [])
         rows.append(",".join(cells))
     return rows
 
 
-def test_dispersion_equals_the_dispersion_program(tmp_path, monkeypatch):
+@pytest.mark.parametrize("guided", [False, True], ids=["open_loop", "guided"])
+def test_dispersion_equals_the_dispersion_program(guided, tmp_path, monkeypatch):
     shutil.copy(DATA / "reference/plan/hop_short/expected/fltplan.txt", tmp_path / "fltplan.txt")
-    shutil.copy(EXAMPLES / "dispersion.txt", tmp_path / "dispersion.txt")
-    subprocess.run([os.environ["VT_MC_BIN"], "--runs", "300", "-j", "2", "--no-picture"],
-                   cwd=tmp_path, check=True, capture_output=True)
+    (tmp_path / "dispersion.txt").write_text((EXAMPLES / "dispersion.txt").read_text()
+                                             + "sensor_position 0.02\nsensor_pitch_rate 0.005\n")
+    subprocess.run([os.environ["VT_MC_BIN"], "--runs", "300", "-j", "2", "--no-picture"]
+                   + (["--guided"] if guided else []), cwd=tmp_path, check=True, capture_output=True)
     monkeypatch.chdir(tmp_path)
-    result = vantorell.dispersion("fltplan.txt", "dispersion.txt", runs=300, threads=2)
+    result = vantorell.dispersion("fltplan.txt", "dispersion.txt", runs=300, threads=2, guided=guided)
     assert result["summary"]["text"] == (tmp_path / "mc_summary.txt").read_text()
-    assert csv_rows(result) == (tmp_path / "mc_runs.csv").read_text().splitlines()[1:]
+    assert csv_rows(result, guided) == (tmp_path / "mc_runs.csv").read_text().splitlines()[1:]
+    if guided:
+        return
     # One run flown alone with its drawn deviations comes to rest at the same point.
     k = int(np.argmax(result["miss"]))
     names = [name[:-4] for name in result if name.endswith("_dev")]
@@ -129,8 +136,8 @@ def test_errors_are_exceptions_and_the_log_only_when_asked(tmp_path, monkeypatch
         vantorell.plan("bad.txt")
     with pytest.raises(vantorell.Error, match="^unknown name 'thrust'$"):
         vantorell.fly(DATA / "reference/plan/hop_short/expected/fltplan.txt", perturb={"thrust": 0.1})
-    with pytest.raises(vantorell.Error, match="not available"):
-        vantorell.fly(DATA / "reference/plan/hop_short/expected/fltplan.txt", guided=True)
+    with pytest.raises(vantorell.Error, match=r"^\(dict\):1: unknown name 'rate'$"):
+        vantorell.fly(DATA / "reference/plan/hop_short/expected/fltplan.txt", guided=True, guidance={"rate": 5})
     assert list(tmp_path.iterdir()) == [tmp_path / "bad.txt"]
     vantorell.set_log("run.log")
     with pytest.raises(vantorell.Error, match="^can't open flight plan nope.txt$"):
