@@ -28,6 +28,12 @@ print(plan.summary["text"], end="")
 for check in plan.checks:
     print("warning:", check["text"])
 print("flight:", run.outcome["stop"], "at t = %.2f s, x = %.4f m" % (run.t[-1], run.x[-1]))
+try:
+    guided = vantorell.fly(plan, guided=True)
+    print("guided flight:", guided.outcome["stop"], "at t = %.2f s, x = %.4f m" % (guided.t[-1], guided.x[-1]))
+except vantorell.Error as err:
+    guided = None
+    print("guided flight skipped:", err)
 
 campaigns = {"open loop": vantorell.dispersion(plan, HERE / "dispersion.txt", runs=1000)}
 try:
@@ -44,14 +50,18 @@ grid = fig.add_gridspec(2, 3)
 # The plan against the flight.
 ax = fig.add_subplot(grid[0, :2])
 ax.plot(plan.x, plan.z, "--", color="tab:blue", label="plan")
-ax.plot(run.x, run.z, color="tab:orange", label="flight")
+ax.plot(run.x, run.z, color="tab:orange", label="flight, open loop")
+if guided is not None:
+    ax.plot(guided.x, guided.z, ":", color="tab:green", label="flight, guided")
 ax.set_xlabel("x (m)")
 ax.set_ylabel("z (m)")
-ax.set_title("The bundled hop: plan and open-loop flight")
+ax.set_title("The bundled hop: plan and flights")
 ax.legend()
 ax2 = fig.add_subplot(grid[0, 2])
 ax2.plot(plan.t, np.degrees(plan.pitch), "--", color="tab:blue", label="plan")
-ax2.plot(run.t, np.degrees(run.pitch), color="tab:orange", label="flight")
+ax2.plot(run.t, np.degrees(run.pitch), color="tab:orange", label="open loop")
+if guided is not None:
+    ax2.plot(guided.t, np.degrees(guided.pitch), ":", color="tab:green", label="guided")
 ax2.set_xlabel("t (s)")
 ax2.set_ylabel("pitch (deg)")
 ax2.legend()
@@ -65,10 +75,10 @@ for cells, xlo, xhi, title in [(slice(0, 2), -2.0, 40.0, "rest points over the t
     ax.fill_between(tx, tz, tz.min() - 10.0, color="0.85", label="terrain")
     ax.plot(tx, tz, color="0.4", lw=1)
     for name, result in campaigns.items():
-        ax.scatter(result["rest_x"], result["rest_z"], s=6, alpha=0.5, color=colours[name],
-                   label="%s (R95 %.2f m)" % (name, result["summary"]["r95"]))
-    xt, zt = campaigns["open loop"]["summary"]["target"]
-    ax.plot([xt], [zt], "x", color="tab:blue", ms=10, mew=2, label="planned end")
+        ax.scatter(result["rest_x"], result["rest_z"], s=6, alpha=0.5, color=colours[name], zorder=3,
+                   label="%s (R95 %.3f m)" % (name, result["summary"]["r95"]))
+    xt, zt = plan.x[-1], plan.z[-1]
+    ax.plot([xt], [zt], "+", color="tab:blue", ms=14, mew=1, zorder=2, label="planned end")
     if xlo is None:
         r = 1.5 * campaigns["open loop"]["summary"]["r95"]
         ax.set_xlim(xt - r, xt + r)
