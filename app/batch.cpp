@@ -47,7 +47,7 @@ private:
     const BatchOptions& options;
 };
 
-bool bKnownKey(char ch) { return ch != '\0' && std::strchr("pPsSgGrRiIlLfFcC", ch) != nullptr; }
+bool bKnownKey(char ch) { return ch != '\0' && std::strchr("pPsSgGrRiIlLfFcCd", ch) != nullptr; }
 
 // The limits the plan just made breaks, one line each. They are warnings: a
 // plan beyond the vehicle is still written and may be flown to see how it

@@ -3,7 +3,9 @@
 
 #include <cmath>
 #include <cstdio>
+#include <string>
 
+#include "plan/design.h"
 #include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/guidance.h"
@@ -30,6 +32,14 @@ Stvehicle3dof* pstStored(Long i) { return static_cast<Stvehicle3dof*>(arPStvehic
 // p: fit the waypoints, analyse the path, print the SUMMARY, write the plan.
 void cmdPlan(CmdHost& host) {
     if (!bRunPlanCommand(stdout)) host.showMessage(MsgOwner::Top, "couldn't solve");
+}
+
+// d: design a hop from "hop.txt" into "traj1r.txt" and print the DESIGN
+// block. A bad hop file, or a target out of reach, is a message; the
+// waypoint file is then left as it was.
+void cmdDesign(CmdHost& host) {
+    std::string szError;
+    if (!bRunDesignCommand(stdout, &szError)) host.showMessage(MsgOwner::Top, szError.c_str());
 }
 
 // s: fly the schedule in fltplan.txt for 30 s and write results.txt.
@@ -142,6 +152,9 @@ bool bRunKeyCommand(char ch, CmdHost& host) {
         case 'c':
         case 'C':
             host.capturePane("pane.bmp");
+            return true;
+        case 'd':  // lower case only, as for 'l'
+            cmdDesign(host);
             return true;
         case 'f':  // lower case only, as for 'l'
             writeFltplanTxt();  // does nothing without a plan

@@ -3,9 +3,10 @@
 // supplies a CmdHost that does what only it can do (show a message, request
 // a repaint, run the replay timer, capture the pane).
 //
-// Keys: p/P plan, s/S simulate, g/G guided simulate, r/R replay toggle, i/I first state, l listing,
-// f flight plan, c/C capture. `l` and `f` react to the lower-case letter only;
-// the others accept both cases. Every other character is ignored.
+// Keys: p/P plan, s/S simulate, g/G guided simulate, r/R replay toggle,
+// i/I first state, l listing, f flight plan, c/C capture, d hop design
+// (plan/design.h). `l`, `f` and `d` react to the lower-case letter only; the
+// others accept both cases. Every other character is ignored.
 #pragma once
 
 #include "core/array.h"

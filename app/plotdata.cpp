@@ -205,19 +205,6 @@ std::vector<PlotCurve> vecCurveRunFm(A1Val<double>& arFTiData, A1Val<void*>& arP
 
 // ---- plan checks ---------------------------------------------------------------
 
-void fFThrustersFm(double afF[3], const Vd<double>& vdfF, const Vd<double>& vdfM) {
-    // Written as the analysis writes it, term for term, so that the extremes
-    // agree with the SUMMARY to the last bit.
-    const double fTwoPi = 6.283185307179586;
-    const double fFc = std::sqrt(vdfF[1] * vdfF[1] + vdfF[2] * vdfF[2] + vdfF[3] * vdfF[3]);
-    const double fFThrusterAvg = fFc / 3;
-    const double fFThrusterM = vdfM[2] / 0.8;
-    for (Long iThruster = 1; iThruster <= 3; iThruster++)
-        afF[iThruster - 1] =
-            fFThrusterAvg -
-            std::cos((static_cast<double>(iThruster) / 3 + 0.5) * fTwoPi) * fFThrusterM;
-}
-
 std::vector<PlanViolation> vecPlanViolationFm(Vd<double>* pvdfT, A<unsigned char*>* paPVdfX,
                                               Vd<double>* pvdfMs, A<unsigned char*>* paPVdfF,
                                               A<unsigned char*>* paPVdfM, double fFcThrustMaxIn,

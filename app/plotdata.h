@@ -21,6 +21,7 @@
 #include "core/array.h"
 #include "core/mxtypes.h"
 #include "core/types.h"
+#include "plan/thrusters.h"
 
 // ---- time histories ------------------------------------------------------------
 
@@ -81,12 +82,7 @@ struct PlanViolation {
     double fAmount;   // by how much (positive), in the value's unit
 };
 
-// The three thruster forces of one sample, by the split of the SUMMARY: the
-// thrust magnitude shared equally, the pitch moment over a lever of 0.8 m
-// taken from thrusters 1 and 2 (half each) and added to thruster 3.
-// afF[0..2] are thrusters 1..3; the arithmetic is that of the analysis, so
-// the extremes over a plan are its "max/min thruster force" bit for bit.
-void fFThrustersFm(double afF[3], const Vd<double>& vdfF, const Vd<double>& vdfM);
+// The three thruster forces of one sample: fFThrustersFm (plan/thrusters.h).
 
 // Checks every sample of a plan: each thruster within 0 and fFcThrustMax / 3,
 // the mass above fMsEmpty, the path not below the ground. The ground height

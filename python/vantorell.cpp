@@ -36,6 +36,8 @@
 #include "mc/campaign.h"
 #include "mc/dispersion.h"
 #include "mc/summary.h"
+#include "plan/design.h"
+#include "plan/hopfile.h"
 #include "plan/planstate.h"
 #include "plan/report.h"
 #include "plan/wptfpln.h"
@@ -666,8 +668,30 @@ py::tuple terrain() {
     return py::make_tuple(arrayOf(vecX), arrayOf(vecZ));
 }
 
-py::object design(double, py::kwargs) {
-    throw VtError("hop design is not available in this build");
+// The hop design: the options written out as a hop file and read as one,
+// so they are checked as the `d` command checks "hop.txt".
+py::list design(double fXTarget, py::kwargs options) {
+    std::string szText = "target_x " + szNumber(fXTarget) + "\n";
+    for (auto item : options) {
+        szText += std::string(py::str(item.first)) + " ";
+        szText += py::isinstance<py::int_>(item.second) ? std::string(py::str(item.second))
+                                                        : szNumber(item.second.cast<double>());
+        szText += "\n";
+    }
+    HopSpec spec;
+    std::string szErr;
+    if (!bHopSpecFmText("(options)", szText, &spec, &szErr)) throw VtError(szErr);
+    DesignResult result;
+    guarded([&] {
+        py::gil_scoped_release release;
+        result = designHop(spec);
+    });
+    if (!result.bOk) throw VtError(result.szError);
+    py::list lst;
+    for (std::size_t i = 0; i + 2 < result.vecFParam.size(); i += 3)
+        lst.append(py::make_tuple(result.vecFParam[i], result.vecFParam[i + 1],
+                                  result.vecFParam[i + 2]));
+    return lst;
 }
 
 }  // namespace
@@ -802,7 +826,12 @@ PYBIND11_MODULE(vantorell, m) {
           "mc_summary.txt. Releases the interpreter lock while flying.");
     m.def("design", &design, py::arg("target_x"),
           "design(target_x, **options) -> list of (t, x, z)\n\n"
-          "Designs the waypoints of a hop to target_x (not available in this build).");
+          "Designs the hop from the vehicle's start to the ground under target_x (m)\n"
+          "that burns the least propellant within the limits, as the design command\n"
+          "does with hop.txt, and returns its waypoints (plan() takes them). Options,\n"
+          "the hop file's names: time (s; free when absent), thruster_margin (0.15),\n"
+          "propellant_reserve (0.10), clearance (m, 0.5), waypoints (interior, 10).\n"
+          "Releases the interpreter lock while designing.");
     m.def("terrain", &terrain,
           "terrain() -> (x, z)\n\n"
           "The ground's profile in the flight plane as arrays of points, m.");

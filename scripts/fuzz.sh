@@ -19,6 +19,7 @@ declare -A inputs=(
   [fuzz_waypoints]="tests/data/reference/plan tests/data/plan examples -name traj1r*"
   [fuzz_schedule]="tests/data/reference/flight tests/data/sim -name *.txt"
   [fuzz_viewin]="tests/data/view -type f"
+  [fuzz_hopfile]="examples/designed -name hop*"
 )
 # The process-level stops are legitimate, and a fatal error's abandoned
 # buffers are not leaks (the process would end there), so leak checking is
@@ -26,7 +27,7 @@ declare -A inputs=(
 export ASAN_OPTIONS=detect_leaks=0:abort_on_error=1
 export UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1
 status=0
-for target in fuzz_waypoints fuzz_schedule fuzz_viewin; do
+for target in fuzz_waypoints fuzz_schedule fuzz_viewin fuzz_hopfile; do
   bin="$build/fuzz/$target"
   [ -x "$bin" ] || { echo "fuzz: $target not built"; status=1; continue; }
   corpus=$(mktemp -d)

@@ -2,7 +2,7 @@
 # Installs the Debian 12 packages the project needs, when any is missing.
 set -euo pipefail
 pkgs=(g++ clang cmake make libgtest-dev libgmock-dev libbenchmark-dev
-      liblapacke-dev libopenblas-dev
+      liblapacke-dev libopenblas-dev libnlopt-dev
       qt6-base-dev libqt6opengl6-dev qt6-charts-dev
       libgl-dev libegl-dev libgl1-mesa-dri xvfb xauth
       libclang-rt-14-dev libopenmpi-dev openmpi-bin valgrind

@@ -146,3 +146,18 @@ def test_errors_are_exceptions_and_the_log_only_when_asked(tmp_path, monkeypatch
     log = (tmp_path / "run.log").read_text()
     assert "LOG FILE OPENED" in log and "FATAL ERROR --\n    can't open flight plan nope.txt\n" in log
     assert sorted(p.name for p in tmp_path.iterdir()) == ["bad.txt", "run.log"]
+
+
+@pytest.mark.parametrize("options", [{"waypoints": 4, "propellant_reserve": 0.02}, {"waypoints": 4}],
+                         ids=["designed", "reserve_binds"])
+def test_design_equals_the_design_command(options, tmp_path):
+    (tmp_path / "hop.txt").write_text("target_x 28.5\n" + "".join("%s %r\n" % kv for kv in options.items()))
+    proc = run_program("d", tmp_path)
+    if not (tmp_path / "traj1r.txt").exists():
+        with pytest.raises(vantorell.Error) as err:
+            vantorell.design(28.5, **options)
+        assert "Vantorell: %s\n" % err.value == proc.stderr
+        return
+    waypoints = vantorell.design(28.5, **options)
+    numbers = [float(f) for f in (tmp_path / "traj1r.txt").read_text().splitlines()[0].split()]
+    assert [f for point in waypoints for f in point] == numbers

@@ -1,0 +1,186 @@
+// The hop file (see hopfile.h).
+#include "plan/hopfile.h"
+
+#include <cerrno>
+#include <cmath>
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "sim/ground.h"
+#include "sim/params.h"
+
+namespace {
+
+// One line of text for a message, with the number and name in it.
+std::string szFmtError(const char* szFormat, ...) __attribute__((format(printf, 1, 2)));
+std::string szFmtError(const char* szFormat, ...) {
+    char szBuf[512];
+    va_list args;
+    va_start(args, szFormat);
+    std::vsnprintf(szBuf, sizeof szBuf, szFormat, args);
+    va_end(args);
+    return szBuf;
+}
+
+// A token quoted for a message: at most 40 characters, anything that is not
+// printable shown as '?', so that a damaged file cannot break the line.
+std::string szQuoted(const std::string& szTok) {
+    std::string sz = "'";
+    for (std::size_t i = 0; i < szTok.size() && i < 40; i++) {
+        const unsigned char ch = static_cast<unsigned char>(szTok[i]);
+        sz.push_back(ch >= 0x20 && ch < 0x7f ? static_cast<char>(ch) : '?');
+    }
+    if (szTok.size() > 40) sz += "...";
+    return sz + "'";
+}
+
+std::vector<std::string> vecSzToken(const std::string& szLine) {
+    std::vector<std::string> vec;
+    std::size_t i = 0;
+    while (i < szLine.size()) {
+        while (i < szLine.size() && (szLine[i] == ' ' || szLine[i] == '\t' || szLine[i] == '\r'))
+            i++;
+        if (i >= szLine.size()) break;
+        const std::size_t iFirst = i;
+        while (i < szLine.size() && szLine[i] != ' ' && szLine[i] != '\t' && szLine[i] != '\r') i++;
+        vec.push_back(szLine.substr(iFirst, i - iFirst));
+    }
+    return vec;
+}
+
+// The whole token as one finite number.
+bool bNumberFm(const std::string& szTok, double* pf) {
+    if (szTok.empty() || std::strlen(szTok.c_str()) != szTok.size()) return false;
+    char* pchEnd = nullptr;
+    errno = 0;
+    const double f = std::strtod(szTok.c_str(), &pchEnd);
+    if (pchEnd != szTok.c_str() + szTok.size() || !std::isfinite(f)) return false;
+    *pf = f;
+    return true;
+}
+
+enum Name { TargetX, Time, ThrusterMargin, PropReserve, Clearance, Waypoints, nName };
+const char* const aszName[nName] = {"target_x",           "time",      "thruster_margin",
+                                    "propellant_reserve", "clearance", "waypoints"};
+
+}  // namespace
+
+bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspec,
+                    std::string* pszError) {
+    HopSpec spec;
+    Long aiLine[nName] = {0, 0, 0, 0, 0, 0};
+    std::size_t iPos = 0;
+    Long iLine = 0;
+    while (iPos < szText.size()) {
+        std::size_t iEnd = szText.find('\n', iPos);
+        if (iEnd == std::string::npos) iEnd = szText.size();
+        std::string szLine = szText.substr(iPos, iEnd - iPos);
+        iPos = iEnd + 1;
+        iLine++;
+        const std::size_t iHash = szLine.find('#');
+        if (iHash != std::string::npos) szLine.resize(iHash);
+        const std::vector<std::string> vecTok = vecSzToken(szLine);
+        if (vecTok.empty()) continue;
+        auto fail = [&](const std::string& szWhat) {
+            *pszError = szFmtError("%s:%ld: %s", szName, static_cast<long>(iLine), szWhat.c_str());
+            return false;
+        };
+        int iName = 0;
+        while (iName < nName && vecTok[0] != aszName[iName]) iName++;
+        if (iName == nName) return fail("unknown name " + szQuoted(vecTok[0]));
+        if (vecTok.size() != 2)
+            return fail(szFmtError("expected '%s VALUE', found %zu word%s", aszName[iName],
+                                   vecTok.size(), vecTok.size() == 1 ? "" : "s"));
+        if (aiLine[iName] != 0)
+            return fail(szFmtError("%s given again (first on line %ld)", aszName[iName],
+                                   static_cast<long>(aiLine[iName])));
+        aiLine[iName] = iLine;
+        double f = 0.0;
+        if (!bNumberFm(vecTok[1], &f))
+            return fail("bad number " + szQuoted(vecTok[1]) + " for " + aszName[iName]);
+        switch (iName) {
+            case TargetX: {
+                double fXGnd = 0.0, fYGnd = 0.0, fZGnd = 0.0;
+                if (!bPtOnGndAtXY(&fXGnd, &fYGnd, &fZGnd, f, 0.0, &arPArPPtVtxPgnGnd))
+                    return fail(szFmtError("target_x %g m is off the terrain", f));
+                spec.fXTarget = f;
+                break;
+            }
+            case Time:
+                if (!(f > 0.0)) return fail(szFmtError("time %g s is not positive", f));
+                spec.bTimeGiven = true;
+                spec.fTiFlight = f;
+                break;
+            case ThrusterMargin:
+                if (f < 0.0) return fail(szFmtError("thruster_margin %g is negative", f));
+                if (!(f < 1.0)) return fail(szFmtError("thruster_margin %g leaves no thrust", f));
+                spec.fThrusterMargin = f;
+                break;
+            case PropReserve:
+                if (f < 0.0) return fail(szFmtError("propellant_reserve %g is negative", f));
+                if (!(f < 1.0))
+                    return fail(szFmtError("propellant_reserve %g leaves no propellant", f));
+                spec.fPropReserve = f;
+                break;
+            case Clearance:
+                if (f < 0.0) return fail(szFmtError("clearance %g m is negative", f));
+                if (f > 100.0) return fail(szFmtError("clearance %g m is above 100 m", f));
+                spec.fClearance = f;
+                break;
+            case Waypoints:
+                if (f != std::floor(f) || f < nWptInteriorMin || f > nWptInteriorMax)
+                    return fail(szFmtError("waypoints %g is not a whole number from %ld to %ld", f,
+                                           static_cast<long>(nWptInteriorMin),
+                                           static_cast<long>(nWptInteriorMax)));
+                spec.nWptInterior = static_cast<Long>(f);
+                break;
+            default:
+                break;
+        }
+    }
+    if (aiLine[TargetX] == 0) {
+        *pszError = szFmtError("%s: target_x is missing", szName);
+        return false;
+    }
+    // Take-off and touchdown each need a clearance's worth of room (the
+    // clearance ramps up from both ends; see plan/design.h).
+    if (std::fabs(spec.fXTarget - fXf0) <= 2.0 * spec.fClearance) {
+        *pszError = szFmtError(
+            "%s:%ld: target_x %g m is within twice the clearance (%g m) of the start (x = %g m)",
+            szName, static_cast<long>(aiLine[TargetX]), spec.fXTarget, 2.0 * spec.fClearance, fXf0);
+        return false;
+    }
+    *pspec = spec;
+    return true;
+}
+
+bool bHopSpecFmFile(const char* szFile, HopSpec* pspec, std::string* pszError) {
+    std::FILE* pfile = std::fopen(szFile, "rb");
+    if (pfile == nullptr) {
+        *pszError = szFmtError("%s: can't open: %s", szFile, std::strerror(errno));
+        return false;
+    }
+    // A hop file is a few lines; anything past 64 KiB is not one.
+    constexpr std::size_t nChMax = 65536;
+    std::string szText;
+    char achBuf[4096];
+    std::size_t nCh = 0;
+    while ((nCh = std::fread(achBuf, 1, sizeof achBuf, pfile)) > 0) {
+        szText.append(achBuf, nCh);
+        if (szText.size() > nChMax) break;
+    }
+    const bool bReadError = std::ferror(pfile) != 0;
+    std::fclose(pfile);
+    if (bReadError) {
+        *pszError = szFmtError("%s: read error", szFile);
+        return false;
+    }
+    if (szText.size() > nChMax) {
+        *pszError = szFmtError("%s: longer than %zu bytes", szFile, nChMax);
+        return false;
+    }
+    return bHopSpecFmText(szFile, szText, pspec, pszError);
+}

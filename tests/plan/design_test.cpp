@@ -1,0 +1,145 @@
+// Hop design: the hop file's checks, and designs judged by the planning
+// chain of `p` run on the written waypoint file.
+#include "plan/design.h"
+
+#include <cmath>
+#include <string>
+
+#include "plan/hopfile.h"
+#include "plan/planstate.h"
+#include "plan/wptfpln.h"
+#include "sim/params.h"
+#include "support/testutil.h"
+
+using vttest::readFile;
+using vttest::writeFile;
+
+namespace {
+
+class DesignTest : public InTempDir {
+protected:
+    void SetUp() override {
+        InTempDir::SetUp();
+        initParams();
+    }
+    void TearDown() override {
+        deleteTraj1Params();
+        deleteTraj1Path();
+        deletePathAnalysis();
+        InTempDir::TearDown();
+    }
+};
+
+struct BadHop {
+    const char* szText;
+    const char* szError;
+};
+
+const BadHop abadhop[] = {
+    {"target_x 20\nclearence 1\n", "hop.txt:2: unknown name 'clearence'"},
+    {"# hop\ntarget_x 2O\n", "hop.txt:2: bad number '2O' for target_x"},
+    {"target_x 20\ntime 4 s\n", "hop.txt:2: expected 'time VALUE', found 3 words"},
+    {"target_x 20\ntime\n", "hop.txt:2: expected 'time VALUE', found 1 word"},
+    {"target_x 20\n\ntarget_x 21\n", "hop.txt:3: target_x given again (first on line 1)"},
+    {"time 5\n", "hop.txt: target_x is missing"},
+    {"target_x 5000\n", "hop.txt:1: target_x 5000 m is off the terrain"},
+    {"target_x 20\nthruster_margin -0.1\n", "hop.txt:2: thruster_margin -0.1 is negative"},
+    {"target_x 20\npropellant_reserve -1e-3\n", "hop.txt:2: propellant_reserve -0.001 is negative"},
+    {"target_x 20\nclearance -0.5\n", "hop.txt:2: clearance -0.5 m is negative"},
+    {"target_x 20\ntime 0\n", "hop.txt:2: time 0 s is not positive"},
+    {"target_x 20\ntime nan\n", "hop.txt:2: bad number 'nan' for time"},
+    {"target_x 20\nwaypoints 4.5\n", "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
+    {"target_x 0.8\n",
+     "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
+    {"target_x 20\n\x01\xff 3\n",
+     "hop.txt:2: unknown name '?"
+     "?'"},
+};
+
+}  // namespace
+
+TEST_F(DesignTest, BadHopFilesNameTheLineAndTheProblem) {
+    for (const BadHop& bad : abadhop) {
+        SCOPED_TRACE(bad.szText);
+        writeFile("hop.txt", bad.szText);
+        HopSpec spec;
+        std::string szError;
+        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &spec, &szError));
+        EXPECT_EQ(szError, bad.szError);
+    }
+    HopSpec spec;
+    std::string szError;
+    EXPECT_FALSE(bHopSpecFmFile("none.txt", &spec, &szError));
+    EXPECT_EQ(szError, "none.txt: can't open: No such file or directory");
+}
+
+TEST_F(DesignTest, AHopFileWithCommentsAndEveryName) {
+    writeFile("hop.txt",
+              "# a hop\n\n  target_x\t-12.5   # behind the pad\ntime 4\r\nthruster_margin 0.2\n"
+              "propellant_reserve 0\nclearance 1.5\nwaypoints 7");
+    HopSpec spec;
+    std::string szError;
+    ASSERT_TRUE(bHopSpecFmFile("hop.txt", &spec, &szError)) << szError;
+    EXPECT_EQ(spec.fXTarget, -12.5);
+    EXPECT_TRUE(spec.bTimeGiven);
+    EXPECT_EQ(spec.fTiFlight, 4.0);
+    EXPECT_EQ(spec.fThrusterMargin, 0.2);
+    EXPECT_EQ(spec.fPropReserve, 0.0);
+    EXPECT_EQ(spec.fClearance, 1.5);
+    EXPECT_EQ(spec.nWptInterior, 7);
+}
+
+// The bundled hop's end point, with the shipped hop file: `p` on the written
+// file gives the design's propellant to the last bit, within the limits,
+// and less than the hand-made hop to the same point.
+TEST_F(DesignTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
+    HopSpec spec;
+    std::string szError;
+    ASSERT_TRUE(
+        bHopSpecFmFile((std::string(VT_EXAMPLES) + "/designed/hop.txt").c_str(), &spec, &szError));
+    const DesignResult r = designHop(spec);
+    ASSERT_TRUE(r.bOk) << r.szError;
+    EXPECT_FALSE(bPlanExists());  // the design leaves the program's plan alone
+    ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
+
+    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    EXPECT_EQ(fMsProp, r.fMsProp);
+    EXPECT_EQ(fFThrusterMin, r.fFThrusterMin);
+    EXPECT_EQ(fFThrusterMax, r.fFThrusterMax);
+    EXPECT_GE(fFThrusterMin, 0.0);
+    EXPECT_LE(fFThrusterMax, (1.0 - spec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
+    EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));
+    EXPECT_EQ((*pvdfT)[pvdfT->hi], r.fTiFlight);
+    EXPECT_EQ((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], 28.5);
+
+    const double fMsPropDesigned = fMsProp;
+    ASSERT_TRUE(bPlanTraj1FromFile((std::string(VT_EXAMPLES) + "/traj1r.txt").c_str()));
+    EXPECT_LT(fMsPropDesigned, fMsProp);
+}
+
+// Out of reach: the message names the limit that binds, and by how much.
+TEST_F(DesignTest, UnreachableTargetsNameTheBindingLimit) {
+    HopSpec spec;
+    spec.fXTarget = 45.0;
+    DesignResult r = designHop(spec);
+    EXPECT_FALSE(r.bOk);
+    EXPECT_EQ(r.szError.rfind("no hop to x = 45.0000 m within the limits: the propellant reserve "
+                              "binds: the least-propellant hop found burns ",
+                              0),
+              0u)
+        << r.szError;
+    EXPECT_NE(r.szError.find("more than the 4.5000 kg that keep 10.0 % in reserve"),
+              std::string::npos);
+
+    spec.fXTarget = 28.5;
+    spec.bTimeGiven = true;
+    spec.fTiFlight = 2.0;
+    r = designHop(spec);
+    EXPECT_FALSE(r.bOk);
+    // 4 d / T^2 = 28.5 m/s^2 against 3 x 419.3333 N / 95 kg = 13.2421 m/s^2.
+    EXPECT_EQ(r.szError,
+              "no hop to x = 28.5000 m in 2.0000 s within the limits: the thrusters bind: a hop "
+              "from rest to rest over 28.5000 m in 2.0000 s needs at least 28.5000 m/s^2 along x "
+              "(4 d / T^2), 15.2579 m/s^2 more than the three thrusters less the margin can give "
+              "(3 x 419.3333 N on 95.0000 kg)");
+}
