@@ -1,4 +1,5 @@
-// The Python module "vantorell": plan, fly and disperse hops from Python.
+// The Python module "vantorell": design, plan, fly and disperse hops from
+// Python.
 //
 // Built over vtlib_py, the computational library compiled with
 // VT_STOP_THROWS: a fatal error or a failed assertion throws ProgramStop
@@ -698,7 +699,7 @@ py::list design(double fXTarget, py::kwargs options) {
 
 PYBIND11_MODULE(vantorell, m) {
     m.doc() =
-        "Plan, fly and disperse hops of the Vantorell rocket-thruster vehicle.\n\n"
+        "Design, plan, fly and disperse hops of the Vantorell rocket-thruster vehicle.\n\n"
         "Units are SI throughout (m, s, kg, N, N*m), angles in radians.\n"
         "Errors raise vantorell.Error with the program's own message.";
     m.attr("__version__") = VT_VERSION;
