@@ -18,6 +18,7 @@ char szLogBuf1[1024];
 char szErrLogBuf[1024];
 char szErrLogBuf1[1024];
 Long iYr = 0, iMn = 0, iDay = 0;
+bool bStopQuiet = false;  // only honoured by the throwing builds
 
 struct Timeb {
     long lSec;
@@ -66,6 +67,15 @@ Timeb timebNow() {
     return Timeb{static_cast<long>(tv.tv_sec), static_cast<int>(tv.tv_usec / 1000)};
 }
 
+// Whether a stop is reported on the standard error stream.
+bool bReportStop() {
+#ifdef VT_STOP_THROWS
+    return !bStopQuiet;
+#else
+    return true;
+#endif
+}
+
 [[noreturn]] void endProcess(int iStatus, const char* szWhat) {
 #ifdef VT_STOP_THROWS
     throw ProgramStop{iStatus, szWhat};
@@ -80,8 +90,10 @@ Timeb timebNow() {
 
 std::FILE* pfileLogCurrent() { return pfileLog; }
 
-void openLogFile() {
-    pfileLog = std::fopen("fe.log", "w");
+void setStopReportQuiet(bool bQuiet) { bStopQuiet = bQuiet; }
+
+void openLogFile(const char* szFile) {
+    pfileLog = std::fopen(szFile, "w");
     if (pfileLog == nullptr) {
         std::fputs("Can't open log file.  Not using one.\n", stderr);
         return;
@@ -165,11 +177,13 @@ void fatalError(const char* sz) {
     // The message itself is the format string, as the system has always done:
     // a '%' in a fatal message is interpreted a second time. Messages are
     // therefore written without '%' characters.
+    if (bReportStop()) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
-    std::fprintf(stderr, szErrLogBuf);
+        std::fprintf(stderr, szErrLogBuf);
 #pragma GCC diagnostic pop
-    std::fflush(stderr);
+        std::fflush(stderr);
+    }
     endProcess(1, szErrLogBuf);
 }
 
@@ -213,11 +227,13 @@ void cantHappen(const char* sz) {
     logLineSzAt(szRule69);
     writeLog(szErrLogBuf1);
     writeLog(szRule78);
+    if (bReportStop()) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-security"
-    std::fprintf(stderr, szErrLogBuf1);
+        std::fprintf(stderr, szErrLogBuf1);
 #pragma GCC diagnostic pop
-    std::fputs("\n", stderr);
+        std::fputs("\n", stderr);
+    }
     // The text promises to continue; the program never does (required).
     assertFailed("0", __FILE__, __LINE__);
 }
@@ -244,7 +260,9 @@ void logTimeStepSz(const char* sz) {
 void assertFailed(const char* szExpr, const char* szFile, int iLine) {
     // The log is deliberately not closed: buffered text may be lost, as with
     // the platform's own assertion report.
-    std::fprintf(stderr, "Assertion failed: %s, file %s, line %d\n", szExpr, szFile, iLine);
-    std::fflush(stderr);
+    if (bReportStop()) {
+        std::fprintf(stderr, "Assertion failed: %s, file %s, line %d\n", szExpr, szFile, iLine);
+        std::fflush(stderr);
+    }
     endProcess(134, szExpr);
 }

@@ -19,7 +19,9 @@
 #include "core/types.h"
 
 // ---- lifecycle -------------------------------------------------------------
-void openLogFile();
+// Opens (rewrites) the run log; the program's is "fe.log" in the current
+// directory.
+void openLogFile(const char* szFile = "fe.log");
 void closeLogFile();
 void flushLog();
 void logDateIfChanged(std::tm* ptm);
@@ -92,3 +94,9 @@ struct ProgramStop {
     int iStatus;      // 1 for a fatal error, 134 for an assertion
     const char* szWhat;
 };
+
+// In those builds a host that reports the stop itself (the Python module
+// turns it into an exception carrying the message) may silence the report
+// on the standard error stream; the run log, when open, still gets its
+// record. Normal builds always report.
+void setStopReportQuiet(bool bQuiet);

@@ -69,7 +69,8 @@ McInputs mcInputsForRun(McDispersion const& disp, Long iRun) {
 }
 
 McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
-                     McWork* pwork, McGuided const* pguided) {
+                     McWork* pwork, McGuided const* pguided, bool bKeepRecords,
+                     SimReport* preport) {
     const double* arFDev = inputs.arFDev;
     McRunResult res{};
     res.iRun = iRun;
@@ -176,6 +177,8 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
     const double fPitchWrapped = std::remainder(stRest.fPitch, 2.0 * std::numbers::pi);
     res.bUpright = (report.bTouchdown && std::fabs(fPitchWrapped) < fRdnUprightMc) ? 1 : 0;
 
+    if (preport != nullptr) *preport = report;
+    if (bKeepRecords) return res;
     for (Long i = pwork->arPStvehicle.iFirst(); i <= iLastRecord; i++) {
         delete static_cast<Stvehicle3dof*>(pwork->arPStvehicle[i]);
         pwork->arPStvehicle[i] = nullptr;

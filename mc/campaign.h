@@ -125,9 +125,14 @@ struct McWork {
     A1Val<void*> arPStvehicle{0};
 };
 // With pguided, the run is flown guided (run 0, the undispersed flight,
-// without sensor noise).
+// without sensor noise). With bKeepRecords the run's records stay in
+// pwork->arFTiData and pwork->arPStvehicle for the caller, who then owns them
+// (deleteStoredRun); otherwise they are released here. preport, when given,
+// receives the driver's report of the flight (untouched for a run that is
+// not flown).
 McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
-                     McWork* pwork, McGuided const* pguided = nullptr);
+                     McWork* pwork, McGuided const* pguided = nullptr,
+                     bool bKeepRecords = false, SimReport* preport = nullptr);
 
 // The run numbers that process iRank of nRank flies: iRank + 1, iRank + 1 +
 // nRank, ... (cyclic, so long and short flights mix on every process).

@@ -117,7 +117,14 @@ bool bPlanTraj1FromFile(const char* szFile) {
     deletePathAnalysis();
 
     // 2. Waypoints.
-    pvdfParamTraj1 = pvdfParamTraj1FromFile(szFile);
+    return bPlanTraj1FromParams(pvdfParamTraj1FromFile(szFile));
+}
+
+bool bPlanTraj1FromParams(Vd<double>* pvdfParam) {
+    deleteTraj1Params();
+    deleteTraj1Path();
+    deletePathAnalysis();
+    pvdfParamTraj1 = pvdfParam;
 
     // 3. Fit.
     unsigned char bOk = false;

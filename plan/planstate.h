@@ -60,6 +60,11 @@ void deletePathAnalysis();
 // program as described in plan/wptfpln.h.
 bool bPlanTraj1FromFile(const char* szFile);
 
+// Steps 1 and 3-5 on waypoint numbers already read (t x z ..., 1..nParam, as
+// the reader returns them); the plan takes the vector over. The caller has
+// checked what the reader checks (finite numbers, at most nParamTraj1Max).
+bool bPlanTraj1FromParams(Vd<double>* pvdfParam);
+
 // True when an analysed plan exists.
 bool bPlanExists();
 

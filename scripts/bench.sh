@@ -10,6 +10,7 @@ command -v hyperfine >/dev/null || { SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo;
   $SUDO apt-get install -y --no-install-recommends hyperfine; }
 cmake --preset release >/dev/null
 cmake --build --preset release -j"$(nproc)" --target vantorell vt_bench
+root=$PWD
 bin=$PWD/build/release/app/vantorell
 echo "==== machine"
 lscpu | grep -E "Model name|^CPU\(s\)" || true
@@ -22,3 +23,8 @@ cp examples/traj1r.txt "$dir/"
 cd "$dir"
 "$bin" -k p >/dev/null
 hyperfine -N --warmup 20 --runs 200 "$bin -k s" "$bin -k ps"
+if cmake --build "$root/build/release" -j"$(nproc)" --target vantorell_py >/dev/null 2>&1; then
+  echo "==== Python module"
+  OPENBLAS_NUM_THREADS=1 PYTHONPATH="$root/build/release/python" /usr/bin/python3 \
+    "$root/bench/bench_python.py" --vt-bench "$root/build/release/bench/vt_bench"
+fi
