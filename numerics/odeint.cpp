@@ -369,3 +369,89 @@ void bulirschStoerStep(A1Val<double>* parFYNext, double* pfXNext, double* pfHUse
         }
     }
 }
+
+// ---- ck5StepQC ----------------------------------------------------------------
+
+// The Cash-Karp tableau (J. R. Cash, A. H. Karp, ACM TOMS 16 (1990) 201):
+//   k1 = f(x, y)
+//   k_i = f(x + c_i h, y + h sum_{j<i} a_ij k_j),  i = 2..6
+//   y5 = y + h sum b_i k_i      (fifth order, kept)
+//   y4 = y + h sum b*_i k_i     (fourth order, for the error only)
+// so the error measured is y5 - y4 = h sum (b_i - b*_i) k_i. The weights
+// below are the published ones; each row of a sums to c_i, and b and b* each
+// sum to 1 (the consistency conditions, checked by the tests through the
+// order of the step on a known solution).
+void ck5StepQC(A1Val<double>* parFYNext, double* pfXNext, double* pfHUsed,
+               double* pfHNextEst, double fX, A1Val<double>* parFY,
+               A1Val<double>* parFDyDx, Long iNY, double fHTry, double fEps,
+               A1Val<double>* parFYErrScale, ArF64FnF64ArF64* parFDyDxFnFXArFY) {
+    VT_ASSERT(parFY->iFirst() == 1 && parFY->iLast() == iNY);
+    VT_ASSERT(parFDyDx->iFirst() == 1 && parFDyDx->iLast() == iNY);
+    VT_ASSERT(parFYErrScale->iFirst() == 1 && parFYErrScale->iLast() == iNY);
+    parFYNext->reconstructIFirstILast(1, iNY);
+
+    constexpr double c2 = 0.2, c3 = 0.3, c4 = 0.6, c5 = 1.0, c6 = 0.875;
+    constexpr double a21 = 0.2;
+    constexpr double a31 = 3.0 / 40.0, a32 = 9.0 / 40.0;
+    constexpr double a41 = 0.3, a42 = -0.9, a43 = 1.2;
+    constexpr double a51 = -11.0 / 54.0, a52 = 2.5, a53 = -70.0 / 27.0, a54 = 35.0 / 27.0;
+    constexpr double a61 = 1631.0 / 55296.0, a62 = 175.0 / 512.0, a63 = 575.0 / 13824.0,
+                     a64 = 44275.0 / 110592.0, a65 = 253.0 / 4096.0;
+    constexpr double b1 = 37.0 / 378.0, b3 = 250.0 / 621.0, b4 = 125.0 / 594.0,
+                     b6 = 512.0 / 1771.0;  // b2 = b5 = 0
+    constexpr double e1 = b1 - 2825.0 / 27648.0, e3 = b3 - 18575.0 / 48384.0,
+                     e4 = b4 - 13525.0 / 55296.0, e5 = -277.0 / 14336.0, e6 = b6 - 0.25;
+
+    static thread_local A1Val<double> arFK2(1, 0), arFK3(1, 0), arFK4(1, 0), arFK5(1, 0),
+        arFK6(1, 0), arFYT(1, 0), arFYOut(1, 0);
+    arFYT.reconstructIFirstILast(1, iNY);
+    arFYOut.reconstructIFirstILast(1, iNY);
+    const A1Val<double>& arFY = *parFY;
+    const A1Val<double>& k1 = *parFDyDx;
+
+    // *parFYNext is written only once the step is accepted (it may be *parFY).
+    double fH = fHTry;
+    double fErrMax = 0.0;
+    for (;;) {
+        for (Long i = 1; i <= iNY; i++) arFYT[i] = arFY[i] + fH * a21 * k1[i];
+        parFDyDxFnFXArFY->arFAtFArF(&arFK2, fX + c2 * fH, arFYT);
+        for (Long i = 1; i <= iNY; i++) arFYT[i] = arFY[i] + fH * (a31 * k1[i] + a32 * arFK2[i]);
+        parFDyDxFnFXArFY->arFAtFArF(&arFK3, fX + c3 * fH, arFYT);
+        for (Long i = 1; i <= iNY; i++)
+            arFYT[i] = arFY[i] + fH * (a41 * k1[i] + a42 * arFK2[i] + a43 * arFK3[i]);
+        parFDyDxFnFXArFY->arFAtFArF(&arFK4, fX + c4 * fH, arFYT);
+        for (Long i = 1; i <= iNY; i++)
+            arFYT[i] = arFY[i] + fH * (a51 * k1[i] + a52 * arFK2[i] + a53 * arFK3[i] + a54 * arFK4[i]);
+        parFDyDxFnFXArFY->arFAtFArF(&arFK5, fX + c5 * fH, arFYT);
+        for (Long i = 1; i <= iNY; i++)
+            arFYT[i] = arFY[i] + fH * (a61 * k1[i] + a62 * arFK2[i] + a63 * arFK3[i] +
+                                       a64 * arFK4[i] + a65 * arFK5[i]);
+        parFDyDxFnFXArFY->arFAtFArF(&arFK6, fX + c6 * fH, arFYT);
+
+        *pfXNext = fX + fH;
+        if (*pfXNext == fX) {
+            writeDebugStepTooSmall(0, fX, fHTry, fH, arFYT, arFK6, arFYOut);
+            VT_ASSERT(*pfXNext != fX);
+        }
+        fErrMax = 0.0;
+        for (Long i = 1; i <= iNY; i++) {
+            arFYOut[i] = arFY[i] + fH * (b1 * k1[i] + b3 * arFK3[i] + b4 * arFK4[i] + b6 * arFK6[i]);
+            const double fErr = std::fabs(fH * (e1 * k1[i] + e3 * arFK3[i] + e4 * arFK4[i] +
+                                                e5 * arFK5[i] + e6 * arFK6[i])) /
+                                (*parFYErrScale)[i];
+            if (fErr > fErrMax || std::isnan(fErr)) fErrMax = fErr;
+        }
+        fErrMax = fErrMax / fEps;
+        VT_ASSERT(!std::isnan(fErrMax));
+        if (fErrMax <= 1.0) break;
+        if (fErrMax > 1e-200) fH = 0.9 * fH * std::exp(-0.25 * std::log(fErrMax));
+    }
+
+    *pfHUsed = fH;
+    if (fErrMax > 0.0006)
+        *pfHNextEst = 0.9 * fH * std::exp(-0.2 * std::log(fErrMax));
+    else
+        *pfHNextEst = 4.0 * fH;
+    VT_ASSERT(*pfHNextEst != 0.0);
+    for (Long i = 1; i <= iNY; i++) (*parFYNext)[i] = arFYOut[i];
+}

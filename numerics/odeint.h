@@ -4,6 +4,8 @@
 //   rk5StepQC          one accuracy-controlled step: step doubling on rk4Step
 //                      with local extrapolation (fifth order); the flight
 //                      simulation runs on this one
+//   ck5StepQC          one accuracy-controlled step: the embedded Cash-Karp
+//                      pair (fifth order); the guided flight runs on this one
 //   mmidStep           modified midpoint rule over a whole interval
 //   rzextr             rational extrapolation of successive midpoint results
 //                      to step size zero
@@ -64,6 +66,19 @@ void rk4Step(A1Val<double>* parFYNext, double fX, A1Val<double>* parFY,
 // that fX + h == fX; fails an assertion when the scaled error is NaN (the
 // retry loop could never end) or the proposed next step is exactly 0.
 void rk5StepQC(A1Val<double>* parFYNext, double* pfXNext, double* pfHUsed,
+               double* pfHNextEst, double fX, A1Val<double>* parFY,
+               A1Val<double>* parFDyDx, Long iNY, double fHTry, double fEps,
+               A1Val<double>* parFYErrScale, ArF64FnF64ArF64* parFDyDxFnFXArFY);
+
+// One accuracy-controlled step of the embedded Runge-Kutta pair of Cash and
+// Karp (fifth order, with a fourth-order solution from the same six stages):
+// arguments, results, acceptance test, step-size rules and failures as for
+// rk5StepQC, but the error measured is |fifth order - fourth order| of the
+// one step, and the fifth-order result is kept. Five evaluations per trial
+// (the caller gives the first), where rk5StepQC takes ten: for a step whose
+// length is forced (a landed event) and which the tolerance would allow
+// longer, it is the cheaper of the two.
+void ck5StepQC(A1Val<double>* parFYNext, double* pfXNext, double* pfHUsed,
                double* pfHNextEst, double fX, A1Val<double>* parFY,
                A1Val<double>* parFDyDx, Long iNY, double fHTry, double fEps,
                A1Val<double>* parFYErrScale, ArF64FnF64ArF64* parFDyDxFnFXArFY);

@@ -19,7 +19,7 @@ declare -A inputs=(
   [fuzz_waypoints]="tests/data/reference/plan tests/data/plan examples -name traj1r*"
   [fuzz_schedule]="tests/data/reference/flight tests/data/sim -name *.txt"
   [fuzz_viewin]="tests/data/view -type f"
-  [fuzz_hopfile]="examples/designed -name hop*"
+  [fuzz_hopfile]="examples -name hop*"
 )
 # The process-level stops are legitimate, and a fatal error's abandoned
 # buffers are not leaks (the process would end there), so leak checking is

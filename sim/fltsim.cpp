@@ -557,6 +557,30 @@ ListStvehicle3dof* plistNew(double fTi, Stvehicle3dof* pst) {
     return new ListStvehicle3dof{fTi, pst, nullptr};
 }
 
+// The flight's history as the model's evaluations write it (step d of
+// sim() takes a guided step again when it changed).
+struct FlightFlags {
+    bool bClearedGnd, bEngineOff, bLanded;
+    double fTiTouchdown, fVeXfTouchdown, fVeZfTouchdown, fPitchGndAtLandingSite;
+    bool operator==(FlightFlags const&) const = default;
+};
+
+FlightFlags flagsOf(ArFFnFArFModel const* pmodel) {
+    return FlightFlags{pmodel->bClearedGnd,    pmodel->bEngineOff,     pmodel->bLanded,
+                       pmodel->fTiTouchdown,   pmodel->fVeXfTouchdown, pmodel->fVeZfTouchdown,
+                       fPitchGndAtLandingSite};
+}
+
+void restoreFlags(ArFFnFArFModel* pmodel, FlightFlags const& flags) {
+    pmodel->bClearedGnd = flags.bClearedGnd;
+    pmodel->bEngineOff = flags.bEngineOff;
+    pmodel->bLanded = flags.bLanded;
+    pmodel->fTiTouchdown = flags.fTiTouchdown;
+    pmodel->fVeXfTouchdown = flags.fVeXfTouchdown;
+    pmodel->fVeZfTouchdown = flags.fVeZfTouchdown;
+    fPitchGndAtLandingSite = flags.fPitchGndAtLandingSite;
+}
+
 // Frees the list of saved states on every way out of sim(): in the
 // robustness builds an assertion inside a run is an exception.
 struct ListFreer {
@@ -585,6 +609,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     A1Val<double> arFState(1, iNState);
     for (Long i = 1; i <= iNState; i++) arFState[i] = arFStateIC[arFStateIC.iFirst() + i - 1];
     A1Val<double> arFDeriv(1, iNState);
+    A1Val<double> arFStateStart(1, iNState);  // a guided step's start (step d)
     A1Val<double> arFStateErrScale(1, iNState);
     arFStateErrScale[1] = fTolIntgX;
     arFStateErrScale[2] = fTolIntgX;
@@ -676,14 +701,44 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
 
         // d. One accuracy-controlled step, the state advanced in place; the
         // tolerances are absolute (fEps 1).
+        //
+        // A guided flight lands a step on every command event, so in the air
+        // its steps are as short as the events make them, well inside what
+        // the tolerances allow: there the embedded pair, which measures its
+        // error from the six stages of one step (five new evaluations a
+        // trial), does what step doubling does with ten, and the two give
+        // the same state to far below the tolerances. But the flight's
+        // history flags are set inside the evaluations, at the stage times
+        // of whichever stepper runs (the engine goes off in the evaluation
+        // that first touches the ground, so the cut time, and the propellant
+        // left, depends on them): a step in which any flag changes is taken
+        // again from its start, flags restored, by step doubling, so ground
+        // clearance, touchdown and engine cut happen where the open-loop
+        // driver puts them. After the engine cut the flight settles as an
+        // open-loop one does, by step doubling. The open-loop flight keeps
+        // step doubling throughout.
         double fTiNext, fDTiUsed, fDTiNext;
-        if (bModelExact)
-            rk5StepQCFx<iNStateVehicle>(&arFState[1], &fTiNext, &fDTiUsed, &fDTiNext, fTi,
-                                        &arFState[1], &arFDeriv[1], fDTi, 1.0,
-                                        &arFStateErrScale[1], fnDeriv);
-        else
-            rk5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv,
+        bool bDoubling = true;
+        if (pcmdsource != nullptr && !parFFnFArFModel->bEngineOff) {
+            const FlightFlags flags = flagsOf(parFFnFArFModel);
+            for (Long i = 1; i <= iNState; i++) arFStateStart[i] = arFState[i];
+            ck5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv,
                       iNState, fDTi, 1.0, &arFStateErrScale, parFFnFArFModel);
+            bDoubling = !(flags == flagsOf(parFFnFArFModel));
+            if (bDoubling) {
+                restoreFlags(parFFnFArFModel, flags);
+                for (Long i = 1; i <= iNState; i++) arFState[i] = arFStateStart[i];
+            }
+        }
+        if (bDoubling) {
+            if (bModelExact)
+                rk5StepQCFx<iNStateVehicle>(&arFState[1], &fTiNext, &fDTiUsed, &fDTiNext, fTi,
+                                            &arFState[1], &arFDeriv[1], fDTi, 1.0,
+                                            &arFStateErrScale[1], fnDeriv);
+            else
+                rk5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv,
+                          iNState, fDTi, 1.0, &arFStateErrScale, parFFnFArFModel);
+        }
         fTi = fTiNext;
 
         // e. Step statistics since the last saved state.

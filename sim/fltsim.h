@@ -227,7 +227,8 @@ struct SimReport {
 // pitch rate, mass), re-sizing *parFState to 1..7.
 void stateFmStvehicle3dof(A1Val<double>* parFState, Stvehicle3dof const& st);
 
-// Integrates the model from (fTiIC, arFStateIC) to fTiMax with rk5StepQC and
+// Integrates the model from (fTiIC, arFStateIC) to fTiMax with rk5StepQC (a
+// guided flight, with a command source: ck5StepQC) and
 // stores a record at fTiIC and then every fDTiData.
 //
 // Inputs:

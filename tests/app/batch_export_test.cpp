@@ -46,7 +46,7 @@ bool bPngSize(const std::string& szPng, unsigned* puW, unsigned* puH) {
 const char* const aszPng[] = {"plot_x.png",      "plot_z.png",      "plot_pitch.png",
                               "plot_thrust.png", "plot_moment.png", "plot_mass.png"};
 
-std::string szExample() { return std::string(VT_EXAMPLES) + "/traj1r.txt"; }
+std::string szExample() { return std::string(VT_EXAMPLES) + "/handmade/traj1r.txt"; }
 
 }  // namespace
 

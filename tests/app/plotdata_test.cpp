@@ -84,7 +84,7 @@ protected:
         std::fclose(pfileNull);
     }
     void planBundledHop() {
-        std::filesystem::copy_file(std::string(VT_EXAMPLES) + "/traj1r.txt", "traj1r.txt");
+        std::filesystem::copy_file(std::string(VT_EXAMPLES) + "/handmade/traj1r.txt", "traj1r.txt");
         std::FILE* pfileNull = std::fopen("/dev/null", "w");
         ASSERT_TRUE(bRunPlanCommand(pfileNull));
         std::fclose(pfileNull);

@@ -55,7 +55,7 @@ QByteArray byFile(const QString& szName) {
 }
 QString szData(const QString& szRel) { return QString(VT_TEST_DATA) + "/" + szRel; }
 const QString szHopShort = "reference/plan/hop_short/";
-const QString szBundledHop = QString(VT_EXAMPLES) + "/traj1r.txt";
+const QString szBundledHop = QString(VT_EXAMPLES) + "/handmade/traj1r.txt";
 
 // Copies tests/data/<szFrom> (or an absolute path) to szDest.
 void copyFile(const QString& szFrom, const QString& szDest) {

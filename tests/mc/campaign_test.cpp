@@ -116,7 +116,7 @@ TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheReferencePlans) {
 }
 
 TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheBundledHop) {
-    const std::string szHop = VT_EXAMPLES "/traj1r.txt";
+    const std::string szHop = VT_EXAMPLES "/handmade/traj1r.txt";
     if (!vttest::fileExists(szHop)) GTEST_SKIP() << "no bundled hop";
     ASSERT_TRUE(bPlanTraj1FromFile(szHop.c_str()));
     writeFltplanTxt();

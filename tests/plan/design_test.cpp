@@ -113,7 +113,7 @@ TEST_F(DesignTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     EXPECT_EQ((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], 28.5);
 
     const double fMsPropDesigned = fMsProp;
-    ASSERT_TRUE(bPlanTraj1FromFile((std::string(VT_EXAMPLES) + "/traj1r.txt").c_str()));
+    ASSERT_TRUE(bPlanTraj1FromFile((std::string(VT_EXAMPLES) + "/handmade/traj1r.txt").c_str()));
     EXPECT_LT(fMsPropDesigned, fMsProp);
 }
 

@@ -172,7 +172,7 @@ const double fXFarPlain = 27.23947192824111;  // where the far plain begins
 }  // namespace
 
 TEST_F(PlanStateTest, BundledHopStaysWithinThrustAndPropellantAndClearsTheTerrain) {
-    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/traj1r.txt"));
+    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
     const Long iLast = pvdfT->hi;
     const double fX0 = (*pvdfAt(paPVdfX, 0))[1];
     const double fXEnd = (*pvdfAt(paPVdfX, iLast))[1];
@@ -204,7 +204,7 @@ TEST_F(PlanStateTest, BundledHopStaysWithinThrustAndPropellantAndClearsTheTerrai
 }
 
 TEST_F(PlanStateTest, BundledHopFlownWithItsPlanComesToRestUprightWherePlanned) {
-    std::filesystem::copy_file(VT_EXAMPLES "/traj1r.txt", "traj1r.txt");
+    std::filesystem::copy_file(VT_EXAMPLES "/handmade/traj1r.txt", "traj1r.txt");
     std::string szOut;
     ASSERT_TRUE(bRunPlan(&szOut));
     const double fXEnd = (*pvdfAt(paPVdfX, pvdfT->hi))[1];

@@ -264,7 +264,7 @@ protected:
     A1Val<void*> arPStRun{0};
 };
 
-const std::string szBundledHop = VT_EXAMPLES "/traj1r.txt";
+const std::string szBundledHop = VT_EXAMPLES "/handmade/traj1r.txt";
 
 TEST_F(GuidedFlight, NoStepStraddlesAnEventAndEveryCommandIsHeldUntilTheNext) {
     plan(szBundledHop);
