@@ -103,3 +103,63 @@ inline void rk5StepQCFx(double* pfYNext, double* pfXNext, double* pfHUsed, doubl
 
     for (Long i = 0; i < iN; i++) pfYNext[i] = afYNext[i] + (afYNext[i] - afYTemp2[i]) / 15.0;
 }
+
+// ck5StepQC (odeint.h), the embedded Cash-Karp pair: pfYNext may be pfY.
+template <Long iN, class Fn>
+inline void ck5StepQCFx(double* pfYNext, double* pfXNext, double* pfHUsed, double* pfHNextEst,
+                        double fX, const double* pfY, const double* pfDyDx, double fHTry,
+                        double fEps, const double* pfYErrScale, Fn& fn) {
+    constexpr double c2 = 0.2, c3 = 0.3, c4 = 0.6, c5 = 1.0, c6 = 0.875;
+    constexpr double a21 = 0.2;
+    constexpr double a31 = 3.0 / 40.0, a32 = 9.0 / 40.0;
+    constexpr double a41 = 0.3, a42 = -0.9, a43 = 1.2;
+    constexpr double a51 = -11.0 / 54.0, a52 = 2.5, a53 = -70.0 / 27.0, a54 = 35.0 / 27.0;
+    constexpr double a61 = 1631.0 / 55296.0, a62 = 175.0 / 512.0, a63 = 575.0 / 13824.0,
+                     a64 = 44275.0 / 110592.0, a65 = 253.0 / 4096.0;
+    constexpr double b1 = 37.0 / 378.0, b3 = 250.0 / 621.0, b4 = 125.0 / 594.0,
+                     b6 = 512.0 / 1771.0;  // b2 = b5 = 0
+    constexpr double e1 = b1 - 2825.0 / 27648.0, e3 = b3 - 18575.0 / 48384.0,
+                     e4 = b4 - 13525.0 / 55296.0, e5 = -277.0 / 14336.0, e6 = b6 - 0.25;
+    double k2[iN], k3[iN], k4[iN], k5[iN], k6[iN], afYT[iN], afYOut[iN];
+    const double* k1 = pfDyDx;
+    double fH = fHTry;
+    double fErrMax = 0.0;
+    for (;;) {
+        for (Long i = 0; i < iN; i++) afYT[i] = pfY[i] + fH * a21 * k1[i];
+        fn(k2, fX + c2 * fH, afYT);
+        for (Long i = 0; i < iN; i++) afYT[i] = pfY[i] + fH * (a31 * k1[i] + a32 * k2[i]);
+        fn(k3, fX + c3 * fH, afYT);
+        for (Long i = 0; i < iN; i++)
+            afYT[i] = pfY[i] + fH * (a41 * k1[i] + a42 * k2[i] + a43 * k3[i]);
+        fn(k4, fX + c4 * fH, afYT);
+        for (Long i = 0; i < iN; i++)
+            afYT[i] = pfY[i] + fH * (a51 * k1[i] + a52 * k2[i] + a53 * k3[i] + a54 * k4[i]);
+        fn(k5, fX + c5 * fH, afYT);
+        for (Long i = 0; i < iN; i++)
+            afYT[i] = pfY[i] + fH * (a61 * k1[i] + a62 * k2[i] + a63 * k3[i] + a64 * k4[i] +
+                                     a65 * k5[i]);
+        fn(k6, fX + c6 * fH, afYT);
+
+        *pfXNext = fX + fH;
+        if (*pfXNext == fX) rk5StepQCFailStepTooSmall(0, fX, fHTry, fH, afYT, k6, afYOut, iN, *pfXNext);
+        fErrMax = 0.0;
+        for (Long i = 0; i < iN; i++) {
+            afYOut[i] = pfY[i] + fH * (b1 * k1[i] + b3 * k3[i] + b4 * k4[i] + b6 * k6[i]);
+            const double fErr =
+                std::fabs(fH * (e1 * k1[i] + e3 * k3[i] + e4 * k4[i] + e5 * k5[i] + e6 * k6[i])) /
+                pfYErrScale[i];
+            if (fErr > fErrMax || std::isnan(fErr)) fErrMax = fErr;
+        }
+        fErrMax = fErrMax / fEps;
+        rk5StepQCCheckErr(fErrMax);
+        if (fErrMax <= 1.0) break;
+        if (fErrMax > 1e-200) fH = 0.9 * fH * std::exp(-0.25 * std::log(fErrMax));
+    }
+    *pfHUsed = fH;
+    if (fErrMax > 0.0006)
+        *pfHNextEst = 0.9 * fH * std::exp(-0.2 * std::log(fErrMax));
+    else
+        *pfHNextEst = 4.0 * fH;
+    rk5StepQCCheckHNext(*pfHNextEst);
+    for (Long i = 0; i < iN; i++) pfYNext[i] = afYOut[i];
+}

@@ -722,8 +722,13 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         if (pcmdsource != nullptr && !parFFnFArFModel->bEngineOff) {
             const FlightFlags flags = flagsOf(parFFnFArFModel);
             for (Long i = 1; i <= iNState; i++) arFStateStart[i] = arFState[i];
-            ck5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv,
-                      iNState, fDTi, 1.0, &arFStateErrScale, parFFnFArFModel);
+            if (bModelExact)
+                ck5StepQCFx<iNStateVehicle>(&arFState[1], &fTiNext, &fDTiUsed, &fDTiNext, fTi,
+                                            &arFState[1], &arFDeriv[1], fDTi, 1.0,
+                                            &arFStateErrScale[1], fnDeriv);
+            else
+                ck5StepQC(&arFState, &fTiNext, &fDTiUsed, &fDTiNext, fTi, &arFState, &arFDeriv,
+                          iNState, fDTi, 1.0, &arFStateErrScale, parFFnFArFModel);
             bDoubling = !(flags == flagsOf(parFFnFArFModel));
             if (bDoubling) {
                 restoreFlags(parFFnFArFModel, flags);
