@@ -175,19 +175,6 @@ TEST_F(ParamFileTest, NumbersThatAreNotFiniteAreRefused) {
     }
 }
 
-TEST_F(ParamFileTest, CountAboveTheLimitIsRefused) {
-    std::string sz;
-    for (Long i = 0; i < nParamTraj1Max; i++) sz += "1 ";
-    writeFile("traj1r.txt", sz + "\n");
-    Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
-    EXPECT_EQ(pvdf->n(), nParamTraj1Max);
-    delete pvdf;
-    writeFile("traj1r.txt", sz + "1\n");
-    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
-                "^FATAL ERROR --\n    pvdfParamTraj1FromFile\\(\\) too many numbers in "
-                "traj1r.txt\n$");
-}
-
 // ---- knot vector ---------------------------------------------------------------------
 
 TEST(KnotVectorTest, ClampedUniformListedCase) {
