@@ -98,11 +98,6 @@ TEST(F1PwFTest, DefinitionErrorsAreAssertions) {
 
 // ---- F3PwF -------------------------------------------------------------------------
 
-TEST(F3PwFTest, TwoPointNaturalSplineIsAStraightLine) {
-    F3PwF fn(arFm(1, {1.0, 3.0}), arFm(1, {2.0, 6.0}));
-    for (double x : {-1.0, 1.0, 1.5, 2.0, 3.0, 7.0}) EXPECT_DOUBLE_EQ(fn.fRAtFD(x), 2.0 * x) << x;
-}
-
 TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     // Points (0,0), (1,1), (2,0), natural ends: M0 = M2 = 0 and
     // M0 + 4 M1 + M2 = 6 (0 - 2 + 0), so M1 = -3; at x = 0.5:
@@ -137,13 +132,6 @@ TEST(F3PwFTest, OneSlopeOnlyMatchesTheFiniteDifferenceAtThatEnd) {
     // The other end is natural: zero second derivative.
     const double fPP = (fn.fRAtFD(4.0 + 1e-4) - 2.0 * fn.fRAtFD(4.0) + fn.fRAtFD(4.0 - 1e-4)) / 1e-8;
     EXPECT_NEAR(fPP, 0.0, 1e-5);
-}
-
-TEST(F3PwFTest, ArrayAndListFormsAreNaturalSplines) {
-    const double afD[] = {0.0, 1.0, 2.0};
-    const double afR[] = {0.0, 1.0, 0.0};
-    F3PwF fnArrays(3, afD, afR);
-    EXPECT_DOUBLE_EQ(fnArrays.fRAtFD(0.5), 0.6875);
 }
 
 TEST(F3PwFTest, DefinitionErrorsAreAssertions) {

@@ -107,12 +107,6 @@ TEST_F(PlanStateTest, FailedFitLeavesNoPlanSoListingAndFlightPlanDoNothing) {
     EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
 }
 
-TEST_F(PlanStateTest, SingularSystemIsAFailedFit) {
-    writeFile("traj1r.txt", "0 0 0 1 1 1 1 2 2 3 3 0\n");
-    EXPECT_FALSE(bPlanTraj1FromFile("traj1r.txt"));
-    EXPECT_FALSE(bPlanExists());
-}
-
 TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
     // The fit itself solves, but the accelerations of a path swinging by
     // 1e306 m overflow: such a plan would print NaN and infinities.
@@ -123,15 +117,6 @@ TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
     EXPECT_FALSE(bPlanExists());
     EXPECT_EQ(paPVdfXCpTraj1X, nullptr);
     EXPECT_FALSE(fileExists("fltplan.txt"));
-}
-
-TEST_F(PlanStateTest, FlightPlanCommandRewritesTheSameFile) {
-    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    ASSERT_TRUE(bRunPlan(&szOut));
-    writeFile("fltplan.txt", "");
-    writeFltplanTxt();
-    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
 }
 
 TEST_F(PlanStateTest, CountNotAMultipleOfThreeEndsTheProgram) {

@@ -83,24 +83,6 @@ TEST(FltplanTest, LineNumbersHeaderRowsAndEmptyLastLine) {
               "\n");
 }
 
-TEST(FltplanTest, RowsFollowTheSampleRangeAndLastLineIsCountPlusTwo) {
-    // N+1 samples give first line 3 and N+3; rows run from lo to hi.
-    Analysis an(5, 104);
-    for (Long i = 5; i <= 104; i++) {
-        an.vdfT[i] = i;
-        an.setF(i, 0.0, 0.0, 1.0, 0.0);
-    }
-    MemFile mf;
-    writeFltplan(mf.get(), &an.vdfT, an.paPVdfF, an.paPVdfM);
-    const std::string sz = mf.text();
-    EXPECT_EQ(sz.substr(0, 10), "   3  102\n");
-    Long nLine = 0;
-    for (char ch : sz) nLine += ch == '\n';
-    EXPECT_EQ(nLine, 2 + 100 + 1);
-    EXPECT_NE(sz.find("\n    5.000000     1.000000     0.000000\n"), std::string::npos);
-    EXPECT_EQ(sz.substr(sz.size() - 40), "  104.000000     1.000000     0.000000\n\n");
-}
-
 TEST(SummaryTest, ExactTextInTheListingAndOnStandardOutput) {
     // 400 N of a 1480 N / 3 share is 81.08 %, 100 N is 20.27 %; the throttle
     // range is (1 - 100/400) * 100 = 75 %.

@@ -118,54 +118,30 @@ protected:
 
 // ---- actuators and inertia --------------------------------------------------------------
 
-TEST_F(Sim, ThrustIsClampedToZeroAndTheLimit) {
-    double fFc, fMm;
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 2000.0, 0.0, 100.0);
-    EXPECT_EQ(fFc, 1480.0);
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, -50.0, 0.0, 100.0);
-    EXPECT_EQ(fFc, 0.0);
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 765.25, 0.0, 96.0);
-    EXPECT_EQ(fFc, 765.25);
-}
+// ---- actuators ------------------------------------------------------------------------
 
-TEST_F(Sim, MomentCapAndLeverArmLimit) {
-    double fFc, fMm;
-    // 1000 N*m with 1000 N thrust: the lever arm (0.4 m) limits, not the cap.
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 1000.0, 1000.0, 100.0);
-    EXPECT_EQ(fFc, 1000.0);
-    EXPECT_EQ(fMm, 400.0);
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 1000.0, -1000.0, 100.0);
-    EXPECT_EQ(fMm, -400.0);
-    // Full thrust: the cap (592) and the lever arm (0.4 * 1480) coincide.
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 5000.0, -5000.0, 100.0);
-    EXPECT_EQ(fMm, -592.0);
-    // With a lower cap, the cap is what limits.
+TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     Vehicle vehicleLowCap = vehicle;
     vehicleLowCap.fMmPitchMax = 100.0;
-    vehicleLowCap.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 1000.0, 300.0, 100.0);
-    EXPECT_EQ(fMm, 100.0);
-    // Within both limits the command passes.
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 250.0, -60.0, 100.0);
-    EXPECT_EQ(fMm, -60.0);
-    // No thrust, no moment.
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 0.0, 300.0, 100.0);
-    EXPECT_EQ(fFc, 0.0);
-    EXPECT_EQ(fMm, 0.0);
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, -10.0, 0.0, 100.0);
-    EXPECT_EQ(fMm, 0.0);
-}
-
-TEST_F(Sim, NothingAtOrBelowTheEmptyMass) {
-    double fFc = 1, fMm = 1;
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 600.0, 50.0, 95.0);
-    EXPECT_EQ(fFc, 0.0);
-    EXPECT_EQ(fMm, 0.0);
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 600.0, 50.0, 94.0);
-    EXPECT_EQ(fFc, 0.0);
-    EXPECT_EQ(fMm, 0.0);
-    vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, 600.0, 50.0, std::nextafter(95.0, 96.0));
-    EXPECT_EQ(fFc, 600.0);
-    EXPECT_EQ(fMm, 50.0);
+    const struct { Vehicle* pv; double fFcCmd, fMmCmd, fMs, fFc, fMm; } acase[] = {
+        {&vehicle, 2000.0, 0.0, 100.0, 1480.0, 0.0},     // the thrust limit
+        {&vehicle, -50.0, 0.0, 100.0, 0.0, 0.0},         // no negative thrust
+        {&vehicle, 765.25, 0.0, 96.0, 765.25, 0.0},
+        {&vehicle, 1000.0, 1000.0, 100.0, 1000.0, 400.0},  // lever arm 0.4 m limits
+        {&vehicle, 1000.0, -1000.0, 100.0, 1000.0, -400.0},
+        {&vehicle, 5000.0, -5000.0, 100.0, 1480.0, -592.0},
+        {&vehicleLowCap, 1000.0, 300.0, 100.0, 1000.0, 100.0},  // the cap limits
+        {&vehicle, 250.0, -60.0, 100.0, 250.0, -60.0},
+        {&vehicle, 0.0, 300.0, 100.0, 0.0, 0.0},  // no thrust, no moment
+        {&vehicle, 600.0, 50.0, 95.0, 0.0, 0.0},  // nothing at or below the empty mass
+        {&vehicle, 600.0, 50.0, 94.0, 0.0, 0.0},
+        {&vehicle, 600.0, 50.0, std::nextafter(95.0, 96.0), 600.0, 50.0}};
+    for (const auto& c : acase) {
+        double fFc = -1.0, fMm = -1.0;
+        c.pv->fFcThrustMmPitchActFmCmd(&fFc, &fMm, c.fFcCmd, c.fMmCmd, c.fMs);
+        EXPECT_EQ(fFc, c.fFc) << c.fFcCmd << " " << c.fMmCmd << " " << c.fMs;
+        EXPECT_EQ(fMm, c.fMm) << c.fFcCmd << " " << c.fMmCmd << " " << c.fMs;
+    }
 }
 
 // ---- command look-up --------------------------------------------------------------------
