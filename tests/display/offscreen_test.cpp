@@ -191,17 +191,6 @@ TEST_F(OffscreenTest, PaneCaptureReadsThePaneRectangle) {
     }
 }
 
-TEST(GlErrorTextTest, EachCodeHasItsText) {
-    EXPECT_STREQ(szGlErrorText(GL_INVALID_VALUE), "ERROR: OpenGL error -- invalid value");
-    EXPECT_STREQ(szGlErrorText(GL_INVALID_ENUM), "ERROR: OpenGL error -- invalid enum");
-    EXPECT_STREQ(szGlErrorText(GL_OUT_OF_MEMORY), "ERROR: OpenGL error -- out of memory");
-    EXPECT_STREQ(szGlErrorText(GL_STACK_OVERFLOW), "ERROR: OpenGL error -- stack overflow");
-    EXPECT_STREQ(szGlErrorText(GL_STACK_UNDERFLOW), "ERROR: OpenGL error -- stack underflow");
-    EXPECT_STREQ(szGlErrorText(GL_INVALID_OPERATION),
-                 "ERROR: OpenGL error -- invalid operation");
-    EXPECT_STREQ(szGlErrorText(0x0506), "warning -- unknown OpenGL error");
-}
-
 using OffscreenFailureTest = InTempDir;
 
 TEST_F(OffscreenFailureTest, ABadSizeIsLoggedAndRefusedWithoutACrash) {
