@@ -206,16 +206,6 @@ TEST_F(PlotDataTest, NoPlanOrNoRunGivesNoCurves) {
     EXPECT_TRUE(data.vecCurvePlan.empty() && data.vecCurveRun.empty() && !data.bLanding);
 }
 
-TEST(PlotQtyTest, NamesAndAxesCarryTheirUnits) {
-    const char* aszName[] = {"x", "z", "pitch", "thrust", "moment", "mass"};
-    const char* aszAxis[] = {"x (m)",    "z (m)", "pitch (rad)", "thrust (N)", "moment (N\u00b7m)",
-                             "mass (kg)"};
-    for (int i = 0; i < nPlotQty; i++) {
-        EXPECT_STREQ(szPlotQtyName(arPlotQty[i]), aszName[i]);
-        EXPECT_STREQ(szPlotQtyAxis(arPlotQty[i]), aszAxis[i]);
-    }
-}
-
 // ---- thruster split -------------------------------------------------------------
 
 TEST_F(PlotDataTest, ThrusterSplitGivesTheSummaryExtremesBitForBit) {
@@ -531,16 +521,6 @@ TEST_F(PlotDataTest, LandingMissIsTheDistanceFromThePlannedEndToTheLastRecord) {
     EXPECT_LT(lm.fDist, 1.0);
 }
 
-TEST_F(PlotDataTest, LandingWithoutAPlanGivesTheEndOfTheRunOnly) {
-    copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
-    fly();
-    LandingMiss lm{};
-    ASSERT_TRUE(bLandingMissFmProgram(&lm));
-    EXPECT_FALSE(lm.bPlan);
-    EXPECT_EQ(lm.fDist, 0.0);
-    EXPECT_EQ(lm.fTiRest, arFTiData[arFTiData.iLast()]);
-}
-
 TEST(LandingMissTextTest, WithAndWithoutAPlan) {
     LandingMiss lm{true, 28.5, 0.0, 0.2343, 28.7313, -0.0369, 7.75, -0.001};
     EXPECT_EQ(szLandingMiss(lm),
@@ -652,15 +632,4 @@ TEST_F(PlotDataTest, CsvThatCannotBeWrittenSaysWhy) {
         EXPECT_FALSE(bWriteRunCsvFmProgram("/dev/full"));
         EXPECT_EQ(errno, ENOSPC);
     }
-}
-
-TEST_F(PlotDataTest, NothingToWriteIsFalseWithNoError) {
-    errno = EINVAL;
-    EXPECT_FALSE(bWriteRunCsvFmProgram("run.csv"));
-    EXPECT_EQ(errno, 0);
-    errno = EINVAL;
-    EXPECT_FALSE(bWritePlanCsvFmProgram("plan.csv"));
-    EXPECT_EQ(errno, 0);
-    EXPECT_FALSE(vttest::fileExists("run.csv"));
-    EXPECT_FALSE(vttest::fileExists("plan.csv"));
 }

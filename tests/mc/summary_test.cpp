@@ -40,11 +40,6 @@ TEST(McSummaryStats, NearestRankRadii) {
     EXPECT_EQ(fMcRadiusAtPercent({0.25}, 95), 0.25);
 }
 
-TEST(McSummaryStats, MissIsTheDistanceInTheVerticalPlane) {
-    EXPECT_EQ(fMcMiss(resAt(1, 33.0, -4.0), 30.0, 0.0), 5.0);
-    EXPECT_EQ(fMcMiss(resAt(1, 30.0, 0.0), 30.0, 0.0), 0.0);
-}
-
 TEST(McSummaryStats, SummaryOfAKnownSet) {
     // Rest x 1, 2, 3, 6 (z 0) about (2, 0): misses 1, 0, 1, 4.
     std::vector<McRunResult> ares = {resAt(1, 1.0, 0.0), resAt(2, 2.0, 0.0), resAt(3, 3.0, 0.0),
@@ -149,16 +144,6 @@ TEST(McSummaryText, ExactLayout) {
               "    ran dry in the air =     0.0030 (3 of 1000)\n"
               "    stopped            = at rest 990, at 30 s 8, step too small 1, not flown 1\n"
               "    worst run          = 417 (miss 12.3457 m)\n");
-}
-
-TEST(McSummaryCsv, HeaderNamesEveryColumnWithItsUnit) {
-    EXPECT_EQ(szMcCsvHeader(),
-              "run,thrust_scale_dev[-],moment_bias_dev[N*m],exhaust_speed_dev[m/s],"
-              "initial_mass_dev[kg],drag_scale_dev[-],initial_pitch_dev[rad],"
-              "initial_pitch_rate_dev[rad/s],initial_vx_dev[m/s],command_delay_dev[s],"
-              "rest_time[s],rest_x[m],rest_z[m],rest_pitch[rad],touchdown_time[s],"
-              "touchdown_vx[m/s],touchdown_vz[m/s],touchdown_speed[m/s],propellant_left[kg],"
-              "upright,ran_dry,stop,steps,miss[m]\n");
 }
 
 TEST(McSummaryCsv, RowsWithAndWithoutTouchdown) {
