@@ -322,20 +322,3 @@ TEST(AngleDeathTest, SignDegreesMinutesSecondsRejectsNaN) {
                  "Assertion failed: fDeg < 2147483647.0");
 }
 
-// ---- logging ----------------------------------------------------------------------------
-
-using Geom3cLogTest = InTempDir;
-
-TEST_F(Geom3cLogTest, LabelledValuesInTheLog) {
-    openLogFile();
-    logSzFmtPt3c("eye", Pt3c(1.5, -2, 0.25));
-    logSzFmtDr3c("look", Dr3c(0, 0, -1));
-    logSzFmtRcb3c("rot", rcb3cIdent());
-    closeLogFile();
-    std::string sz = vttest::readFile("fe.log");
-    EXPECT_NE(sz.find("eye ( 1.5, -2, 0.25 )\n"), std::string::npos) << sz;
-    EXPECT_NE(sz.find("look ( 0, 0, -1 )\n"), std::string::npos) << sz;
-    EXPECT_NE(sz.find("rot ( 1, 0, 0 )\n"), std::string::npos) << sz;
-    EXPECT_NE(sz.find("rot ( 0, 1, 0 )\n"), std::string::npos) << sz;
-    EXPECT_NE(sz.find("rot ( 0, 0, 1 )\n"), std::string::npos) << sz;
-}

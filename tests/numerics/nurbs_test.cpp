@@ -270,14 +270,6 @@ TEST(VdfXBSplineAtUDeath, PointVectorMustStartAtOne) {
                  "^Assertion failed: pvdfX->lo == 1, file .*nurbs\\.cpp");
 }
 
-TEST(VdfXBSplineAtUDeath, ControlPointsMustBeOneDimensional) {
-    Vd<double> vdfU = vdfOf(knotsClamped(2, 0.0, {1.0}, 2.0));
-    A<unsigned char*> apVdfP2(0, 3, 0, 0);
-    Vd<double> vdfX(1, 2);
-    EXPECT_DEATH(vdfXBSplineAtU(2, 0.5, 3, 2, &vdfU, &apVdfP2, &vdfX),
-                 "Assertion failed: nDim\\(\\) == 1");
-}
-
 // ---- curve derivatives -------------------------------------------------------
 
 TEST(MdcfDerivsBSplineAtU, ColumnsAreThePointAndItsDerivatives) {
@@ -302,27 +294,6 @@ TEST(MdcfDerivsBSplineAtU, ColumnsAreThePointAndItsDerivatives) {
                         << "p=" << c.p << " u=" << u << " k=" << k;
                 }
             }
-        }
-    }
-}
-
-TEST(MdcfDerivsBSplineAtU, FirstDerivativeMatchesDifferencesOfThePoint) {
-    const Curve c{6, knotsClamped(6, 0.0, {1.0, 3.0, 4.0, 8.0, 9.5, 13.0, 21.0, 26.0}, 30.0)};
-    Vd<double> vdfU = vdfOf(c.U);
-    const Long n = nOf(c);
-    ControlPoints cp(n, 2);
-    Mdc<double> mdcf(1, 2, 0, 2);
-    Vd<double> vdfXMinus(1, 2), vdfX0(1, 2), vdfXPlus(1, 2);
-    const double fDu = 1e-4;
-    for (double u : {0.5, 2.0, 6.0, 11.0, 17.0, 23.5, 28.0}) {
-        mdcfDerivsBSplineAtU(2, n, c.p, &vdfU, &cp.apVdfP, u, 2, &mdcf);
-        vdfXBSplineAtU(2, u - fDu, n, c.p, &vdfU, &cp.apVdfP, &vdfXMinus);
-        vdfXBSplineAtU(2, u, n, c.p, &vdfU, &cp.apVdfP, &vdfX0);
-        vdfXBSplineAtU(2, u + fDu, n, c.p, &vdfU, &cp.apVdfP, &vdfXPlus);
-        for (Long iDim = 1; iDim <= 2; iDim++) {
-            EXPECT_NEAR(mdcf.at(iDim, 1), (vdfXPlus[iDim] - vdfXMinus[iDim]) / (2 * fDu), 1e-6);
-            EXPECT_NEAR(mdcf.at(iDim, 2),
-                        (vdfXPlus[iDim] - 2 * vdfX0[iDim] + vdfXMinus[iDim]) / (fDu * fDu), 1e-4);
         }
     }
 }
