@@ -534,38 +534,6 @@ TEST(LandingMissTextTest, WithAndWithoutAPlan) {
 
 // ---- CSV ------------------------------------------------------------------------
 
-TEST_F(PlotDataTest, RunCsvReadsBackToTheRecordsAndPrintsAsTheResultsFile) {
-    planBundledHop();
-    fly();
-    ASSERT_TRUE(bWriteRunCsvFmProgram("run.csv"));
-    const std::vector<std::string> vecCsv = vecLines(readFile("run.csv"));
-    const std::vector<std::string> vecResults = vecLines(readFile("results.txt"));
-    ASSERT_EQ(vecCsv.size(), static_cast<std::size_t>(arFTiData.n()) + 1);
-    EXPECT_EQ(vecCsv[0],
-              "t_s,x_m,z_m,vx_m_s,vz_m_s,pitch_rad,pitch_rate_rad_s,mass_kg,pitch_inertia_kg_m2,"
-              "thrust_cmd_N,thrust_act_N,moment_cmd_N_m,moment_act_N_m");
-    EXPECT_EQ(vecCsv[0], szRunCsvHeader);
-    for (std::size_t k = 1; k < vecCsv.size(); k++) {
-        const std::vector<double> af = vecCsvRow(vecCsv[k]);
-        ASSERT_EQ(af.size(), 13u);
-        // Exactly the stored numbers.
-        const Long i = arFTiData.iFirst() + static_cast<Long>(k - 1);
-        const Stvehicle3dof& st = stStored(i);
-        EXPECT_EQ(af[0], arFTiData[i]);
-        EXPECT_EQ(af[1], st.fXf);
-        EXPECT_EQ(af[5], st.fPitch);
-        EXPECT_EQ(af[8], st.fIPitch);
-        EXPECT_EQ(af[12], st.fMmPitchAct);
-        // Printed as the results file prints them, the same line.
-        char szLine[200];
-        std::snprintf(szLine, sizeof szLine,
-                      "%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.1lf%8.1lf%8.1lf%8.1lf",
-                      af[0], af[1], af[2], fDeg(af[5]), af[3], af[4], fDeg(af[6]), af[7], af[9],
-                      af[10], af[11], af[12]);
-        EXPECT_EQ(vecResults[k], szLine) << k;
-    }
-}
-
 TEST_F(PlotDataTest, PlanCsvReadsBackToTheListingAndTheFlightPlan) {
     planBundledHop();
     writeTraj1lTxt();

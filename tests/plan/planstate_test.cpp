@@ -8,6 +8,7 @@
 #include <string>
 
 #include "plan/planstate.h"
+#include "plan/report.h"
 #include "plan/wptfpln.h"
 #include "sim/flight.h"
 #include "sim/ground.h"
@@ -212,4 +213,13 @@ TEST_F(PlanStateTest, BundledHopFlownWithItsPlanComesToRestUprightWherePlanned) 
         fZMax = std::max(fZMax, static_cast<Stvehicle3dof*>(arPSt[i])->fZf);
     EXPECT_GT(fZMax, 1.0);
     deleteStoredRun(&arFTi, &arPSt);
+}
+
+TEST(SummaryTest, EqualExtremesGiveZeroThrottleRangeAndPercentOfOneShare) {
+    // A third of the maximum thrust is 100 % of one thruster's share.
+    const std::string sz = vttest::szPrinted(
+        [](std::FILE* pf) { printSummary(pf, false, 0.0, 0.0, 1480.0 / 3.0, 1480.0 / 3.0, 1480.0); });
+    EXPECT_NE(sz.find("    max thruster force =   493.3333 (100.0 %)\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("    min thruster force =   493.3333 (100.0 %)\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("    throttle range     =        0.0 %\n"), std::string::npos) << sz;
 }

@@ -327,32 +327,6 @@ TEST_F(AnalysisTest, KinematicsMatchTheSplinesAndForceIsMassTimesInertiaPlusGrav
     EXPECT_NEAR(path.fHorzRange, 18.0, 1e-9);
 }
 
-TEST_F(AnalysisTest, PitchRatesMatchFiniteDifferencesOfPitch) {
-    Fit fit(vfHopLong);
-    ASSERT_TRUE(fit.bOk);
-    const Long n = 4000;
-    const double h = (fit.fTf - fit.fTi) / n;
-    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 0, n);
-    Path path(fit, &vdfT);
-    const Vd<double>& th = *path.pvdfPitch;
-    const Vd<double>& thd = *path.pvdfPitchDot;
-    const Vd<double>& thdd = *path.pvdfPitchDot2;
-    double fRateMax = 0.0, fAccMax = 0.0;
-    for (Long i = 1; i < n; i++) {
-        fRateMax = std::max(fRateMax, std::fabs(thd[i]));
-        fAccMax = std::max(fAccMax, std::fabs(thdd[i]));
-        EXPECT_NEAR(thd[i], (th[i + 1] - th[i - 1]) / (2 * h), 2e-4 * (1 + std::fabs(thd[i]))) << i;
-        EXPECT_NEAR(thdd[i], (thd[i + 1] - thd[i - 1]) / (2 * h), 2e-3 * (1 + std::fabs(thdd[i])))
-            << i;
-        EXPECT_NEAR(thdd[i], (th[i + 1] - 2 * th[i] + th[i - 1]) / (h * h),
-                    2e-3 * (1 + std::fabs(thdd[i])))
-            << i;
-    }
-    // The path really pitches, so the comparison means something.
-    EXPECT_GT(fRateMax, 0.1);
-    EXPECT_GT(fAccMax, 0.1);
-}
-
 TEST_F(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
     Fit fit(vfHopShort);
     ASSERT_TRUE(fit.bOk);
