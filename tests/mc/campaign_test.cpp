@@ -115,23 +115,6 @@ TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheReferencePlans) {
     }
 }
 
-TEST_F(McCampaign, UndispersedRunOfTheReferencePlanRestsWhereItsReportSays) {
-    // The checked-in report of the pitch-step plan, last line: the rest
-    // point at 8.85 s.
-    vttest::copyTestData("reference/flight/pitch_step/fltplan.txt", "fltplan.txt");
-    readSchedule("fltplan.txt");
-    const McRunResult res = fly(McInputs{});
-    char sz[64];
-    std::snprintf(sz, sizeof sz, "%8.2lf%8.2lf%8.2lf%8.2lf", res.fTiRest, res.fXfRest,
-                  res.fZfRest, res.fPitchRest / 3.141592653589793 * 180.0);
-    EXPECT_STREQ(sz, "    8.85    5.13   -1.54  -20.00");
-    EXPECT_EQ(res.iStop, mcStopRest);
-    // At rest on the 20 deg slope: touched down, but not upright.
-    EXPECT_EQ(res.bTouchdown, 1);
-    EXPECT_EQ(res.bUpright, 0);
-    EXPECT_EQ(res.bRanDry, 0);
-}
-
 // ---- outcomes against closed forms -----------------------------------------------------
 
 TEST_F(McCampaign, AFallWithNoThrustAndNoDragRunsToTheEndAlongTheParabola) {

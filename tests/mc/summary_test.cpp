@@ -65,6 +65,8 @@ TEST(McSummaryStats, SummaryOfAKnownSet) {
     EXPECT_EQ(summ.iRunWorst, 4);
     EXPECT_EQ(summ.fMissWorst, 4.0);
     EXPECT_EQ(summ.fXfRef, 2.0);
+    // The miss is the distance in the vertical plane: 3, 4, 5.
+    EXPECT_EQ(fMcMiss(resAt(5, 5.0, 4.0), 2.0, 0.0), 5.0);
 }
 
 TEST(McSummaryStats, EqualWorstMissesGoToTheLowerRunNumber) {
