@@ -219,22 +219,3 @@ TEST_F(LogFileTest, LogThatCannotBeOpenedIsReportedAndSkipped) {
 }
 
 // ---- what reaches the file ----------------------------------------------------------
-
-TEST_F(LogFileTest, AssertionsAndImpossibleStatesLeaveBufferedTextUnwritten) {
-    EXPECT_DEATH(
-        {
-            openLogFile();
-            logSz("pending");
-            VT_ASSERT(1 == 2);
-        },
-        "Assertion failed: 1 == 2");
-    EXPECT_EQ(readFile("fe.log").find("pending"), std::string::npos);
-    EXPECT_DEATH(
-        {
-            openLogFile();
-            logSz("pending");
-            cantHappen("lost");
-        },
-        "    lost\nAssertion failed: 0");
-    EXPECT_EQ(readFile("fe.log").find("CAN'T HAPPEN"), std::string::npos);
-}

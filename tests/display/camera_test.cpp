@@ -120,26 +120,6 @@ TEST(CameraDeathTest, LookParallelToUp) {
 
 // ---- pane transforms and aspect matching -----------------------------------------------------
 
-TEST(PaneTest, MatchFromWidthOrHeight) {
-    XfmPFmC3c xp = xfmPFmC3cFm(0, 0, 800, 600);
-    XfmCFmW3c a = xfmCFmW3cMatchArFDX(xp, Pt3c(1, 2, 3), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.25, 1,
-                                      100, 0);
-    EXPECT_DOUBLE_EQ(a.fL, -0.125);
-    EXPECT_DOUBLE_EQ(a.fR, 0.125);
-    EXPECT_DOUBLE_EQ(a.fB, -0.09375);
-    EXPECT_DOUBLE_EQ(a.fT, 0.09375);
-    EXPECT_EQ(a.fN, 1.0);
-    EXPECT_EQ(a.fF, 100.0);
-    EXPECT_EQ(a.ptEye.fZ, 3.0);
-    XfmCFmW3c b = xfmCFmW3cMatchArFDY(xp, Pt3c(1, 2, 3), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.3, 1, 100,
-                                      1);
-    EXPECT_DOUBLE_EQ(b.fB, -0.15);
-    EXPECT_DOUBLE_EQ(b.fT, 0.15);
-    EXPECT_DOUBLE_EQ(b.fR - b.fL, 0.4);
-    EXPECT_DOUBLE_EQ(b.fL, -0.2);
-    EXPECT_TRUE(b.bOrtho);
-}
-
 TEST(PaneTest, WidenOrNarrowToThePaneAspect) {
     // A square window, off centre, on a wide pane and on a tall pane.
     XfmCFmW3c x = xfmCFmW3cFm(Pt3c(), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.0, 0.2, -0.1, 0.1, 1, 10, 0);

@@ -145,32 +145,6 @@ const Rgb rgbBk = {128, 64, 64};
 
 // ---- without OpenGL ----------------------------------------------------------------------
 
-TEST(VehicleBodyTest, ProfileIsClosedAndBuiltFromTheListedDimensions) {
-    // Starts and ends on the axis, each surface begins where the last ended.
-    EXPECT_EQ(arSfRevVehicle[0].fRadA, 0.0);
-    EXPECT_EQ(arSfRevVehicle[nSfRevVehicle - 1].fRadB, 0.0);
-    for (Long i = 1; i < nSfRevVehicle; ++i) {
-        EXPECT_EQ(arSfRevVehicle[i].fRadA, arSfRevVehicle[i - 1].fRadB) << i;
-        EXPECT_EQ(arSfRevVehicle[i].fHA, arSfRevVehicle[i - 1].fHB) << i;
-    }
-    // Each surface has its own material.
-    const PmdspSf3cLighting* arP[nSfRevVehicle] = {
-        ppmdspSfVehicleBot,      ppmdspSfVehicleSkirtVert, ppmdspSfVehicleSkirtSlant,
-        ppmdspSfVehicleSkirtTop, ppmdspSfVehicleDomeVert,  ppmdspSfVehicleDomeSlant,
-        ppmdspSfVehicleDomeTop};
-    for (Long i = 0; i < nSfRevVehicle; ++i) EXPECT_EQ(arSfRevVehicle[i].ppmdsp, arP[i]) << i;
-    // The profile turns anticlockwise: (dh, -dr) points out of the body,
-    // away from a point inside it.
-    for (Long i = 0; i < nSfRevVehicle; ++i) {
-        const SfRevVehicle& sf = arSfRevVehicle[i];
-        const double fNR = sf.fHB - sf.fHA;
-        const double fNH = -(sf.fRadB - sf.fRadA);
-        const double fRadM = (sf.fRadA + sf.fRadB) / 2.0;
-        const double fHM = (sf.fHA + sf.fHB) / 2.0;
-        EXPECT_GT(fNR * (fRadM - 0.0) + fNH * (fHM - 0.4), 0.0) << i;
-    }
-}
-
 TEST(PathColourTest, ThresholdsAtAQuarterAndATwentiethOfThePropellant) {
     // Full 100 kg, empty 95 kg: mHi = 96.25, mLo = 95.25.
     Vehicle v;
@@ -210,42 +184,6 @@ protected:
     static void SetUpTestSuite() { initParams(); }
 };
 
-TEST_F(GraticuleTest, RingsLieOnTheGroundOnTheSideOfPositiveX) {
-    const double fTan20 = std::tan(20.0 * fPi / 180.0);
-    for (Long iRad = 0; iRad < nRadGraticuleGnd; ++iRad) {
-        const double fRad = arFRadGraticuleGnd[iRad];
-        const Long k = std::lround(fRad * fPi);  // 31, 63, 94, 126
-        std::vector<Pt3c> arPtA;
-        std::vector<Pt3c> arPtB;
-        visitSegGraticuleGnd(fRad, &arPArPPtVtxPgnGnd, [&](const Pt3c& ptA, const Pt3c& ptB) {
-            arPtA.push_back(ptA);
-            arPtB.push_back(ptB);
-        });
-        // The whole half ring is over the ground: k - 1 joined segments.
-        ASSERT_EQ(static_cast<Long>(arPtA.size()), k - 1) << fRad;
-        for (size_t i = 0; i + 1 < arPtA.size(); ++i) {
-            EXPECT_EQ(arPtB[i].fX, arPtA[i + 1].fX);
-            EXPECT_EQ(arPtB[i].fZ, arPtA[i + 1].fZ);
-        }
-        // From -90 to +90 degrees: (0, -r) to (0, +r) through (r, 0).
-        EXPECT_NEAR(arPtA.front().fX, 0.0, 1e-12);
-        EXPECT_NEAR(arPtA.front().fY, -fRad, 1e-12);
-        EXPECT_NEAR(arPtB.back().fY, fRad, 1e-12);
-        for (size_t i = 0; i < arPtA.size(); ++i) {
-            const Pt3c& pt = arPtA[i];
-            EXPECT_NEAR(std::hypot(pt.fX, pt.fY), fRad, 1e-9);
-            EXPECT_GE(pt.fX, -1e-9);
-            // Height of the ground under the point, from the strips' own
-            // geometry: level to x = 1, then the 20 degree slope.
-            double fZGnd = pt.fZ;
-            if (pt.fX <= 1.0) fZGnd = 0.0;
-            if (pt.fX > 1.0 && pt.fX < 9.0) fZGnd = -(pt.fX - 1.0) * fTan20;
-            if (pt.fX > 12.0 && pt.fX < 17.0) fZGnd = -5.911761874129619;
-            EXPECT_NEAR(pt.fZ, fZGnd, 1e-9) << pt.fX;
-        }
-    }
-}
-
 TEST_F(GraticuleTest, ARingIsBrokenWhereItLeavesTheGround) {
     // One strip ending at x = 15: the ring of radius 20 keeps only the
     // segments whose two ends both have x <= 15.
@@ -280,17 +218,6 @@ TEST_F(GraticuleTest, ARingIsBrokenWhereItLeavesTheGround) {
     visitSegGraticuleGnd(fRad, &arPPgnNone, [&](const Pt3c&, const Pt3c&) { ++nSeg; });
     visitSegGraticuleGnd(0.3, &arPPgn, [&](const Pt3c&, const Pt3c&) { ++nSeg; });
     EXPECT_EQ(nSeg, 0);
-}
-
-TEST(ProjectionMatrixTest, OpenGlGetsTheMatrixColumnByColumn) {
-    double arF[16];
-    arFGlFmX4h(arF, x4hTrans(1.0, 2.0, 3.0) * x4hRotZ(0.5));
-    const X4h x4h = x4hTrans(1.0, 2.0, 3.0) * x4hRotZ(0.5);
-    for (int r = 1; r <= 4; ++r) {
-        for (int c = 1; c <= 4; ++c) EXPECT_EQ(arF[(c - 1) * 4 + (r - 1)], x4h.mxF[r][c]);
-    }
-    EXPECT_EQ(arF[12], -1.0);  // the translation sits in the last column
-    EXPECT_EQ(arF[14], -3.0);
 }
 
 // ---- whole frames, offscreen ----------------------------------------------------------
@@ -390,41 +317,6 @@ TEST_F(SceneFrameTest, GraticuleAndTriadLabelsAreDrawn) {
         }
     }
     EXPECT_TRUE(bFound) << "no X glyph near pixel " << pxLabel.iX << ", " << pxLabel.iY;
-}
-
-TEST_F(SceneFrameTest, VehicleIsVisibleAtTheDefaultCamera) {
-    Stvehicle3dof stFar = stInit;
-    stFar.fXf = 1.0e5;  // far out of the view
-    stFar.fZf = 1.0e5;
-    const Frame frameWithout = frameState(stFar);
-    Stvehicle3dof stHigh = stInit;
-    stHigh.fXf = 10.0;
-    stHigh.fZf = 5.0;  // in the air over the valley, against the ground
-    const Frame frameWith = frameState(stHigh);
-    // The pixels that changed surround the vehicle's projected position
-    // and span about its width (1 m).
-    Long iXMin = pane.iPxDX, iXMax = -1, iYMin = pane.iPxDY, iYMax = -1;
-    for (Long iY = 0; iY < pane.iPxDY; ++iY) {
-        for (Long iX = 0; iX < pane.iPxDX; ++iX) {
-            const Rgb a = frameWithout.at(iX, iY);
-            const Rgb b = frameWith.at(iX, iY);
-            if (a.iR == b.iR && a.iG == b.iG && a.iB == b.iB) continue;
-            iXMin = std::min(iXMin, iX);
-            iXMax = std::max(iXMax, iX);
-            iYMin = std::min(iYMin, iY);
-            iYMax = std::max(iYMax, iY);
-        }
-    }
-    const PxPos pxL = px(Pt3c(9.5, 0.0, 5.3));
-    const PxPos pxR = px(Pt3c(10.5, 0.0, 5.3));
-    const PxPos pxBot = px(Pt3c(10.0, 0.0, 5.0));
-    const PxPos pxTop = px(Pt3c(10.0, 0.0, 5.62));
-    ASSERT_GE(iXMax, 0) << "the vehicle changed no pixel";
-    EXPECT_NEAR(iXMin, pxL.iX, 3);
-    EXPECT_NEAR(iXMax, pxR.iX, 3);
-    EXPECT_NEAR(iYMin, pxBot.iY, 3);
-    EXPECT_NEAR(iYMax, pxTop.iY, 3);
-    EXPECT_GE(iXMax - iXMin, 15);  // big enough to see
 }
 
 TEST_F(SceneFrameTest, AnEmptyRunDrawsOnlyTheGroundAndTheTriad) {

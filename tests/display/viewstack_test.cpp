@@ -412,32 +412,6 @@ TEST(ViewDragTest, VerticalDragTiltsAndStopsShortOfTheUpDirection) {
     EXPECT_TRUE(std::isfinite(xZero.x4hCFmW.mxF[1][1]));
 }
 
-TEST(ViewDragTest, ZoomMovesAlongTheLookTowardTheLookAtPoint) {
-    Pane pane = paneOf(800, 600);
-    XfmCFmW3c xfm0 = xfmCFmW3cDefaultFm(xfmPFmC3cFm(pane));
-    Pt3c ptC = ptLookAtFmXfmCFmW3c(xfm0);
-    double fDist = fDistPtPt(ptC, xfm0.ptEye);
-    // Up by a third of the height: distance times e^-1.
-    XfmCFmW3c xIn = xfmCFmWZoomedByDrag(xfm0, -200, pane);
-    EXPECT_EQ(xIn.drLook.fX, xfm0.drLook.fX);
-    EXPECT_EQ(xIn.drLook.fY, xfm0.drLook.fY);
-    EXPECT_EQ(xIn.drLook.fZ, xfm0.drLook.fZ);
-    EXPECT_NEAR(fDistPtPt(xIn.ptEye, ptC), fDist * std::exp(-1.0), 1e-9);
-    Pt3c ptOnAxis = xIn.ptEye + fDistPtPt(xIn.ptEye, ptC) * xIn.drLook;
-    EXPECT_NEAR(fDistPtPt(ptOnAxis, ptC), 0.0, 1e-9);
-    // Down: farther, by the inverse factor.
-    XfmCFmW3c xOut = xfmCFmWZoomedByDrag(xfm0, 200, pane);
-    EXPECT_NEAR(fDistPtPt(xOut.ptEye, ptC), fDist * std::exp(1.0), 1e-9);
-    // Repeated small drags compose like one big one.
-    XfmCFmW3c xStep = xfm0;
-    for (int i = 0; i < 4; ++i) xStep = xfmCFmWZoomedByDrag(xStep, -50, pane);
-    EXPECT_NEAR(fDistPtPt(xStep.ptEye, ptC), fDistPtPt(xIn.ptEye, ptC), 1e-9);
-    // No drag, no change.
-    EXPECT_NEAR(fDistPtPt(xfmCFmWZoomedByDrag(xfm0, 0, pane).ptEye, xfm0.ptEye), 0.0, 1e-12);
-    EXPECT_DOUBLE_EQ(xIn.fR - xIn.fL, xfm0.fR - xfm0.fL);
-    EXPECT_EQ(xIn.fF, xfm0.fF);
-}
-
 TEST(ViewDragTest, ZoomNeverReachesOrPassesTheLookAtPoint) {
     Pane pane = paneOf(800, 600);
     XfmCFmW3c xfm0 = xfmCFmW3cDefaultFm(xfmPFmC3cFm(pane));

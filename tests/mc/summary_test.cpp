@@ -87,25 +87,6 @@ TEST(McSummaryStats, OneRunHasNoSpread) {
     EXPECT_EQ(summ.iRunWorst, 1);
 }
 
-TEST(McSummaryStats, LargeCampaignRadiiMatchTheRayleighLaw) {
-    // Misses of a circular normal scatter with unit deviation per axis follow
-    // the Rayleigh law: Rp = sqrt(-2 ln(1 - p)).
-    McRng rng{2718281828};
-    const Long n = 200000;
-    std::vector<McRunResult> ares(static_cast<std::size_t>(n));
-    for (Long i = 0; i < n; i++) {
-        const double x = rng.fNormal();
-        const double z = rng.fNormal();
-        ares[static_cast<std::size_t>(i)] = resAt(i + 1, 10.0 + x, z);
-    }
-    const McSummary summ = mcSummarize(ares.data(), n, 10.0, 0.0);
-    EXPECT_NEAR(summ.fR50, std::sqrt(-2.0 * std::log(0.5)), 0.01);
-    EXPECT_NEAR(summ.fR90, std::sqrt(-2.0 * std::log(0.1)), 0.015);
-    EXPECT_NEAR(summ.fR95, std::sqrt(-2.0 * std::log(0.05)), 0.02);
-    EXPECT_NEAR(summ.fXfRestMean, 10.0, 0.01);
-    EXPECT_NEAR(summ.fXfRestSd, 1.0, 0.01);
-}
-
 TEST(McSummaryText, ExactLayout) {
     McSummary summ;
     summ.nRun = 1000;
@@ -183,22 +164,6 @@ TEST_F(McSummaryFiles, CsvHasTheHeaderAndOneRowPerRunInOrder) {
                                                 szMcCsvRow(ares[0], std::sqrt(2.0)) +
                                                 szMcCsvRow(ares[1], 5.0));
     EXPECT_FALSE(bWriteMcCsv("no/such/dir/runs.csv", ares.data(), 2, 2.0, -1.0));
-}
-
-TEST_F(McSummaryFiles, CsvIsTheSameFormattedOnManyThreads) {
-    // More rows than one formatting batch, split unevenly among threads.
-    const Long n = 70001;
-    std::vector<McRunResult> ares(static_cast<std::size_t>(n));
-    std::string szExpected = szMcCsvHeader();
-    for (Long i = 0; i < n; i++) {
-        ares[static_cast<std::size_t>(i)] = resAt(i + 1, 0.001 * i, -0.5);
-        szExpected += szMcCsvRow(ares[static_cast<std::size_t>(i)],
-                                 fMcMiss(ares[static_cast<std::size_t>(i)], 1.0, 0.0));
-    }
-    for (Long nThread : {1, 2, 3, 7}) {
-        ASSERT_TRUE(bWriteMcCsv("runs.csv", ares.data(), n, 1.0, 0.0, nThread));
-        EXPECT_TRUE(vttest::readFile("runs.csv") == szExpected) << nThread << " threads";
-    }
 }
 
 }  // namespace

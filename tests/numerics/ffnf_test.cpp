@@ -68,20 +68,6 @@ TEST(F1PwFTest, InterpolatesLinearlyAndExtrapolatesTheEndSegments) {
     EXPECT_DOUBLE_EQ(fn.fRAtFD(-1.0), -1.0);
 }
 
-TEST(F1PwFTest, AllConstructorFormsGiveTheSameTable) {
-    const double afD[] = {1.0, 2.0, 4.0, 8.0};
-    const double afR[] = {0.0, -1.0, 5.0, 5.5};
-    F1PwF fnArrays(4, afD, afR);
-    F1PwF fnList(4, 1.0, 0.0, 2.0, -1.0, 4.0, 5.0, 8.0, 5.5);
-    F1PwF fnA1Val(arFm(1, {1.0, 2.0, 4.0, 8.0}), arFm(1, {0.0, -1.0, 5.0, 5.5}));
-    for (double x = 0.0; x <= 9.0; x += 0.37) {
-        EXPECT_EQ(fnArrays.fRAtFD(x), fnA1Val.fRAtFD(x)) << x;
-        EXPECT_EQ(fnList.fRAtFD(x), fnA1Val.fRAtFD(x)) << x;
-    }
-    F1PwF fnTwo(2, 0.0, 0.0, 2.0, 4.0);
-    EXPECT_EQ(fnTwo.fRAtFD(1.0), 2.0);
-}
-
 TEST(F1PwFTest, DefinitionErrorsAreAssertions) {
     const double afD[] = {1.0, 2.0};
     EXPECT_DEATH(F1PwF(1, afD, afD), szAssert("iN > 1"));

@@ -247,21 +247,6 @@ TEST(VdfXBSplineAtU, IsTheBasisWeightedSumOfControlPoints) {
     }
 }
 
-TEST(VdfXBSplineAtU, ClampedEndsAreTheEndControlPoints) {
-    // Knots in the form the trajectory fit makes them: times in seconds.
-    const Knots U = knotsClamped(6, 0.0, {2.0, 4.0, 6.0, 10.0, 14.0, 20.0, 24.0}, 30.0);
-    Vd<double> vdfU = vdfOf(U);
-    const Long n = static_cast<Long>(U.size()) - 6 - 2;
-    ControlPoints cp(n, 2);
-    Vd<double> vdfX(1, 2);
-    vdfXBSplineAtU(2, 0.0, n, 6, &vdfU, &cp.apVdfP, &vdfX);
-    EXPECT_EQ(vdfX[1], cp.fP(0, 1));
-    EXPECT_EQ(vdfX[2], cp.fP(0, 2));
-    vdfXBSplineAtU(2, 30.0, n, 6, &vdfU, &cp.apVdfP, &vdfX);
-    EXPECT_EQ(vdfX[1], cp.fP(n, 1));
-    EXPECT_EQ(vdfX[2], cp.fP(n, 2));
-}
-
 TEST(VdfXBSplineAtUDeath, PointVectorMustStartAtOne) {
     Vd<double> vdfU = vdfOf(knotsClamped(2, 0.0, {1.0}, 2.0));
     ControlPoints cp(3, 2);

@@ -426,25 +426,6 @@ double fMmidExp(Long nStep) {
 }
 }  // namespace
 
-TEST(MmidStep, LinearRateIsIntegratedExactlyForEveryStepCount) {
-    // y' = 2t from y(1) = 1 over 0.75: y = t^2, 3.0625 at the end. The
-    // midpoint sequence is exact at even points and off by h^2 at odd ones;
-    // the closing average cancels that.
-    class Linear : public ArF64FnF64ArF64 {
-    public:
-        void arFAtFArF(A1Val<double>* pd, double fTi, const A1Val<double>&) override {
-            pd->reconstructIFirstILast(1, 1);
-            (*pd)[1] = 2.0 * fTi;
-        }
-    } lin;
-    for (Long nStep : {1, 2, 3, 5, 8, 96}) {
-        A1Val<double> arFY = arFOf({1.0});
-        A1Val<double> arFDyDx = arFOf({2.0});
-        mmidStep(&arFY, 1.0, &arFY, &arFDyDx, 1, 0.75, &lin, nStep);
-        EXPECT_NEAR(arFY[1], 3.0625, 1e-14) << nStep;
-    }
-}
-
 // ---- rzextr -----------------------------------------------------------------------
 
 namespace {

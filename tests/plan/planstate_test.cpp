@@ -120,20 +120,6 @@ TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
     EXPECT_FALSE(fileExists("fltplan.txt"));
 }
 
-TEST_F(PlanStateTest, CountNotAMultipleOfThreeEndsTheProgram) {
-    copyTestData("reference/plan/bad_count/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    std::string szPattern = szRef("bad_count/expected/stderr.txt");
-    szPattern.insert(0, 1, '^');
-    szPattern.push_back('$');
-    EXPECT_EXIT(bRunPlan(&szOut), ::testing::ExitedWithCode(1), szPattern);
-}
-
-TEST_F(PlanStateTest, MissingWaypointFileEndsTheProgramNamingIt) {
-    std::string szOut;
-    EXPECT_EXIT(bRunPlan(&szOut), ::testing::ExitedWithCode(1), "can't open traj1r.txt");
-}
-
 TEST_F(PlanStateTest, UnwritableReportIsSkippedWithOneLine) {
     copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
     ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));

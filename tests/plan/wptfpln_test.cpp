@@ -347,27 +347,6 @@ TEST_F(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
     EXPECT_EQ(path.fMsProp, (*path.pvdfMs)[0] - (*path.pvdfMs)[6]);
 }
 
-TEST_F(AnalysisTest, ThrusterExtremesOverThreeThrustersOfTheSplitForce) {
-    Fit fit(vfHopLong);
-    ASSERT_TRUE(fit.bOk);
-    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 0, 300);
-    Path path(fit, &vdfT);
-    double fMin = 1e300, fMax = -1e300;
-    for (Long i = 0; i <= 300; i++) {
-        const Vd<double>& f = *pvdfAt(path.paF, i);
-        const double fAvg = std::sqrt(f[1] * f[1] + f[3] * f[3]) / 3.0;
-        const double fM = (*pvdfAt(path.paM, i))[2] / 0.8;
-        // Thrusters 1 and 2 carry avg - M/2, thruster 3 avg + M.
-        for (double fF : {fAvg - 0.5 * fM, fAvg + fM}) {
-            fMin = std::min(fMin, fF);
-            fMax = std::max(fMax, fF);
-        }
-    }
-    EXPECT_NEAR(path.fFMin, fMin, 1e-9);
-    EXPECT_NEAR(path.fFMax, fMax, 1e-9);
-    EXPECT_LT(path.fFMin, path.fFMax);
-}
-
 TEST_F(AnalysisTest, SingleSampleBurnsNothingAndCoversNoRange) {
     Fit fit(vfHopShort);
     ASSERT_TRUE(fit.bOk);
@@ -392,18 +371,4 @@ TEST_F(AnalysisTest, HoveringInPlaceSplitsTheWeightEvenly) {
     EXPECT_NEAR((*pvdfAt(path.paF, 1))[3], fMsEnd * 3.7, 1e-9);
     EXPECT_NEAR(path.fFMax, 370.0 / 3.0, 1e-9);
     EXPECT_NEAR(path.fFMin, fMsEnd * 3.7 / 3.0, 1e-9);
-}
-
-TEST_F(AnalysisTest, NullOutputsAreSkippedAndTheFiguresStayTheSame) {
-    Fit fit(vfHopShort);
-    ASSERT_TRUE(fit.bOk);
-    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 0, 80);
-    Path path(fit, &vdfT);
-    double fMsProp = -1.0, fFMax = -1.0;
-    analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
-                       fit.mZ, fit.pvdfUKnotZ, fit.paPVdfXCpZ, &vdfT, nullptr, nullptr, nullptr,
-                       nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr, &fMsProp,
-                       nullptr, &fFMax);
-    EXPECT_EQ(fMsProp, path.fMsProp);
-    EXPECT_EQ(fFMax, path.fFMax);
 }

@@ -392,33 +392,6 @@ TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
     EXPECT_NEAR(run.st(run.n()).fZf, -100.0 * 3.7 / 10000.0, 0.005);
 }
 
-TEST_F(Sim, FlightsOnSeveralThreadsMatchTheSerialFlightBitForBit) {
-    // What a flight keeps between evaluations (the landing site's slope, the
-    // ground planes, the stepper's work arrays) is per thread.
-    Schedule sch;
-    sch.readFile(std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt");
-    auto flyOnce = [&sch](StoredFlight* prun, double x0) {
-        ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-        fly(prun, &model, arFState(x0, 0, 0, 0, 0, 0, 100));
-    };
-    const double arFX0[4] = {0.0, 0.5, -3.0, 2.0};
-    StoredFlight arunSerial[4];
-    for (int k = 0; k < 4; k++) flyOnce(&arunSerial[k], arFX0[k]);
-    StoredFlight arunThreads[4];
-    std::vector<std::thread> vthread;
-    for (int k = 0; k < 4; k++) vthread.emplace_back(flyOnce, &arunThreads[k], arFX0[k]);
-    for (std::thread& th : vthread) th.join();
-    for (int k = 0; k < 4; k++) {
-        ASSERT_EQ(arunThreads[k].n(), arunSerial[k].n()) << k;
-        for (Long i = 1; i <= arunSerial[k].n(); i++) {
-            EXPECT_EQ(arunThreads[k].fTi(i), arunSerial[k].fTi(i));
-            EXPECT_EQ(
-                std::memcmp(&arunThreads[k].st(i), &arunSerial[k].st(i), sizeof(Stvehicle3dof)), 0)
-                << k << " " << i;
-        }
-    }
-}
-
 // ---- records and placement ----------------------------------------------------------------
 
 // ---- flights ----------------------------------------------------------------------------------

@@ -140,35 +140,6 @@ bool bInsideByAngleSum(double x, double y, A1Val<double> const& arX, A1Val<doubl
     return std::fabs(fSum) >= M_PI;
 }
 
-TEST_F(Ground, WindingTestAgreesWithThePlainAngleSumEverywhere) {
-    // A concave hexagon; points on a grid that includes its vertices, its
-    // edges, its bounding box's sides and far outside.
-    A1Val<double> arX(1, 6), arY(1, 6);
-    const double ax[6] = {0.0, 4.0, 4.0, 2.0, 1.0, 0.0}, ay[6] = {0.0, 0.0, 3.0, 1.0, 3.0, 3.0};
-    for (Long i = 1; i <= 6; i++) {
-        arX[i] = ax[i - 1];
-        arY[i] = ay[i - 1];
-    }
-    int nInside = 0, nOutside = 0;
-    for (double x = -1.0; x <= 5.0; x += 0.25) {
-        for (double y = -1.0; y <= 4.0; y += 0.25) {
-            const bool bExpected = bInsideByAngleSum(x, y, arX, arY);
-            EXPECT_EQ(bPt2dInsidePgn(x, y, &arX, &arY), bExpected) << x << " " << y;
-            (bExpected ? nInside : nOutside)++;
-        }
-    }
-    EXPECT_GT(nInside, 50);
-    EXPECT_GT(nOutside, 50);
-    A1Val<double> arXNone(1, 0), arYNone(1, 0);
-    EXPECT_FALSE(bPt2dInsidePgn(0.0, 0.0, &arXNone, &arYNone));
-    EXPECT_FALSE(bPt2dInsidePgn(fNaN, 1.0, &arX, &arY));
-    EXPECT_FALSE(bPt2dInsidePgn(1.0, std::numeric_limits<double>::infinity(), &arX, &arY));
-    // A vertex that is not a number: outside, everywhere.
-    arX[1] = fNaN;
-    EXPECT_FALSE(bPt2dInsidePgn(2.0, 0.5, &arX, &arY));
-    EXPECT_FALSE(bPt2dInsidePgn(-7.0, 0.5, &arX, &arY));
-}
-
 TEST_F(Ground, WindingTestAgreesWithThePlainAngleSumNearEdgesAndVertices) {
     // Random polygons (convex and not, either winding) and points on, just
     // beside (a few ulps), near and far from their edges and vertices.
