@@ -258,6 +258,13 @@ TEST_F(PlotDataTest, ThrustersOneAndTwoAreJudgedAsAPair) {
     EXPECT_EQ(vec[0].check, PlanCheck::ThrusterBelowZero);
     EXPECT_EQ(vec[0].iThruster, 3);
     EXPECT_NEAR(vec[0].fValue, -10.0, 1e-12);
+    // The same at t = 0 too: two stretches, apart.
+    (*pvdfAt(plan.paM, 0))[2] = -0.8 * 60.0;
+    const std::vector<PlanViolation> vecTwo = plan.check();
+    ASSERT_EQ(vecTwo.size(), 2u);
+    EXPECT_EQ(vecTwo[0].fTiLast, 0.0);
+    EXPECT_EQ(vecTwo[1].fTiFirst, 2.0);
+    (*pvdfAt(plan.paM, 0))[2] = 0.0;
     // The other way: 1 and 2 pull.
     (*pvdfAt(plan.paM, 2))[2] = 0.8 * 120.0;  // 50 - 60 each, 3: 170
     const std::vector<PlanViolation> vec2 = plan.check();

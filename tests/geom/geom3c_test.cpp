@@ -266,6 +266,10 @@ TEST(AngleTest, SignDegreesMinutesSeconds) {
     EXPECT_EQ(iDeg, 180);
     EXPECT_EQ(iMin, 0);
     EXPECT_NEAR(fSec, 0.0, 1e-9);
+    // Below one radian the sign still follows the angle's own.
+    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, 0.5);
+    EXPECT_EQ(iSign, 1);
+    EXPECT_EQ(iDeg, 28);
 }
 
 TEST(AngleDeathTest, SignDegreesMinutesSecondsRejectsNaN) {
