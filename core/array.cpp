@@ -23,21 +23,29 @@ T elFromVaList(std::va_list& ap) {
 
 // ---- A1Val -------------------------------------------------------------------
 
-template <class T>
-void A1Val<T>::obtainBlock() {
-    _pel0 = (_iN == 0) ? nullptr : new T[static_cast<std::size_t>(_iN)] - _iFirst;
-}
-
-// The block's start from a biased base pointer. Computed on the address as
-// an integer: the biased pointer itself may lie outside the block, and the
-// compiler must not reason about pointer arithmetic through it.
+// A biased base pointer lies outside its block whenever the first index is
+// not 0, and pointer arithmetic that leaves a block is undefined. So the bias
+// is applied and removed on the address as an integer (unsigned, wrapping):
+// pelBiased(pelBlock, k), for a block whose first element has index k, is the
+// address at which element 0 would lie; pelUnbiased(pel0, k) gives the block
+// back. Indexing pel0[i] for i in the range then lands inside the block.
 namespace {
+template <class T>
+T* pelBiased(T* pel, long iBias) {
+    return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(pel) -
+                                static_cast<std::uintptr_t>(iBias) * sizeof(T));
+}
 template <class T>
 T* pelUnbiased(T* pel, long iBias) {
     return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(pel) +
                                 static_cast<std::uintptr_t>(iBias) * sizeof(T));
 }
 }  // namespace
+
+template <class T>
+void A1Val<T>::obtainBlock() {
+    _pel0 = (_iN == 0) ? nullptr : pelBiased(new T[static_cast<std::size_t>(_iN)], _iFirst);
+}
 
 template <class T>
 void A1Val<T>::releaseBlock() {
@@ -49,7 +57,7 @@ void A1Val<T>::releaseBlock() {
 }
 
 template <class T>
-A1Val<T>::A1Val(Long n) : _iFirst(0), _iLast(n - 1), _iN(n), _pel0(nullptr) {
+A1Val<T>::A1Val(Long n) : _iFirst(0), _iLast(n > 0 ? n - 1 : -1), _iN(n), _pel0(nullptr) {
     VT_ASSERT(_iN >= 0);
     obtainBlock();
 }
@@ -82,7 +90,7 @@ template <class T>
 A1Val<T>& A1Val<T>::operator=(A1Val<T> const& a) {
     if (&a == this) return *this;
     if (a._iN == _iN) {
-        if (_pel0 != nullptr) _pel0 = _pel0 + _iFirst - a._iFirst;
+        if (_pel0 != nullptr) _pel0 = pelBiased(pelUnbiased(_pel0, _iFirst), a._iFirst);
         _iFirst = a._iFirst;
         _iLast = a._iLast;
     } else {
@@ -108,7 +116,7 @@ void A1Val<T>::reconstructIFirstILast(Long iFirst, Long iLast) {
     VT_ASSERT(n >= 0);
     if (n == _iN) {
         // Same count: keep the block, re-bias so position k keeps its value.
-        if (_pel0 != nullptr) _pel0 = _pel0 + _iFirst - iFirst;
+        if (_pel0 != nullptr) _pel0 = pelBiased(pelUnbiased(_pel0, _iFirst), iFirst);
         _iFirst = iFirst;
         _iLast = iLast;
         return;
@@ -132,7 +140,7 @@ void A2Val<T>::obtainBlock() {
     // (zero-element) block; releaseBlock() never gives such a block back.
     const std::size_t nEl = static_cast<std::size_t>(_iNR) * static_cast<std::size_t>(_iNC);
     T* pelBlock = new T[nEl];
-    _pel00 = pelBlock - (static_cast<long>(_iRFirst) * _iNC + _iCFirst);
+    _pel00 = pelBiased(pelBlock, static_cast<long>(_iRFirst) * _iNC + _iCFirst);
 }
 
 template <class T>
@@ -235,7 +243,7 @@ void A2Val<T>::reconstructIRCFirstILast(Long iRFirst, Long iRLast, Long iCFirst,
     if (iNR == _iNR && iNC == _iNC && _iNR >= 0 && _iNC >= 0) {
         if (_pel00 != nullptr) {
             T* pel = pelBlock();
-            _pel00 = pel - (static_cast<long>(iRFirst) * iNC + iCFirst);
+            _pel00 = pelBiased(pel, static_cast<long>(iRFirst) * iNC + iCFirst);
         }
         _iRFirst = iRFirst;
         _iRLast = iRLast;

@@ -18,6 +18,8 @@
 // A2Val<void*, double>.
 #pragma once
 
+#include <cstdint>
+
 #include "core/logerror.h"
 #include "core/types.h"
 
@@ -105,8 +107,12 @@ private:
     void releaseBlock();
     void obtainBlock();
     T* pelBlock() const {
+        // On the address as an integer: the biased base may lie outside the block.
         return _pel00 == nullptr
                    ? nullptr
-                   : _pel00 + (static_cast<long>(_iRFirst) * _iNC + _iCFirst);
+                   : reinterpret_cast<T*>(
+                         reinterpret_cast<std::uintptr_t>(_pel00) +
+                         static_cast<std::uintptr_t>(static_cast<long>(_iRFirst) * _iNC + _iCFirst) *
+                             sizeof(T));
     }
 };

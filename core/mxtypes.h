@@ -170,8 +170,10 @@ private:
 template <class T>
 class Vd {
 public:
+    // The count hi - lo + 1 is formed in 64 bits, so bounds anywhere in
+    // Long's range give a count to check rather than an overflow.
     Vd(Long lo, Long hi) : lo(lo), hi(hi), pdata(nullptr) {
-        VT_ASSERT(hi >= lo - 1);
+        VT_ASSERT(std::int64_t(hi) - lo + 1 >= 0 && std::int64_t(hi) - lo + 1 <= INT32_MAX);
         pdata = new T[static_cast<std::size_t>(hi - lo + 1)]();
     }
     // Adopts pdata (from array new); released by the destructor.

@@ -31,16 +31,16 @@ const Vd<double>& vdfPAt(A<unsigned char*>* papVdfP, Long i) {
 
 Long iSpanInKnotvc(Long n, Long p, double u, Vd<double>* pvdfUKnot) {
     VT_ASSERT(pvdfUKnot->lo == 0 && pvdfUKnot->hi == n+p+1);
+    const Vd<double>& vdfU = *pvdfUKnot;
+    // The closing parameter value belongs to the last non-empty span, not to
+    // the empty one past it. This tie-break comes before any other check.
+    if (u == vdfU[n + 1]) return n;
+
     // Fewer knots than the degree needs.
     if (n + 1 < p) VT_ASSERT(0);
     // Outside [U[p], U[n+1]] (or NaN) there is no span to find, and the
     // search below would never end: stop here.
     VT_ASSERT(u >= (*pvdfUKnot)[p] && u <= (*pvdfUKnot)[n+1]);
-
-    const Vd<double>& vdfU = *pvdfUKnot;
-    // The closing parameter value belongs to the last non-empty span, not to
-    // the empty one past it.
-    if (u == vdfU[n + 1]) return n;
 
     // U[low] <= u < U[high] holds from the start (checked above) and every
     // move keeps it, whatever the order of the knots in between; so the

@@ -62,7 +62,7 @@ bool bPlanTraj1FromFile(const char* szFile);
 
 // Steps 1 and 3-5 on waypoint numbers already read (t x z ..., 1..nParam, as
 // the reader returns them); the plan takes the vector over. The caller has
-// checked what the reader checks (finite numbers, at most nParamTraj1Max).
+// checked what the reader checks (finite numbers).
 bool bPlanTraj1FromParams(Vd<double>* pvdfParam);
 
 // True when an analysed plan exists.

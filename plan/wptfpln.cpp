@@ -107,7 +107,6 @@ Vd<double>* pvdfParamTraj1FromFile(const char* szFile) {
         // NaN or infinity would flow into every figure of the plan.
         if (!std::isfinite(f)) fatalErrorSzFile("number not finite in", szFile);
         listParam.push(f);
-        if (listParam.nParam > nParamTraj1Max) fatalErrorSzFile("too many numbers in", szFile);
         pch = pchStop;
     }
     if (listParam.nParam == 0) fatalErrorSzMsg("pvdfParamTraj1FromFile() first line is blank");

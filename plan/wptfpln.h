@@ -27,16 +27,9 @@
 // Stops the program (fatal error, exit status 1) when the file cannot be
 // opened, is empty, its first line fills the 4,096-character buffer (4,095
 // characters including the newline), the line holds no number, a token is
-// not a number, a number is not finite, or there are more numbers than the
-// fit accepts (see nParamTraj1Max).
+// not a number, or a number is not finite. Any count of numbers that fits the
+// line is accepted.
 Vd<double>* pvdfParamTraj1FromFile(const char* szFile);
-
-// Most numbers a waypoint line may hold: 300 waypoints, more than a line of
-// realistic numbers can carry within its 4,095 characters. The dense fit and
-// the analysis grow with the cube and the square of the waypoint count; at
-// this bound one plan takes about 0.2 s, where the 1,365 waypoints that a line
-// of one-digit numbers could hold would take several seconds.
-constexpr Long nParamTraj1Max = 900;
 
 // ---- B-spline fit --------------------------------------------------------------
 // Clamped uniform knot vector over 0..m: p+1 knots at fTi, p+1 at fTf, the

@@ -257,8 +257,6 @@ std::shared_ptr<Plan> planFm(py::object source) {
                 }
             }
             if (vec.empty()) throw VtError("no waypoints");
-            if (static_cast<Long>(vec.size()) > nParamTraj1Max)
-                throw VtError("too many waypoints");
             auto* pvdf = new Vd<double>(1, static_cast<Long>(vec.size()));
             for (std::size_t i = 0; i < vec.size(); i++) (*pvdf)[static_cast<Long>(i) + 1] = vec[i];
             bOk = bPlanTraj1FromParams(pvdf);

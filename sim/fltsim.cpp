@@ -873,15 +873,14 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
                       "%s: first line must give the first and last data line numbers", szName);
         fatalErrorSzMsg(szMsg);
     }
-    if (iLineFirst < 2)
-        fatalErrorSzFmtSzI("%s: first data line %i comes before line 2", szName, iLineFirst);
     const std::int64_t nCmdAsked = static_cast<std::int64_t>(iLineLast) - iLineFirst + 1;
     if (nCmdAsked < 1 || nCmdAsked > nCmdMax)
         fatalErrorSzFmtSzII("%s: data lines %i to %i give no rows or more than 1000000", szName,
                             iLineFirst, iLineLast);
     const Long nCmd = static_cast<Long>(nCmdAsked);
 
-    // 2. Skip the lines before the first data row. Once the file has ended
+    // 2. Skip the lines before the first data row (none when iLineFirst <= 2:
+    // the rows then start on line 2). Once the file has ended
     // nothing more can be read, and the buffer keeps the last line read.
     bool bEof = false;
     for (std::int64_t iLine = 2; iLine < iLineFirst && !bEof; iLine++) bEof = !bReadLine();

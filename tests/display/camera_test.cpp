@@ -51,33 +51,17 @@ TEST(CameraTest, OrthographicMapsTheBoxOntoTheCube) {
     EXPECT_TRUE(xfm.bOrtho);
 }
 
-TEST(CameraTest, ProjectionElementsForAnOffCentreWindow) {
+TEST(CameraTest, OffCentreWindowsCornersAreTheViewsCorners) {
     const double l = -0.3, r = 0.5, b = -0.2, t = 0.1, n = 2, f = 50;
-    XfmCFmW3c xp = xfmAtOrigin(l, r, b, t, n, f, 0);
-    double** m = xp.x4hCFmW.mxF;
-    EXPECT_DOUBLE_EQ(m[1][1], 2 * n / (r - l));
-    EXPECT_DOUBLE_EQ(m[1][3], (r + l) / (r - l));
-    EXPECT_DOUBLE_EQ(m[2][2], 2 * n / (t - b));
-    EXPECT_DOUBLE_EQ(m[2][3], (t + b) / (t - b));
-    EXPECT_DOUBLE_EQ(m[3][3], -(f + n) / (f - n));
-    EXPECT_DOUBLE_EQ(m[3][4], -2 * f * n / (f - n));
-    EXPECT_EQ(m[4][3], -1.0);
-    EXPECT_EQ(m[4][4], 0.0);
-    EXPECT_EQ(m[1][2], 0.0);
-    EXPECT_EQ(m[1][4], 0.0);
-    XfmCFmW3c xo = xfmAtOrigin(l, r, b, t, n, f, 1);
-    double** o = xo.x4hCFmW.mxF;
-    EXPECT_DOUBLE_EQ(o[1][1], 2 / (r - l));
-    EXPECT_DOUBLE_EQ(o[1][4], -(r + l) / (r - l));
-    EXPECT_DOUBLE_EQ(o[2][2], 2 / (t - b));
-    EXPECT_DOUBLE_EQ(o[2][4], -(t + b) / (t - b));
-    EXPECT_DOUBLE_EQ(o[3][3], -2 / (f - n));
-    EXPECT_DOUBLE_EQ(o[3][4], -(f + n) / (f - n));
-    EXPECT_EQ(o[4][4], 1.0);
-    EXPECT_EQ(o[4][3], 0.0);
-    // The window's corners at the near plane are the view's corners.
-    expectPtNear(ptXgm3c(xp.x4hCFmW, Pt3c(l, b, -n)), -1, -1, -1, 1e-14);
-    expectPtNear(ptXgm3c(xp.x4hCFmW, Pt3c(r, t, -n)), 1, 1, -1, 1e-14);
+    for (unsigned char bOrtho : {0, 1}) {
+        XfmCFmW3c xfm = xfmAtOrigin(l, r, b, t, n, f, bOrtho);
+        expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(l, b, -n)), -1, -1, -1, 1e-14);
+        expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(r, t, -n)), 1, 1, -1, 1e-14);
+        // At the far plane: the same corner seen through the window (perspective)
+        // or straight behind it (orthographic).
+        const double k = bOrtho ? 1.0 : f / n;
+        expectPtNear(ptXgm3c(xfm.x4hCFmW, Pt3c(k * r, k * b, -f)), 1, -1, 1, 1e-12);
+    }
 }
 
 TEST(CameraTest, GeneralCameraAgainstAHandComputation) {
@@ -106,22 +90,6 @@ TEST(CameraTest, GeneralCameraAgainstAHandComputation) {
             }
         }
     }
-    // The record keeps its inputs.
-    EXPECT_EQ(xfm.ptEye.fY, -40.0);
-    EXPECT_EQ(xfm.drLook.fX, drLook.fX);
-    EXPECT_EQ(xfm.drUp.fZ, drUp.fZ);
-    EXPECT_EQ(xfm.fL, -w / 2);
-    EXPECT_EQ(xfm.fT, h / 2);
-    EXPECT_EQ(xfm.fN, n);
-    EXPECT_EQ(xfm.fF, f);
-    EXPECT_FALSE(xfm.bOrtho);
-}
-
-TEST(CameraTest, UnsetRecord) {
-    XfmCFmW3c xfm;
-    EXPECT_EQ(xfm.fR - xfm.fL, 0.0);
-    EXPECT_FALSE(xfm.x4hCFmW.bInv);
-    EXPECT_EQ(xfm.x4hCFmW.mxF[1][1], 0.0);
 }
 
 // ---- parameter checks --------------------------------------------------------------------
@@ -134,11 +102,6 @@ TEST(CameraTest, NearZeroIsAccepted) {
     // forwards, without an inverse.
     XfmCFmW3c xp = xfmAtOrigin(-1, 1, -1, 1, 0, 10, 0);
     EXPECT_FALSE(xp.x4hCFmW.bInv);
-}
-
-TEST(CameraTest, FarEqualToNearPassesTheCheckButDividesByZero) {
-    XfmCFmW3c xfm = xfmAtOrigin(-1, 1, -1, 1, 5, 5, 0);
-    EXPECT_FALSE(std::isfinite(xfm.x4hCFmW.mxF[3][3]));
 }
 
 TEST(CameraDeathTest, InvalidParametersAreImpossibleStates) {
@@ -156,44 +119,6 @@ TEST(CameraDeathTest, LookParallelToUp) {
 }
 
 // ---- pane transforms and aspect matching -----------------------------------------------------
-
-TEST(PaneTest, PaneTransformFromValuesAndFromAPane) {
-    XfmPFmC3c a = xfmPFmC3cFm(10.5, 20.25, 640.0, 480.0);
-    EXPECT_EQ(a.fXMin, 10.5f);
-    EXPECT_EQ(a.fYMin, 20.25f);
-    EXPECT_EQ(a.fDX, 640.0f);
-    EXPECT_EQ(a.fDY, 480.0f);
-    Pane pane;
-    pane.iPxDX = 800;
-    pane.iPxDY = 600;
-    pane.iPxXL = 3;
-    pane.iPxYT = 4;
-    XfmPFmC3c b = xfmPFmC3cFm(pane);
-    EXPECT_EQ(b.fXMin, 3.0f);
-    EXPECT_EQ(b.fYMin, 4.0f);
-    EXPECT_EQ(b.fDX, 800.0f);
-    EXPECT_EQ(b.fDY, 600.0f);
-}
-
-TEST(PaneTest, MatchFromWidthOrHeight) {
-    XfmPFmC3c xp = xfmPFmC3cFm(0, 0, 800, 600);
-    XfmCFmW3c a = xfmCFmW3cMatchArFDX(xp, Pt3c(1, 2, 3), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.25, 1,
-                                      100, 0);
-    EXPECT_DOUBLE_EQ(a.fL, -0.125);
-    EXPECT_DOUBLE_EQ(a.fR, 0.125);
-    EXPECT_DOUBLE_EQ(a.fB, -0.09375);
-    EXPECT_DOUBLE_EQ(a.fT, 0.09375);
-    EXPECT_EQ(a.fN, 1.0);
-    EXPECT_EQ(a.fF, 100.0);
-    EXPECT_EQ(a.ptEye.fZ, 3.0);
-    XfmCFmW3c b = xfmCFmW3cMatchArFDY(xp, Pt3c(1, 2, 3), Dr3c(0, 1, 0), Dr3c(0, 0, 1), 0.3, 1, 100,
-                                      1);
-    EXPECT_DOUBLE_EQ(b.fB, -0.15);
-    EXPECT_DOUBLE_EQ(b.fT, 0.15);
-    EXPECT_DOUBLE_EQ(b.fR - b.fL, 0.4);
-    EXPECT_DOUBLE_EQ(b.fL, -0.2);
-    EXPECT_TRUE(b.bOrtho);
-}
 
 TEST(PaneTest, WidenOrNarrowToThePaneAspect) {
     // A square window, off centre, on a wide pane and on a tall pane.

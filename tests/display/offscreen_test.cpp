@@ -59,29 +59,6 @@ protected:
     OffscreenGl offscreengl;
 };
 
-TEST_F(OffscreenTest, ContextIsCompatibilityProfileWithFixedFunctionDrawing) {
-    EXPECT_EQ(offscreengl.iPxDX(), 64);
-    EXPECT_EQ(offscreengl.iPxDY(), 48);
-    GLint iMask = 0;
-    glGetIntegerv(0x9126 /* GL_CONTEXT_PROFILE_MASK */, &iMask);
-    glGetError();  // versions before 3.2 do not know the query
-    EXPECT_EQ(iMask & 0x1 /* core bit */, 0);
-    GLint arIBits[4] = {};
-    glGetIntegerv(GL_RED_BITS, &arIBits[0]);
-    glGetIntegerv(GL_GREEN_BITS, &arIBits[1]);
-    glGetIntegerv(GL_BLUE_BITS, &arIBits[2]);
-    glGetIntegerv(GL_DEPTH_BITS, &arIBits[3]);
-    EXPECT_EQ(arIBits[0], 8);
-    EXPECT_EQ(arIBits[1], 8);
-    EXPECT_EQ(arIBits[2], 8);
-    EXPECT_GE(arIBits[3], 16);
-    GLint arIViewport[4] = {};
-    glGetIntegerv(GL_VIEWPORT, arIViewport);
-    EXPECT_EQ(arIViewport[2], 64);
-    EXPECT_EQ(arIViewport[3], 48);
-    EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
-}
-
 TEST_F(OffscreenTest, CaptureKeepsColoursAndBottomUpRowOrder) {
     glClearColor(0.5f, 0.25f, 0.25f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT);
@@ -145,26 +122,6 @@ TEST_F(OffscreenTest, ABadCallIsReportedWithItsLocationInTheLog) {
     EXPECT_EQ(szLog.find('\n', iLoc) + 10, iErr);  // "hh:mm:ss " before the text
 }
 
-TEST_F(OffscreenTest, ReopeningAndASecondContextWork) {
-    OffscreenGl offscreengl2;
-    ASSERT_TRUE(offscreengl2.bOpen(8, 8));
-    glClearColor(1.0f, 1.0f, 1.0f, 1.0f);
-    glClear(GL_COLOR_BUFFER_BIT);
-    captureOpenGLRectToBmp("two.bmp", 0, 0, 8, 8);
-    offscreengl2.close();
-    // The first context survives the second one's end.
-    offscreengl.makeCurrent();
-    glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
-    glClear(GL_COLOR_BUFFER_BIT);
-    captureOpenGLRectToBmp("one.bmp", 0, 0, 64, 48);
-    EXPECT_EQ(bmpRead("two.bmp").bAt(4, 4, 1), 255);
-    const BmpPixels bmp = bmpRead("one.bmp");
-    EXPECT_EQ(bmp.bAt(10, 10, 0), 255);
-    EXPECT_EQ(bmp.bAt(10, 10, 2), 0);
-    ASSERT_TRUE(offscreengl.bOpen(32, 16));
-    EXPECT_EQ(offscreengl.iPxDX(), 32);
-}
-
 TEST_F(OffscreenTest, PaneCaptureReadsThePaneRectangle) {
     glClearColor(0.0f, 0.0f, 1.0f, 1.0f);
     glClear(GL_COLOR_BUFFER_BIT);
@@ -189,17 +146,6 @@ TEST_F(OffscreenTest, PaneCaptureReadsThePaneRectangle) {
             ASSERT_EQ(bmp.bAt(iX, iY, 0), 0) << iX << "," << iY;
         }
     }
-}
-
-TEST(GlErrorTextTest, EachCodeHasItsText) {
-    EXPECT_STREQ(szGlErrorText(GL_INVALID_VALUE), "ERROR: OpenGL error -- invalid value");
-    EXPECT_STREQ(szGlErrorText(GL_INVALID_ENUM), "ERROR: OpenGL error -- invalid enum");
-    EXPECT_STREQ(szGlErrorText(GL_OUT_OF_MEMORY), "ERROR: OpenGL error -- out of memory");
-    EXPECT_STREQ(szGlErrorText(GL_STACK_OVERFLOW), "ERROR: OpenGL error -- stack overflow");
-    EXPECT_STREQ(szGlErrorText(GL_STACK_UNDERFLOW), "ERROR: OpenGL error -- stack underflow");
-    EXPECT_STREQ(szGlErrorText(GL_INVALID_OPERATION),
-                 "ERROR: OpenGL error -- invalid operation");
-    EXPECT_STREQ(szGlErrorText(0x0506), "warning -- unknown OpenGL error");
 }
 
 using OffscreenFailureTest = InTempDir;

@@ -115,49 +115,6 @@ TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheReferencePlans) {
     }
 }
 
-TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheBundledHop) {
-    const std::string szHop = VT_EXAMPLES "/handmade/traj1r.txt";
-    if (!vttest::fileExists(szHop)) GTEST_SKIP() << "no bundled hop";
-    ASSERT_TRUE(bPlanTraj1FromFile(szHop.c_str()));
-    writeFltplanTxt();
-    deleteTraj1Params();
-    deleteTraj1Path();
-    deletePathAnalysis();
-    readSchedule("fltplan.txt");
-    const McRunResult res = fly(McInputs{}, 0);
-    expectSameAsSimulate(this, "fltplan.txt", &arFTiRun, &arPStRun, res);
-    // The hop lands upright on the far plain with propellant to spare.
-    EXPECT_EQ(res.iStop, mcStopRest);
-    EXPECT_EQ(res.bUpright, 1);
-    EXPECT_EQ(res.bRanDry, 0);
-    EXPECT_GT(res.fXfRest, 27.24);
-}
-
-TEST_F(McCampaign, UndispersedRunOfTheReferencePlanRestsWhereItsReportSays) {
-    // The checked-in report of the pitch-step plan, last line: the rest
-    // point at 8.85 s.
-    vttest::copyTestData("reference/flight/pitch_step/fltplan.txt", "fltplan.txt");
-    readSchedule("fltplan.txt");
-    const McRunResult res = fly(McInputs{});
-    char sz[64];
-    std::snprintf(sz, sizeof sz, "%8.2lf%8.2lf%8.2lf%8.2lf", res.fTiRest, res.fXfRest,
-                  res.fZfRest, res.fPitchRest / 3.141592653589793 * 180.0);
-    EXPECT_STREQ(sz, "    8.85    5.13   -1.54  -20.00");
-    EXPECT_EQ(res.iStop, mcStopRest);
-    // At rest on the 20 deg slope: touched down, but not upright.
-    EXPECT_EQ(res.bTouchdown, 1);
-    EXPECT_EQ(res.bUpright, 0);
-    EXPECT_EQ(res.bRanDry, 0);
-}
-
-TEST_F(McCampaign, ARunAllocatesNoRecordsItDoesNotFree) {
-    vttest::copyTestData("reference/flight/pitch_step/fltplan.txt", "fltplan.txt");
-    readSchedule("fltplan.txt");
-    fly(McInputs{});
-    for (Long i = work.arPStvehicle.iFirst(); i <= work.arPStvehicle.iLast(); i++)
-        EXPECT_EQ(work.arPStvehicle[i], nullptr);
-}
-
 // ---- outcomes against closed forms -----------------------------------------------------
 
 TEST_F(McCampaign, AFallWithNoThrustAndNoDragRunsToTheEndAlongTheParabola) {
@@ -227,13 +184,6 @@ TEST_F(McCampaign, BurningOutInTheAirIsRanDry) {
     // A climb that lands with propellant left is not dry.
     writeAndReadSchedule(szClimbCut);
     EXPECT_EQ(fly(McInputs{}).bRanDry, 0);
-}
-
-TEST_F(McCampaign, StopReasonsAndTheirNames) {
-    EXPECT_STREQ(szMcStop(mcStopEnd), "end");
-    EXPECT_STREQ(szMcStop(mcStopRest), "rest");
-    EXPECT_STREQ(szMcStop(mcStopStep), "step");
-    EXPECT_STREQ(szMcStop(mcStopUnphysical), "unphysical");
 }
 
 TEST_F(McCampaign, AnUnphysicalVehicleIsNotFlown) {
@@ -355,42 +305,6 @@ TEST(McRunsOfRank, CyclicSharesCoverEveryRunOnce) {
                 EXPECT_EQ(anSeen[static_cast<std::size_t>(iRun)], 1) << nRun << " " << nRank;
         }
     EXPECT_TRUE(aiMcRunsOfRank(2, 3, 4).empty());
-}
-
-TEST_F(McCampaign, OneAndTwoThreadsGiveTheSameResultsAndReports) {
-    vttest::copyTestData("reference/plan/hop_short/expected/fltplan.txt", "fltplan.txt");
-    readSchedule("fltplan.txt");
-    McDispersion disp;
-    std::string szErr;
-    ASSERT_TRUE(bReadDispersionFile(&disp, VT_EXAMPLES "/dispersion.txt", &szErr)) << szErr;
-    const Long nRun = 120;
-    const std::vector<Long> aiRun = aiMcRunsOfRank(nRun, 0, 1);
-    std::vector<McRunResult> a1(aiRun.size()), a2(aiRun.size()), a3(aiRun.size());
-    mcFlyRuns(a1.data(), aiRun, sched, disp, 1);
-    mcFlyRuns(a2.data(), aiRun, sched, disp, 2);
-    Long nLastDone = -1;
-    auto fnProgress = [](Long nDone, Long nTotal, void* pv) {
-        EXPECT_LE(nDone, nTotal);
-        *static_cast<Long*>(pv) = nDone;
-    };
-    mcFlyRuns(a3.data(), aiRun, sched, disp, 3, fnProgress, &nLastDone);
-    EXPECT_EQ(nLastDone, nRun);
-    for (std::size_t i = 0; i < aiRun.size(); i++) {
-        EXPECT_EQ(a1[i].iRun, aiRun[i]);
-        EXPECT_EQ(std::memcmp(&a1[i], &a2[i], sizeof(McRunResult)), 0) << "run " << aiRun[i];
-        EXPECT_EQ(std::memcmp(&a1[i], &a3[i], sizeof(McRunResult)), 0) << "run " << aiRun[i];
-        // Each run's inputs are its own draws.
-        const McInputs inputs = mcInputsForRun(disp, aiRun[i]);
-        for (int j = 0; j < nMcParam; j++) EXPECT_EQ(a1[i].arFDev[j], inputs.arFDev[j]);
-    }
-    ASSERT_TRUE(bWriteMcCsv("one.csv", a1.data(), nRun, 0.6, 0.0));
-    ASSERT_TRUE(bWriteMcCsv("two.csv", a2.data(), nRun, 0.6, 0.0));
-    EXPECT_EQ(vttest::readFile("one.csv"), vttest::readFile("two.csv"));
-    McSummaryLabels labels;
-    EXPECT_EQ(szMcSummaryText(mcSummarize(a1.data(), nRun, 0.6, 0.0), labels),
-              szMcSummaryText(mcSummarize(a2.data(), nRun, 0.6, 0.0), labels));
-    // Nothing is left marked as in flight.
-    for (int i = 0; i < nMcThreadSlot; i++) EXPECT_EQ(aiMcRunInFlight[i].load(), 0);
 }
 
 TEST_F(McCampaign, AProcessFliesOnlyItsShareAndGetsTheSameRuns) {

@@ -63,6 +63,11 @@ TEST_F(McProgram, MissingFilesAreNamed) {
     const vttest::RunResult rPlan = run("d.txt --plan plan.txt");
     EXPECT_EQ(rPlan.iExit, 1);
     EXPECT_EQ(rPlan.szErr, "vantorell-mc: can't open flight plan plan.txt\n");
+    vttest::writeFile("plan.txt", "");  // an empty plan reads as one, as the simulate command reads it
+    const vttest::RunResult rEmpty = run("d.txt --plan plan.txt");
+    EXPECT_EQ(rEmpty.iExit, 1);
+    EXPECT_EQ(rEmpty.szErr,
+              "FATAL ERROR --\n    plan.txt: first line must give the first and last data line numbers\n");
 }
 
 TEST_F(McProgram, ABadPlanEndsAsTheSimulateCommandWould) {

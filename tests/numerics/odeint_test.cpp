@@ -1,13 +1,11 @@
 // ODE steppers: orders of convergence, the acceptance and growth rules of the
 // adaptive step, the step dumps, aliasing of input and output state.
-#include <atomic>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <new>
 #include <cstring>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -81,28 +79,19 @@ double fErrOscillator(const A1Val<double>& arFY, double fTi) {
     return std::fmax(std::fabs(arFY[1] - std::cos(fTi)), std::fabs(arFY[2] + std::sin(fTi)));
 }
 
-// Global error of nStep fixed RK4 steps of the oscillator over [0, fTiEnd].
-double fErrRk4Oscillator(int nStep, double fTiEnd) {
-    Oscillator osc;
-    A1Val<double> arFY = arFOf({1.0, 0.0});
-    A1Val<double> arFDyDx(1, 2);
-    const double fH = fTiEnd / nStep;
-    for (int iStep = 0; iStep < nStep; iStep++) {
-        const double fTi = iStep * fH;
-        osc.arFAtFArF(&arFDyDx, fTi, arFY);
-        rk4Step(&arFY, fTi, &arFY, &arFDyDx, 2, fH, &osc);
-    }
-    return fErrOscillator(arFY, fTiEnd);
-}
+// The two accuracy-controlled steppers share one interface.
+using FnStepQC = void (*)(A1Val<double>*, double*, double*, double*, double, A1Val<double>*,
+                          A1Val<double>*, Long, double, double, A1Val<double>*,
+                          ArF64FnF64ArF64*);
 
-struct AdaptiveRun {
-    double fErr;
-    long nStep;
+struct StepperQC {
+    const char* szName;
+    FnStepQC fnStep;
 };
 
-// Integrates the oscillator over [0, fTiEnd] with rk5StepQC, absolute error
-// scale 1 and tolerance fEps, landing on fTiEnd exactly.
-AdaptiveRun runRk5Oscillator(double fEps, double fTiEnd) {
+// Integrates the oscillator over [0, fTiEnd] with absolute error scale 1 and
+// tolerance fEps, landing on fTiEnd exactly; the error and the step count.
+std::pair<double, long> errNStepOscillator(FnStepQC fnStep, double fEps, double fTiEnd) {
     Oscillator osc;
     A1Val<double> arFY = arFOf({1.0, 0.0});
     A1Val<double> arFDyDx(1, 2);
@@ -113,10 +102,8 @@ AdaptiveRun runRk5Oscillator(double fEps, double fTiEnd) {
         const double fHTry = std::fmin(fH, fTiEnd - fTi);
         osc.arFAtFArF(&arFDyDx, fTi, arFY);
         double fTiNext, fHUsed;
-        rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 2, fHTry, fEps, &arFScale,
-                  &osc);
-        // A step that was not cut lands on fTiEnd exactly.
-        fTi = (fHUsed == fTiEnd - fTi) ? fTiEnd : fTiNext;
+        fnStep(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 2, fHTry, fEps, &arFScale, &osc);
+        fTi = (fHUsed == fTiEnd - fTi) ? fTiEnd : fTiNext;  // an uncut step lands on the end
         nStep++;
     }
     return {fErrOscillator(arFY, fTiEnd), nStep};
@@ -160,16 +147,6 @@ TEST(Rk4Step, TimeOnlyRateIsSimpsonsRuleAtTheRightAbscissas) {
     EXPECT_NEAR(arFYNext[1], 1.0 + 2.0 / 6.0 * 730.0, 1e-12);
 }
 
-TEST(Rk4Step, GlobalErrorFallsSixteenfoldWhenTheStepHalves) {
-    // The ratio tends to 16 as h -> 0; h = 0.05, 0.025, 0.0125 are well
-    // inside that range and far above rounding.
-    const double fErr80 = fErrRk4Oscillator(80, 4.0);
-    const double fErr160 = fErrRk4Oscillator(160, 4.0);
-    const double fErr320 = fErrRk4Oscillator(320, 4.0);
-    EXPECT_NEAR(fErr80 / fErr160, 16.0, 0.5);
-    EXPECT_NEAR(fErr160 / fErr320, 16.0, 0.5);
-}
-
 using Rk4StepFiles = InTempDir;
 
 TEST_F(Rk4StepFiles, ExactZeroIsNotUnderflow) {
@@ -205,21 +182,6 @@ TEST_F(Rk4StepFiles, UnderflowBelow1e300WritesDebugThenAsserts) {
               "   *parFYNext =\n"
               "       1.0000000000e-310\n"
               "       -5.0000000000e-01\n");
-}
-
-TEST(Rk4StepDeath, InputRangesAreAssertedInOrder) {
-    ConstantRate rate({0.0, 0.0});
-    A1Val<double> arFGood = arFOf({1.0, 2.0});
-    A1Val<double> arFFrom0(0, 1);
-    A1Val<double> arFYNext(1, 2);
-    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFFrom0, &arFFrom0, 2, 0.1, &rate),
-                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY, "
-                 "file .*odeint");
-    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFGood, &arFFrom0, 2, 0.1, &rate),
-                 "Assertion failed: parFDyDx->iFirst\\(\\) == 1 && parFDyDx->iLast\\(\\) == iNY, "
-                 "file .*odeint");
-    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFGood, &arFGood, 3, 0.1, &rate),
-                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY");
 }
 
 // ---- rk5StepQC ----------------------------------------------------------------
@@ -298,104 +260,6 @@ TEST(Rk5StepQC, GrowthIsCappedAtFourBelowTheThreshold) {
     EXPECT_NEAR(rAbove.fHNextEst / 6.0, 3.96, 0.01);
 }
 
-TEST(Rk5StepQC, ConstantRateIsExactAndGrowsFourfold) {
-    ConstantRate rate({2.0, -1.5});
-    A1Val<double> arFY = arFOf({1.0, 4.0});
-    A1Val<double> arFDyDx = arFOf({2.0, -1.5});
-    A1Val<double> arFScale = arFOf({1e-12, 1e-12});
-    A1Val<double> arFYNext(1, 2);
-    double fXNext, fHUsed, fHNextEst;
-    rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 10.0, &arFY, &arFDyDx, 2, 0.5, 1e-6,
-              &arFScale, &rate);
-    EXPECT_EQ(fXNext, 10.5);
-    EXPECT_EQ(fHUsed, 0.5);
-    EXPECT_EQ(fHNextEst, 2.0);
-    EXPECT_EQ(arFYNext[1], 2.0);
-    EXPECT_EQ(arFYNext[2], 3.25);
-}
-
-TEST(Rk5StepQC, GlobalErrorFollowsTheTolerance) {
-    double fErrPrev = 1.0;
-    long nStepPrev = 0;
-    for (double fEps : {1e-5, 1e-7, 1e-9, 1e-11}) {
-        const AdaptiveRun run = runRk5Oscillator(fEps, 10.0);
-        // Each step's local error is held below fEps (before extrapolation),
-        // so the global error is bounded by their sum.
-        EXPECT_LT(run.fErr, run.nStep * fEps) << fEps;
-        // A hundredfold tighter tolerance buys at least a tenfold smaller
-        // error, with more steps.
-        EXPECT_LT(run.fErr, fErrPrev / 10.0) << fEps;
-        EXPECT_GT(run.nStep, nStepPrev) << fEps;
-        fErrPrev = run.fErr;
-        nStepPrev = run.nStep;
-    }
-}
-
-TEST(Rk5StepQC, SameArrayInAndOutGivesBitIdenticalResults) {
-    // A long run of the 7-state system that starts with far too large a step,
-    // so that steps are retried: every retry must start from the same state.
-    SevenStates sys;
-    const std::vector<double> arFY0 = {0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0};
-    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
-
-    A1Val<double> arFYInPlace = arFOf(arFY0);
-    A1Val<double> arFYA = arFOf(arFY0);
-    A1Val<double> arFYB(1, 7);
-    A1Val<double> arFDyDx(1, 7);
-    double fTiInPlace = 0.0, fHInPlace = 5.0;
-    double fTiSep = 0.0, fHSep = 5.0;
-    int nRetried = 0;
-    for (int iStep = 0; iStep < 300; iStep++) {
-        double fHUsed1, fHUsed2, fTiNext;
-        sys.arFAtFArF(&arFDyDx, fTiInPlace, arFYInPlace);
-        const double fHTry = fHInPlace;
-        rk5StepQC(&arFYInPlace, &fTiNext, &fHUsed1, &fHInPlace, fTiInPlace, &arFYInPlace,
-                  &arFDyDx, 7, fHTry, 1.0, &arFScale, &sys);
-        fTiInPlace = fTiNext;
-        if (fHUsed1 != fHTry) nRetried++;
-
-        sys.arFAtFArF(&arFDyDx, fTiSep, arFYA);
-        rk5StepQC(&arFYB, &fTiNext, &fHUsed2, &fHSep, fTiSep, &arFYA, &arFDyDx, 7, fHSep, 1.0,
-                  &arFScale, &sys);
-        fTiSep = fTiNext;
-        arFYA = arFYB;
-
-        ASSERT_EQ(fHUsed1, fHUsed2) << iStep;
-        ASSERT_EQ(std::memcmp(&arFYInPlace[1], &arFYA[1], 7 * sizeof(double)), 0) << iStep;
-    }
-    EXPECT_EQ(fTiInPlace, fTiSep);
-    EXPECT_GT(nRetried, 0);
-    EXPECT_GT(fTiInPlace, 1.0);
-}
-
-TEST(Rk5StepQC, FlightsOnSeveralThreadsAtOnceDoNotDisturbEachOther) {
-    // Each thread has its own work arrays: four concurrent runs give, bit for
-    // bit, what one run alone gives.
-    auto run = [](std::vector<double>* parFOut) {
-        SevenStates sys;
-        A1Val<double> arFY = arFOf({0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0});
-        A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
-        A1Val<double> arFDyDx(1, 7);
-        double fTi = 0.0, fH = 5.0;
-        for (int iStep = 0; iStep < 3000; iStep++) {
-            double fTiNext, fHUsed;
-            sys.arFAtFArF(&arFDyDx, fTi, arFY);
-            rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 7, fH, 1.0, &arFScale,
-                      &sys);
-            fTi = fTiNext;
-        }
-        parFOut->assign(&arFY[1], &arFY[1] + 7);
-        parFOut->push_back(fTi);
-    };
-    std::vector<double> arFAlone;
-    run(&arFAlone);
-    std::vector<std::vector<double>> aarFOut(4);
-    std::vector<std::thread> athread;
-    for (auto& arFOut : aarFOut) athread.emplace_back(run, &arFOut);
-    for (auto& th : athread) th.join();
-    for (const auto& arFOut : aarFOut) EXPECT_EQ(arFOut, arFAlone);
-}
-
 using Rk5StepQCFiles = InTempDir;
 
 TEST_F(Rk5StepQCFiles, StepThatNoLongerMovesXWritesDebugThenAsserts) {
@@ -426,42 +290,6 @@ TEST_F(Rk5StepQCFiles, StepThatNoLongerMovesXWritesDebugThenAsserts) {
               "        1.9980000000e+00\n");
 }
 
-TEST_F(Rk5StepQCFiles, ShrinkingUntilTheStepVanishesDumpsTheLastTrial) {
-    // The rate jumps from 0 to 1 just after t = 1, so the two half steps and
-    // the full step differ by h/12 however small h is; against an error scale
-    // of 1e-20 the step shrinks over several trials until 1 + h == 1.
-    class Jump : public ArF64FnF64ArF64 {
-    public:
-        void arFAtFArF(A1Val<double>* pd, double fTi, const A1Val<double>&) override {
-            pd->reconstructIFirstILast(1, 1);
-            (*pd)[1] = fTi > 1.0 ? 1.0 : 0.0;
-        }
-    } jump;
-    A1Val<double> arFY = arFOf({0.0});
-    A1Val<double> arFDyDx = arFOf({0.0});
-    A1Val<double> arFScale = arFOf({1e-20});
-    A1Val<double> arFYNext(1, 1);
-    double fXNext, fHUsed, fHNextEst;
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 1.0, &arFY, &arFDyDx, 1,
-                           1e-3, 1.0, &arFScale, &jump),
-                 "Assertion failed: \\*pfXNext != fX");
-    const std::string szDump = readFile("debug.txt");
-    int iLoop = 0;
-    double fX = 0.0, fHTry = 0.0, fH = 1.0;
-    ASSERT_EQ(std::sscanf(szDump.c_str(),
-                          "Step size too small in routine rk5StepQC\n"
-                          "    iLoop       = %d\n    fX          = %le\n"
-                          "    fHTry       = %le\n    fH          = %le\n",
-                          &iLoop, &fX, &fHTry, &fH),
-              4)
-        << szDump;
-    EXPECT_GT(iLoop, 2);
-    EXPECT_EQ(fX, 1.0);
-    EXPECT_EQ(fHTry, 1e-3);
-    EXPECT_LT(fH, 1.2e-16);
-    EXPECT_GT(fH, 1e-19);
-}
-
 TEST(Rk5StepQCDeath, NaNScaledErrorAssertsInsteadOfLoopingForever) {
     ConstantRate rate({std::nan(""), 0.0});
     A1Val<double> arFY = arFOf({0.0, 1.0});
@@ -479,50 +307,14 @@ TEST(Rk5StepQCDeath, NaNScaledErrorAssertsInsteadOfLoopingForever) {
                  "Assertion failed: !std::isnan\\(fErrMax\\)");
 }
 
-TEST(Rk5StepQCDeath, InputRangesAreAssertedInOrder) {
-    ConstantRate rate({0.0, 0.0});
-    A1Val<double> arFGood = arFOf({1.0, 2.0});
-    A1Val<double> arFShort = arFOf({1.0});
-    A1Val<double> arFYNext(1, 2);
-    double fXNext, fHUsed, fHNextEst;
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFShort, &arFShort, 2,
-                           0.1, 1e-6, &arFShort, &rate),
-                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY, "
-                 "file .*odeint");
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood, &arFShort, 2,
-                           0.1, 1e-6, &arFShort, &rate),
-                 "Assertion failed: parFDyDx->iFirst\\(\\) == 1 && parFDyDx->iLast\\(\\) == iNY, "
-                 "file .*odeint");
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood, &arFGood, 2,
-                           0.1, 1e-6, &arFShort, &rate),
-                 "Assertion failed: parFYErrScale->iFirst\\(\\) == 1 && "
-                 "parFYErrScale->iLast\\(\\) == iNY, file .*odeint");
-}
-
 // ---- no allocation once the sizes are reached ---------------------------------
 
-namespace {
-// Counts every allocation of this test program; only the difference across a
-// stretch of code is looked at.
-std::atomic<long> nNewCalls{0};
-}  // namespace
-
-// Every other form of new ends here; the library's operator delete releases
-// the block with free, as for its own operator new. AddressSanitizer keeps its own operator new and delete (it checks
-// that they pair up), so the count is taken only in builds without it.
-#if defined(__SANITIZE_ADDRESS__)
-constexpr bool bCountingNew = false;
-#else
-constexpr bool bCountingNew = true;
-void* operator new(std::size_t nBytes) {
-    nNewCalls.fetch_add(1, std::memory_order_relaxed);
-    if (void* p = std::malloc(nBytes == 0 ? 1 : nBytes)) return p;
-    throw std::bad_alloc();
-}
-#endif
+// Allocations of this test program so far (count_new.cpp); -1 where the
+// sanitizer keeps its own operator new.
+long nNewCallsSoFar();
 
 TEST(Rk5StepQC, AllocatesNothingOnceItsArraysHaveTheirSize) {
-    if (!bCountingNew) GTEST_SKIP() << "allocation count needs the plain operator new";
+    if (nNewCallsSoFar() < 0) GTEST_SKIP() << "allocation count needs the plain operator new";
     SevenStates sys;
     A1Val<double> arFY = arFOf({0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0});
     A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
@@ -536,9 +328,81 @@ TEST(Rk5StepQC, AllocatesNothingOnceItsArraysHaveTheirSize) {
         fTi = fTiNext;
     };
     step();  // sizes the work arrays
-    const long nBefore = nNewCalls.load();
+    const long nBefore = nNewCallsSoFar();
     for (int i = 0; i < 100; i++) step();  // with retries: the first step is far too long
-    EXPECT_EQ(nNewCalls.load() - nBefore, 0);
+    EXPECT_EQ(nNewCallsSoFar() - nBefore, 0);
+}
+
+// ---- both accuracy-controlled steppers --------------------------------------
+
+class StepQC : public ::testing::TestWithParam<StepperQC> {};
+
+INSTANTIATE_TEST_SUITE_P(Steppers, StepQC,
+                         ::testing::Values(StepperQC{"rk5StepQC", rk5StepQC},
+                                           StepperQC{"bulirschStoerStep", bulirschStoerStep}),
+                         [](const auto& info) { return std::string(info.param.szName); });
+
+TEST_P(StepQC, GlobalErrorFollowsTheTolerance) {
+    double fErrPrev = 1.0;
+    for (double fEps : {1e-5, 1e-7, 1e-9, 1e-11}) {
+        const auto [fErr, nStep] = errNStepOscillator(GetParam().fnStep, fEps, 10.0);
+        // Each step's local error is held below fEps, so the global error is
+        // bounded by their sum; a hundredfold tighter tolerance buys at least
+        // a tenfold smaller error.
+        EXPECT_LT(fErr, nStep * fEps) << fEps;
+        EXPECT_LT(fErr, fErrPrev / 10.0) << fEps;
+        fErrPrev = fErr;
+    }
+}
+
+TEST_P(StepQC, SameArrayInAndOutGivesBitIdenticalResults) {
+    // The 7-state system from far too large a first step, so that steps are
+    // retried: every retry must start from the same state.
+    SevenStates sys;
+    const std::vector<double> arFY0 = {0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0};
+    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
+    A1Val<double> arFYInPlace = arFOf(arFY0), arFYA = arFOf(arFY0), arFYB(1, 7), arFDyDx(1, 7);
+    double fTi1 = 0.0, fH1 = 5.0, fTi2 = 0.0, fH2 = 5.0;
+    int nRetried = 0;
+    for (int iStep = 0; iStep < 100; iStep++) {
+        double fTiNext, fHUsed1, fHUsed2;
+        const double fHTry = fH1;
+        sys.arFAtFArF(&arFDyDx, fTi1, arFYInPlace);
+        GetParam().fnStep(&arFYInPlace, &fTiNext, &fHUsed1, &fH1, fTi1, &arFYInPlace, &arFDyDx, 7,
+                          fH1, 1.0, &arFScale, &sys);
+        fTi1 = fTiNext;
+        nRetried += fHUsed1 != fHTry;
+        sys.arFAtFArF(&arFDyDx, fTi2, arFYA);
+        GetParam().fnStep(&arFYB, &fTiNext, &fHUsed2, &fH2, fTi2, &arFYA, &arFDyDx, 7, fH2, 1.0,
+                          &arFScale, &sys);
+        fTi2 = fTiNext;
+        arFYA = arFYB;
+        ASSERT_EQ(fTi1, fTi2) << iStep;
+        ASSERT_EQ(std::memcmp(&arFYInPlace[1], &arFYA[1], 7 * sizeof(double)), 0) << iStep;
+    }
+    EXPECT_GT(nRetried, 0);
+}
+
+TEST_P(StepQC, InputRangesAreAssertedInOrder) {
+    ConstantRate rate({0.0, 0.0});
+    A1Val<double> arFGood = arFOf({1.0, 2.0}), arFShort = arFOf({1.0}), arFYNext(1, 2);
+    double fXNext, fHUsed, fHNextEst;
+    const FnStepQC fnStep = GetParam().fnStep;
+    EXPECT_DEATH(fnStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFShort, &arFShort, 2, 0.1,
+                        1e-6, &arFShort, &rate),
+                 vttest::szAssertRe("parFY->iFirst() == 1 && parFY->iLast() == iNY", "odeint"));
+    EXPECT_DEATH(fnStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood, &arFShort, 2, 0.1,
+                        1e-6, &arFShort, &rate),
+                 vttest::szAssertRe("parFDyDx->iFirst() == 1 && parFDyDx->iLast() == iNY", "odeint"));
+    EXPECT_DEATH(fnStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood, &arFGood, 2, 0.1,
+                        1e-6, &arFShort, &rate),
+                 vttest::szAssertRe("parFYErrScale->iFirst() == 1 && parFYErrScale->iLast() == iNY",
+                                    "odeint"));
+    // The fixed step checks the same two ranges first.
+    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFShort, &arFShort, 2, 0.1, &rate),
+                 vttest::szAssertRe("parFY->iFirst() == 1 && parFY->iLast() == iNY", "odeint"));
+    EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFGood, &arFShort, 2, 0.1, &rate),
+                 vttest::szAssertRe("parFDyDx->iFirst() == 1 && parFDyDx->iLast() == iNY", "odeint"));
 }
 
 // ---- mmidStep -------------------------------------------------------------------
@@ -561,40 +425,6 @@ double fMmidExp(Long nStep) {
     return arFYNext[1];
 }
 }  // namespace
-
-TEST(MmidStep, LinearRateIsIntegratedExactlyForEveryStepCount) {
-    // y' = 2t from y(1) = 1 over 0.75: y = t^2, 3.0625 at the end. The
-    // midpoint sequence is exact at even points and off by h^2 at odd ones;
-    // the closing average cancels that.
-    class Linear : public ArF64FnF64ArF64 {
-    public:
-        void arFAtFArF(A1Val<double>* pd, double fTi, const A1Val<double>&) override {
-            pd->reconstructIFirstILast(1, 1);
-            (*pd)[1] = 2.0 * fTi;
-        }
-    } lin;
-    for (Long nStep : {1, 2, 3, 5, 8, 96}) {
-        A1Val<double> arFY = arFOf({1.0});
-        A1Val<double> arFDyDx = arFOf({2.0});
-        mmidStep(&arFY, 1.0, &arFY, &arFDyDx, 1, 0.75, &lin, nStep);
-        EXPECT_NEAR(arFY[1], 3.0625, 1e-14) << nStep;
-    }
-}
-
-TEST(MmidStep, ErrorIsEvenInTheStep) {
-    // Second order: the error falls fourfold when the sub-step halves; and
-    // because only even powers of h appear, one Richardson step in h^2
-    // leaves a fourth-order error that falls sixteenfold.
-    const double fE = std::exp(1.0);
-    const double fT8 = fMmidExp(8), fT16 = fMmidExp(16), fT32 = fMmidExp(32), fT64 = fMmidExp(64);
-    EXPECT_NEAR((fT8 - fE) / (fT16 - fE), 4.0, 0.05);
-    EXPECT_NEAR((fT16 - fE) / (fT32 - fE), 4.0, 0.02);
-    const double fR16 = (4.0 * fT16 - fT8) / 3.0;
-    const double fR32 = (4.0 * fT32 - fT16) / 3.0;
-    const double fR64 = (4.0 * fT64 - fT32) / 3.0;
-    EXPECT_NEAR((fR16 - fE) / (fR32 - fE), 16.0, 0.5);
-    EXPECT_NEAR((fR32 - fE) / (fR64 - fE), 16.0, 0.5);
-}
 
 // ---- rzextr -----------------------------------------------------------------------
 
@@ -709,28 +539,6 @@ BSStep stepBSOscillator(double fH, double fEps) {
 }
 }  // namespace
 
-TEST(BulirschStoerStep, HarmonicOscillatorOverManyPeriods) {
-    Oscillator osc;
-    A1Val<double> arFY = arFOf({1.0, 0.0});
-    A1Val<double> arFDyDx(1, 2);
-    A1Val<double> arFScale = arFOf({1.0, 1.0});
-    double fTi = 0.0, fH = 0.5;
-    const double fTiEnd = 50.0;
-    int nStep = 0;
-    while (fTi < fTiEnd) {
-        const double fHTry = std::fmin(fH, fTiEnd - fTi);
-        osc.arFAtFArF(&arFDyDx, fTi, arFY);
-        double fTiNext, fHUsed;
-        bulirschStoerStep(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 2, fHTry, 1e-12,
-                          &arFScale, &osc);
-        fTi = (fHUsed == fTiEnd - fTi) ? fTiEnd : fTiNext;
-        nStep++;
-    }
-    EXPECT_LT(fErrOscillator(arFY, fTiEnd), 1e-10);
-    // Long steps: far fewer than a low-order method would need.
-    EXPECT_LT(nStep, 60);
-}
-
 TEST(BulirschStoerStep, ProposedStepFollowsTheStageThatConverged) {
     // Stage j costs nseq[j] derivative calls, so the call count tells the
     // stage: 2+4+6+8 = 20 calls is stage 4, then 32, 48, 72, 104, 152, 216, 312.
@@ -779,31 +587,6 @@ TEST(BulirschStoerStep, FailedStepIsCutBySixteenAndSaysSo) {
     EXPECT_EQ(arFYNext[1], 0.0);
 }
 
-TEST(BulirschStoerStep, SameArrayInAndOutGivesTheSameResult) {
-    SevenStates sys;
-    const std::vector<double> arFY0 = {0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0};
-    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
-    A1Val<double> arFYInPlace = arFOf(arFY0);
-    A1Val<double> arFYA = arFOf(arFY0);
-    A1Val<double> arFYB(1, 7);
-    A1Val<double> arFDyDx(1, 7);
-    double fTi1 = 0.0, fH1 = 2.0, fTi2 = 0.0, fH2 = 2.0;
-    for (int iStep = 0; iStep < 20; iStep++) {
-        double fTiNext, fHUsed;
-        sys.arFAtFArF(&arFDyDx, fTi1, arFYInPlace);
-        bulirschStoerStep(&arFYInPlace, &fTiNext, &fHUsed, &fH1, fTi1, &arFYInPlace, &arFDyDx, 7,
-                          fH1, 1.0, &arFScale, &sys);
-        fTi1 = fTiNext;
-        sys.arFAtFArF(&arFDyDx, fTi2, arFYA);
-        bulirschStoerStep(&arFYB, &fTiNext, &fHUsed, &fH2, fTi2, &arFYA, &arFDyDx, 7, fH2, 1.0,
-                          &arFScale, &sys);
-        fTi2 = fTiNext;
-        arFYA = arFYB;
-        ASSERT_EQ(fTi1, fTi2);
-        ASSERT_EQ(std::memcmp(&arFYInPlace[1], &arFYA[1], 7 * sizeof(double)), 0) << iStep;
-    }
-}
-
 TEST(BulirschStoerStepDeath, StepThatNoLongerMovesXReportsUnderflowAndAsserts) {
     // A NaN rate is never accepted; after the first cut 1e20 + 1/16 == 1e20.
     ConstantRate rate({std::nan("")});
@@ -816,22 +599,4 @@ TEST(BulirschStoerStepDeath, StepThatNoLongerMovesXReportsUnderflowAndAsserts) {
                                    1, 1.0, 1e-6, &arFScale, &rate),
                  "^\\*{40}\nstep size underflow in bulirschStoerStep\n\\*{40}\n"
                  "Assertion failed: fX \\+ fH != fX, file .*odeint\\.cpp, line [0-9]+\n$");
-}
-
-TEST(BulirschStoerStepDeath, InputRangesAreAssertedInOrder) {
-    ConstantRate rate({0.0, 0.0});
-    A1Val<double> arFGood = arFOf({1.0, 2.0});
-    A1Val<double> arFShort = arFOf({1.0});
-    A1Val<double> arFYNext(1, 2);
-    double fXNext, fHUsed, fHNextEst;
-    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFShort,
-                                   &arFShort, 2, 0.1, 1e-6, &arFShort, &rate),
-                 "Assertion failed: parFY->iFirst\\(\\) == 1 && parFY->iLast\\(\\) == iNY");
-    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood,
-                                   &arFShort, 2, 0.1, 1e-6, &arFShort, &rate),
-                 "Assertion failed: parFDyDx->iFirst\\(\\) == 1 && parFDyDx->iLast\\(\\) == iNY");
-    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFGood,
-                                   &arFGood, 2, 0.1, 1e-6, &arFShort, &rate),
-                 "Assertion failed: parFYErrScale->iFirst\\(\\) == 1 && "
-                 "parFYErrScale->iLast\\(\\) == iNY");
 }

@@ -8,6 +8,7 @@
 #include <string>
 
 #include "plan/planstate.h"
+#include "plan/report.h"
 #include "plan/wptfpln.h"
 #include "sim/flight.h"
 #include "sim/ground.h"
@@ -107,12 +108,6 @@ TEST_F(PlanStateTest, FailedFitLeavesNoPlanSoListingAndFlightPlanDoNothing) {
     EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
 }
 
-TEST_F(PlanStateTest, SingularSystemIsAFailedFit) {
-    writeFile("traj1r.txt", "0 0 0 1 1 1 1 2 2 3 3 0\n");
-    EXPECT_FALSE(bPlanTraj1FromFile("traj1r.txt"));
-    EXPECT_FALSE(bPlanExists());
-}
-
 TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
     // The fit itself solves, but the accelerations of a path swinging by
     // 1e306 m overflow: such a plan would print NaN and infinities.
@@ -123,29 +118,6 @@ TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
     EXPECT_FALSE(bPlanExists());
     EXPECT_EQ(paPVdfXCpTraj1X, nullptr);
     EXPECT_FALSE(fileExists("fltplan.txt"));
-}
-
-TEST_F(PlanStateTest, FlightPlanCommandRewritesTheSameFile) {
-    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    ASSERT_TRUE(bRunPlan(&szOut));
-    writeFile("fltplan.txt", "");
-    writeFltplanTxt();
-    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
-}
-
-TEST_F(PlanStateTest, CountNotAMultipleOfThreeEndsTheProgram) {
-    copyTestData("reference/plan/bad_count/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    std::string szPattern = szRef("bad_count/expected/stderr.txt");
-    szPattern.insert(0, 1, '^');
-    szPattern.push_back('$');
-    EXPECT_EXIT(bRunPlan(&szOut), ::testing::ExitedWithCode(1), szPattern);
-}
-
-TEST_F(PlanStateTest, MissingWaypointFileEndsTheProgramNamingIt) {
-    std::string szOut;
-    EXPECT_EXIT(bRunPlan(&szOut), ::testing::ExitedWithCode(1), "can't open traj1r.txt");
 }
 
 TEST_F(PlanStateTest, UnwritableReportIsSkippedWithOneLine) {
@@ -227,4 +199,13 @@ TEST_F(PlanStateTest, BundledHopFlownWithItsPlanComesToRestUprightWherePlanned) 
         fZMax = std::max(fZMax, static_cast<Stvehicle3dof*>(arPSt[i])->fZf);
     EXPECT_GT(fZMax, 1.0);
     deleteStoredRun(&arFTi, &arPSt);
+}
+
+TEST(SummaryTest, EqualExtremesGiveZeroThrottleRangeAndPercentOfOneShare) {
+    // A third of the maximum thrust is 100 % of one thruster's share.
+    const std::string sz = vttest::szPrinted(
+        [](std::FILE* pf) { printSummary(pf, false, 0.0, 0.0, 1480.0 / 3.0, 1480.0 / 3.0, 1480.0); });
+    EXPECT_NE(sz.find("    max thruster force =   493.3333 (100.0 %)\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("    min thruster force =   493.3333 (100.0 %)\n"), std::string::npos) << sz;
+    EXPECT_NE(sz.find("    throttle range     =        0.0 %\n"), std::string::npos) << sz;
 }

@@ -61,6 +61,21 @@ void copyTestData(const std::string& szRel, const std::string& szDest) {
                                std::filesystem::copy_options::overwrite_existing);
 }
 
+std::string szAssertRe(const std::string& szExpr, const std::string& szFileStem) {
+    return "Assertion failed: " + szRe(szExpr) + ", file .*" + szFileStem;
+}
+
+std::string szPrintedFn(void (*pfn)(std::FILE*, void*), void* pv) {
+    char* pch = nullptr;
+    std::size_t n = 0;
+    std::FILE* pfile = open_memstream(&pch, &n);
+    pfn(pfile, pv);
+    std::fclose(pfile);
+    std::string sz(pch, n);
+    std::free(pch);
+    return sz;
+}
+
 }  // namespace vttest
 
 void InTempDir::SetUp() {

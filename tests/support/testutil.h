@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
 namespace vttest {
@@ -27,6 +28,15 @@ std::string szProgram();
 std::string szRe(const std::string& sz);
 // Copies a file from tests/data (relative path) to szDest.
 void copyTestData(const std::string& szRel, const std::string& szDest);
+// The death-test pattern of a failed assertion `szExpr` in a file whose name
+// starts with szFileStem.
+std::string szAssertRe(const std::string& szExpr, const std::string& szFileStem);
+// Whatever fn writes to the stream it is given, as a string.
+std::string szPrintedFn(void (*pfn)(std::FILE*, void*), void* pv);
+template <class Fn>
+std::string szPrinted(Fn fn) {
+    return szPrintedFn([](std::FILE* pf, void* pvFn) { (*static_cast<Fn*>(pvFn))(pf); }, &fn);
+}
 
 }  // namespace vttest
 
