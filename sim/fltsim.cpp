@@ -779,8 +779,13 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         // h. At rest, wherever the vehicle is: on the ground, or (rarely) at
         // the top of a vertical hop where all three rates pass through zero
         // together. Deliberately not limited to the ground.
-        if (std::fabs(arFState[4]) < fTolIntgXDot && std::fabs(arFState[5]) < fTolIntgXDot &&
-            std::fabs(arFState[6]) < fTolIntgThetaDot) {
+        // A guided flight comes to rest only after its touchdown: its steps
+        // land on every command event, and the first ones (a delayed command
+        // takes effect microseconds after the start) are short enough that
+        // the vehicle still standing on the pad would pass the test.
+        const bool bRestCounts = pcmdsource == nullptr || parFFnFArFModel->bLanded;
+        if (bRestCounts && std::fabs(arFState[4]) < fTolIntgXDot &&
+            std::fabs(arFState[5]) < fTolIntgXDot && std::fabs(arFState[6]) < fTolIntgThetaDot) {
             report.stop = SimStop::Rest;
             bStopped = true;
             continue;
