@@ -307,32 +307,6 @@ TEST(Rk5StepQCDeath, NaNScaledErrorAssertsInsteadOfLoopingForever) {
                  "Assertion failed: !std::isnan\\(fErrMax\\)");
 }
 
-// ---- no allocation once the sizes are reached ---------------------------------
-
-// Allocations of this test program so far (count_new.cpp); -1 where the
-// sanitizer keeps its own operator new.
-long nNewCallsSoFar();
-
-TEST(Rk5StepQC, AllocatesNothingOnceItsArraysHaveTheirSize) {
-    if (nNewCallsSoFar() < 0) GTEST_SKIP() << "allocation count needs the plain operator new";
-    SevenStates sys;
-    A1Val<double> arFY = arFOf({0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0});
-    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
-    A1Val<double> arFDyDx(1, 7);
-    double fTi = 0.0, fH = 5.0;
-    auto step = [&] {
-        double fTiNext, fHUsed;
-        sys.arFAtFArF(&arFDyDx, fTi, arFY);
-        rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 7, fH, 1.0, &arFScale,
-                  &sys);
-        fTi = fTiNext;
-    };
-    step();  // sizes the work arrays
-    const long nBefore = nNewCallsSoFar();
-    for (int i = 0; i < 100; i++) step();  // with retries: the first step is far too long
-    EXPECT_EQ(nNewCallsSoFar() - nBefore, 0);
-}
-
 // ---- both accuracy-controlled steppers --------------------------------------
 
 class StepQC : public ::testing::TestWithParam<StepperQC> {};
