@@ -319,10 +319,6 @@ TEST_F(GuidedFlight, TheReferenceIsThePlansOwnPath) {
     EXPECT_NEAR(ref.fZfLanding(), 0.0, 0.02);
 }
 
-}  // namespace
-
-namespace {
-
 // Undispersed, the guided hop comes to rest upright over the plan's end
 // point (the spring of the ground sinks it 3.5 cm under its weight), having
 // come straight down at the landing speed. With 5 % less thrust than
