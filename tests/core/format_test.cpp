@@ -13,7 +13,7 @@
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include <regex>
 #include <string>
-#include <vector>
+#include <utility>
 
 #include "support/testutil.h"
 
@@ -84,18 +84,6 @@ TEST(SignMantExpTest, NonFiniteAndOverlargeValuesEndInAssertions) {
 
 // ---- SI prefixes -------------------------------------------------------------------------
 
-TEST(SIPrefixTest, ZeroSitsAtTheMilliRowAndSignsCarry) {
-    Long iSign, iExp;
-    double fSig;
-    char chPrefix = '?';
-    EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, 0.0), 1);
-    EXPECT_EQ(iExp, -3);
-    EXPECT_EQ(chPrefix, 'm');
-    EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, -0.0047), 1);
-    EXPECT_DOUBLE_EQ(fSig, -4.7);
-    EXPECT_EQ(iSign, -1);
-}
-
 TEST(SIPrefixTest, EveryRowOfTheTableAndBothEdges) {
     const char achExpected[] = "afpnum kMGTP";
     for (int e = -18; e <= 17; e++) {
@@ -109,16 +97,24 @@ TEST(SIPrefixTest, EveryRowOfTheTableAndBothEdges) {
         EXPECT_EQ(chPrefix, achExpected[iRow]) << e;
         EXPECT_NEAR(fSig, 2.5 * std::pow(10.0, e - iExp), 1e-12) << e;
     }
-    Long iSign, iExp;
-    double fSig;
-    char chPrefix;
-    EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, 9.9e17), 1);
-    EXPECT_EQ(chPrefix, 'P');
-    EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, 1e18), 0);
-    EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, 1e-18), 1);
-    EXPECT_EQ(chPrefix, 'a');
-    EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, 9e-19), 0);
-    EXPECT_EQ(fSig, 9e-19);
+    // Both edges; zero sits at the milli row; signs carry.
+    const struct { double f; int bIn; char chPrefix; Long iSign, iExp; double fSig; } acase[] = {
+        {9.9e17, 1, 'P', 1, 15, 990.0}, {1e18, 0, '?', 1, 0, 0.0},   {1e-18, 1, 'a', 1, -18, 1.0},
+        {9e-19, 0, '?', 1, 0, 9e-19},   {0.0, 1, 'm', 0, -3, 0.0},    {-0.0047, 1, 'm', -1, -3, -4.7}};
+    for (const auto& c : acase) {
+        Long iSign = 9, iExp = 9;
+        double fSig;
+        char chPrefix = '?';
+        EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &chPrefix, c.f), c.bIn) << c.f;
+        if (c.bIn) {
+            EXPECT_EQ(chPrefix, c.chPrefix) << c.f;
+            EXPECT_EQ(iExp, c.iExp) << c.f;
+            EXPECT_EQ(iSign, c.iSign) << c.f;
+            EXPECT_DOUBLE_EQ(fSig, c.fSig) << c.f;
+        } else {
+            EXPECT_EQ(fSig, c.f);  // out of range: the value as it is
+        }
+    }
 }
 
 // ---- exponent form -------------------------------------------------------------------------
@@ -164,10 +160,10 @@ TEST(DateTimeTest, MonthOutsideTheYearIsAnAssertion) {
 
 TEST(PageTest, BlanksAndHeadingLines) {
     Long nBl = -1;
-    EXPECT_EQ(szPrinted([&](std::FILE* pf) { nBl = iNBlPFILE(3, pf); }), "   ");
-    EXPECT_EQ(nBl, 3);
-    EXPECT_EQ(szPrinted([&](std::FILE* pf) { nBl = iNBlPFILE(-2, pf); }), "");
-    EXPECT_EQ(nBl, 0);
+    for (auto [n, nWritten] : {std::pair{3, 3}, {-2, 0}}) {
+        EXPECT_EQ(szPrinted([&](std::FILE* pf) { nBl = iNBlPFILE(n, pf); }), std::string(nWritten, ' '));
+        EXPECT_EQ(nBl, nWritten);
+    }
 
     Str strTitle("Run"), strSub("Summary");
     EXPECT_EQ(szPrinted([&](std::FILE* pf) {

@@ -10,6 +10,7 @@
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #include <regex>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "core/logerror.h"
@@ -25,6 +26,16 @@ const char szTime[] = "[0-2][0-9]:[0-5][0-9]:[0-6][0-9] ";
 const char szDate[] =
     "DATE -- [0-9]{4}/(Jan|Feb|Mar|Apr|May|Jun|Jul|Aug|Sep|Oct|Nov|Dec)/[0-3][0-9] "
     "\\((Sunday|Monday|Tuesday|Wednesday|Thursday|Friday|Saturday)\\)\n";
+
+const std::string t = szTime;
+const char szCantHappen[] =
+    "CAN'T HAPPEN -- Program bug -- will try and continue, but disaster may ensue!\n"
+    "    logDateIfChanged1\nAssertion failed: 0,";
+
+// The log as a pattern: date line, opening banner, then szBody.
+std::regex reLog(const std::string& szBody) {
+    return std::regex("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" + szBody);
+}
 
 }  // namespace
 
@@ -42,10 +53,9 @@ TEST_F(LogFileTest, OpenAndCloseWriteDateLineBlankLineAndBanner) {
         },
         ::testing::ExitedWithCode(0), "");
     const std::string szLog = readFile("fe.log");
-    const std::string t = szTime;
-    const std::regex re("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" + t + "hello\n" +
-                        "n=3" + t + "ok=false\n\n" + t + "LOG FILE CLOSING\n$");
-    EXPECT_TRUE(std::regex_match(szLog, re)) << szLog;
+    EXPECT_TRUE(std::regex_match(
+        szLog, reLog(t + "hello\nn=3" + t + "ok=false\n\n" + t + "LOG FILE CLOSING\n$")))
+        << szLog;
 }
 
 TEST_F(LogFileTest, FatalErrorWritesFramedRecordAndExitsOne) {
@@ -57,11 +67,11 @@ TEST_F(LogFileTest, FatalErrorWritesFramedRecordAndExitsOne) {
         ::testing::ExitedWithCode(1),
         "^FATAL ERROR --\n    A<El>\\( lo=1, hi=-5 \\) allocation failure\n$");
     const std::string szLog = readFile("fe.log");
-    const std::string t = szTime;
-    const std::regex re("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n\n" + t + szRule69 +
-                        "\nFATAL ERROR --\n    A<El>\\( lo=1, hi=-5 \\) allocation failure\n\n" +
-                        szRule78 + "\n$");
-    EXPECT_TRUE(std::regex_match(szLog, re)) << szLog;
+    EXPECT_TRUE(std::regex_match(
+        szLog, reLog("\n" + t + szRule69 +
+                     "\nFATAL ERROR --\n    A<El>\\( lo=1, hi=-5 \\) allocation failure\n\n" +
+                     szRule78 + "\n$")))
+        << szLog;
 }
 
 TEST_F(LogFileTest, FatalErrorWithoutLogStillReportsOnStderr) {
@@ -80,8 +90,7 @@ TEST_F(LogFileTest, CantHappenEndsTheProgramAfterItsRecord) {
             openLogFile();
             cantHappen("logDateIfChanged1");
         },
-        "CAN'T HAPPEN -- Program bug -- will try and continue, but disaster may ensue!\n"
-        "    logDateIfChanged1\nAssertion failed: 0,");
+        szCantHappen);
 }
 
 // ---- every writer writes what its format gives ---------------------------------
@@ -99,14 +108,12 @@ TEST_F(LogFileTest, TimerLinePadsToTwentyEightColumnsAndNeverCuts) {
             std::exit(0);
         },
         ::testing::ExitedWithCode(0), "");
-    const std::string t = szTime;
     const std::string szSec = " {3}[0-9]\\.[0-9]{3}";
     const std::string szTail = " took " + szSec + " sec; time from start " + szSec + " sec\n";
-    const std::regex re("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" + t + "short" +
-                        std::string(23, ' ') + szTail + t + szLong + szTail + "\n" + t +
-                        "LOG FILE CLOSING\n$");
     const std::string szLog = readFile("fe.log");
-    ASSERT_TRUE(std::regex_match(szLog, re)) << szLog;
+    ASSERT_TRUE(std::regex_match(szLog, reLog(t + "short" + std::string(23, ' ') + szTail + t +
+                                              szLong + szTail + "\n" + t + "LOG FILE CLOSING\n$")))
+        << szLog;
     std::vector<double> vf;
     const std::regex reNum("took +([0-9.]+) sec; time from start +([0-9.]+) sec");
     for (auto it = std::sregex_iterator(szLog.begin(), szLog.end(), reNum); it != std::sregex_iterator(); ++it)
@@ -146,28 +153,19 @@ TEST_F(LogFileTest, DateRuleWritesANewDateLineWhenTheDateDiffers) {
             std::exit(0);
         },
         ::testing::ExitedWithCode(0), "");
-    const std::string t = szTime;
-    const std::regex re("^" + t + szDate + "\n" + t + "LOG FILE OPENED\n\n" + t + szDate + "\n" +
-                        t + "DATE -- 2008/Mar/04 \\(Tuesday\\)\n\n" + t + "after\n\n" + t +
-                        "LOG FILE CLOSING\n$");
     const std::string szLog = readFile("fe.log");
-    EXPECT_TRUE(std::regex_match(szLog, re)) << szLog;
+    EXPECT_TRUE(std::regex_match(szLog, reLog(t + szDate + "\n" + t +
+                                              "DATE -- 2008/Mar/04 \\(Tuesday\\)\n\n" + t +
+                                              "after\n\n" + t + "LOG FILE CLOSING\n$")))
+        << szLog;
 }
 
 TEST_F(LogFileTest, MonthOrWeekdayOutOfRangeIsAnImpossibleState) {
-    const char szReport[] =
-        "CAN'T HAPPEN -- Program bug -- will try and continue, but disaster may ensue!\n"
-        "    logDateIfChanged1\nAssertion failed: 0,";
-    std::tm tm{};
-    tm.tm_year = 108;
-    tm.tm_mday = 4;
-    tm.tm_mon = 12;
-    EXPECT_DEATH(logDateIfChanged(&tm), szReport);
-    tm.tm_mon = -1;
-    EXPECT_DEATH(logDateIfChanged(&tm), szReport);
-    tm.tm_mon = 0;
-    tm.tm_wday = 7;
-    EXPECT_DEATH(logDateIfChanged(&tm), szReport);
+    for (auto [iMon, iWDay] : {std::pair{12, 0}, {-1, 0}, {0, 7}}) {
+        std::tm tm{};
+        tm.tm_year = 108, tm.tm_mday = 4, tm.tm_mon = iMon, tm.tm_wday = iWDay;
+        EXPECT_DEATH(logDateIfChanged(&tm), szCantHappen) << iMon << " " << iWDay;
+    }
 }
 
 // ---- fatal errors ---------------------------------------------------------------

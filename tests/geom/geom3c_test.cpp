@@ -6,6 +6,7 @@
 #include <numbers>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "core/logerror.h"
 #include "geom/geom3c.h"
@@ -14,12 +15,6 @@
 namespace {
 
 constexpr double kPi = std::numbers::pi;
-
-void expectPtNear(Pt3c const& pt, double x, double y, double z, double fTol = 1e-12) {
-    EXPECT_NEAR(pt.fX, x, fTol);
-    EXPECT_NEAR(pt.fY, y, fTol);
-    EXPECT_NEAR(pt.fZ, z, fTol);
-}
 
 template <class T>
 void expectXYZNear(T const& v, double x, double y, double z, double fTol = 1e-12) {
@@ -83,9 +78,7 @@ TEST(Rcb3cTest, ElementaryRotationsAreTransposedRightHandedRotations) {
         }
     }
     // The axis-angle form agrees with the single-axis forms.
-    expectRcbNear(rcb3cDrAxisFRdn(Dr3c(1, 0, 0), a), rcb3cRotFRdnX(a), 1e-15);
-    expectRcbNear(rcb3cDrAxisFRdn(Dr3c(0, 1, 0), a), rcb3cRotFRdnY(a), 1e-15);
-    expectRcbNear(rcb3cDrAxisFRdn(Dr3c(0, 0, 1), a), rcb3cRotFRdnZ(a), 1e-15);
+    for (auto const& cs : arCase) expectRcbNear(rcb3cDrAxisFRdn(Dr3c(cs.axis), a), cs.rcb, 1e-15);
 }
 
 TEST(Rcb3cTest, AxisAngleMatchesIndependentRotationAndInverseIsTranspose) {
@@ -103,7 +96,7 @@ TEST(Rcb3cTest, AxisAngleMatchesIndependentRotationAndInverseIsTranspose) {
         expectRcbNear(rcb3cInv(rcb) * rcb, rcb3cIdent(), 1e-14);
         EXPECT_NEAR(fLenVc(vcRcb(rcb, v)), fLenVc(v), 1e-14);
         Pt3c pt = ptRcb(rcb, Pt3c(v.fX, v.fY, v.fZ));
-        expectPtNear(pt, vExpect.fX, vExpect.fY, vExpect.fZ, 1e-14);
+        expectXYZNear(pt, vExpect.fX, vExpect.fY, vExpect.fZ, 1e-14);
         Dr3c dr = drRcb(rcb, Dr3c(v));
         EXPECT_NEAR(fLenVc(Vc3c(dr)), 1.0, 1e-15);
     }
@@ -148,21 +141,21 @@ TEST(Rcb3cDeathTest, TwoDirectionFrameFromParallelDirections) {
 // ---- coordinate conversions --------------------------------------------------------
 
 TEST(CoordinatesTest, CylindricalAndSphericalRoundTrips) {
-    expectPtNear(ptRctFmCyl(2.0, kPi / 2, 3.0), 0.0, 2.0, 3.0, 1e-15);
-    expectPtNear(ptRctFmSph(2.0, 0.0, kPi / 2), 2.0, 0.0, 0.0, 1e-15);
-    expectPtNear(ptRctFmSph(2.0, 1.0, 0.0), 0.0, 0.0, 2.0, 1e-15);
+    expectXYZNear(ptRctFmCyl(2.0, kPi / 2, 3.0), 0.0, 2.0, 3.0, 1e-15);
+    expectXYZNear(ptRctFmSph(2.0, 0.0, kPi / 2), 2.0, 0.0, 0.0, 1e-15);
+    expectXYZNear(ptRctFmSph(2.0, 1.0, 0.0), 0.0, 0.0, 2.0, 1e-15);
     std::mt19937 gen(11);
     std::uniform_real_distribution<double> u(-5.0, 5.0);
     for (int i = 0; i < 40; ++i) {
         Pt3c pt(u(gen), u(gen), u(gen));
         double r, phi, z, rs, phs, th;
         cylFmPtRct(&r, &phi, &z, pt);
-        expectPtNear(ptRctFmCyl(r, phi, z), pt.fX, pt.fY, pt.fZ, 1e-13);
+        expectXYZNear(ptRctFmCyl(r, phi, z), pt.fX, pt.fY, pt.fZ, 1e-13);
         sphFmPtRct(&rs, &phs, &th, pt);
         EXPECT_NEAR(rs, std::sqrt(pt.fX * pt.fX + pt.fY * pt.fY + pt.fZ * pt.fZ), 1e-14);
         EXPECT_GE(th, 0.0);
         EXPECT_LE(th, kPi);
-        expectPtNear(ptRctFmSph(rs, phs, th), pt.fX, pt.fY, pt.fZ, 1e-13);
+        expectXYZNear(ptRctFmSph(rs, phs, th), pt.fX, pt.fY, pt.fZ, 1e-13);
         double r2, phi2, z2, rs2, ph2, th2;
         cylFmSph(&r2, &phi2, &z2, rs, phs, th);
         EXPECT_NEAR(r2, r, 1e-13);
@@ -181,9 +174,9 @@ TEST(CoordinatesTest, CylindricalAndSphericalRoundTrips) {
         expectXYZNear(drFmSph(ph2, th2), dr.fX, dr.fY, dr.fZ, 1e-14);
         double x, y, zz;
         rctFmCyl(&x, &y, &zz, r, phi, z);
-        expectPtNear(Pt3c(x, y, zz), pt.fX, pt.fY, pt.fZ, 1e-13);
+        expectXYZNear(Pt3c(x, y, zz), pt.fX, pt.fY, pt.fZ, 1e-13);
         rctFmSph(&x, &y, &zz, rs, phs, th);
-        expectPtNear(Pt3c(x, y, zz), pt.fX, pt.fY, pt.fZ, 1e-13);
+        expectXYZNear(Pt3c(x, y, zz), pt.fX, pt.fY, pt.fZ, 1e-13);
         sphFmRct(&rs2, &ph2, &th2, pt.fX, pt.fY, pt.fZ);
         EXPECT_EQ(rs2, rs);
         cylFmRct(&r2, &phi2, &z2, pt.fX, pt.fY, pt.fZ);
@@ -191,53 +184,34 @@ TEST(CoordinatesTest, CylindricalAndSphericalRoundTrips) {
     }
 }
 
-TEST(CoordinatesTest, LocalFramesGiveRadialComponents) {
-    const double phi = 0.7, th = 1.2, z = 3.0;
-    // A vector along the position's radial direction has only a radial part.
-    Vc3c vRadCyl = vcFmCyl(2.5, phi, 0.0);
-    expectXYZNear(vcRcb(rcbRotAtCyl(2.5, phi, z), vRadCyl), 2.5, 0.0, 0.0, 1e-14);
-    expectXYZNear(vcRcb(rcbRotAtCyl(2.5, phi, z), Vc3c(0, 0, 1)), 0.0, 0.0, 1.0, 1e-15);
-    Vc3c vRadSph = vcFmSph(4.0, phi, th);
-    expectXYZNear(vcRcb(rcbRotAtSph(4.0, phi, th), vRadSph), 4.0, 0.0, 0.0, 1e-14);
-    // e_phi is horizontal and points in the direction of increasing phi.
-    Vc3c vDPhi = vcFmSph(1.0, phi + 1e-6, th) - vcFmSph(1.0, phi, th);
-    Vc3c vLocal = vcRcb(rcbRotAtSph(1.0, phi, th), vDPhi);
-    EXPECT_GT(vLocal.fZ, 0.0);
-    EXPECT_NEAR(vLocal.fY, 0.0, 1e-11);
-    Rcb3c rcb = rcbRotAtSph(1.0, phi, th);
-    expectRcbNear(rcb * rcb3cInv(rcb), rcb3cIdent(), 1e-15);
-}
-
 // ---- angles ---------------------------------------------------------------------------
 
-TEST(AngleTest, ReductionToMinusPiPi) {
-    EXPECT_EQ(fRdnMPPiFmFRdn(-kPi), kPi);
-    EXPECT_NEAR(fRdnMPPiFmFRdn(3 * kPi / 2), -kPi / 2, 1e-15);
-    EXPECT_NEAR(fRdnMPPiFmFRdn(-3 * kPi / 2), kPi / 2, 1e-15);
-    EXPECT_EQ(fRdnMPPiFmFRdn(kPi), kPi);
-    EXPECT_EQ(fRdnMPPiFmFRdn(0.5), 0.5);
-    EXPECT_EQ(fRdnMPPiFmFRdn(-0.5), -0.5);
-    EXPECT_NEAR(fRdnMPPiFmFRdn(7.0), 7.0 - 2 * kPi, 1e-15);
-    EXPECT_NEAR(fRdnMPPiFmFRdn(-7.0), -7.0 + 2 * kPi, 1e-15);
-    for (double a = -20.0; a < 20.0; a += 0.37) {
-        double r = fRdnMPPiFmFRdn(a);
-        EXPECT_GT(r, -kPi);
-        EXPECT_LE(r, kPi);
-        EXPECT_NEAR(std::sin(r), std::sin(a), 1e-13);
-        EXPECT_NEAR(std::cos(r), std::cos(a), 1e-13);
+TEST(AngleTest, ReductionToMinusPiPiAndZeroTwoPi) {
+    // -pi goes to pi (the range is half-open at -pi), 0 stays at 0.
+    const double aaf[][3] = {{-kPi, kPi, kPi},
+                             {kPi, kPi, kPi},
+                             {3 * kPi / 2, -kPi / 2, 3 * kPi / 2},
+                             {-3 * kPi / 2, kPi / 2, kPi / 2},
+                             {0.5, 0.5, 0.5},
+                             {-0.5, -0.5, 2 * kPi - 0.5},
+                             {7.0, 7.0 - 2 * kPi, 7.0 - 2 * kPi},
+                             {-7.0, 2 * kPi - 7.0, 4 * kPi - 7.0},
+                             {2 * kPi + 0.25, 0.25, 0.25}};
+    for (auto const& af : aaf) {
+        EXPECT_NEAR(fRdnMPPiFmFRdn(af[0]), af[1], 1e-15) << af[0];
+        EXPECT_NEAR(fRdn02PiFmFRdn(af[0]), af[2], 1e-15) << af[0];
     }
-}
-
-TEST(AngleTest, ReductionToZeroTwoPi) {
-    EXPECT_NEAR(fRdn02PiFmFRdn(-kPi / 2), 3 * kPi / 2, 1e-15);
+    EXPECT_EQ(fRdnMPPiFmFRdn(-kPi), kPi);
     EXPECT_EQ(fRdn02PiFmFRdn(0.0), 0.0);
-    EXPECT_NEAR(fRdn02PiFmFRdn(2 * kPi + 0.25), 0.25, 1e-15);
     for (double a = -20.0; a < 20.0; a += 0.37) {
-        double r = fRdn02PiFmFRdn(a);
-        EXPECT_GE(r, 0.0);
-        EXPECT_LT(r, 2 * kPi);
-        EXPECT_NEAR(std::sin(r), std::sin(a), 1e-13);
-        EXPECT_NEAR(std::cos(r), std::cos(a), 1e-13);
+        for (double r : {fRdnMPPiFmFRdn(a), fRdn02PiFmFRdn(a)}) {
+            EXPECT_NEAR(std::sin(r), std::sin(a), 1e-13);
+            EXPECT_NEAR(std::cos(r), std::cos(a), 1e-13);
+        }
+        EXPECT_GT(fRdnMPPiFmFRdn(a), -kPi);
+        EXPECT_LE(fRdnMPPiFmFRdn(a), kPi);
+        EXPECT_GE(fRdn02PiFmFRdn(a), 0.0);
+        EXPECT_LT(fRdn02PiFmFRdn(a), 2 * kPi);
     }
 }
 
@@ -256,20 +230,14 @@ TEST(AngleTest, SignDegreesMinutesSeconds) {
     Long iSign, iDeg, iMin;
     double fSec;
     // 12 deg 30 min 36 s = 12.51 deg.
-    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, -12.51 * kPi / 180.0);
-    EXPECT_EQ(iSign, -1);
-    EXPECT_EQ(iDeg, 12);
-    EXPECT_EQ(iMin, 30);
-    EXPECT_NEAR(fSec, 36.0, 1e-9);
-    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, kPi);
-    EXPECT_EQ(iSign, 1);
-    EXPECT_EQ(iDeg, 180);
-    EXPECT_EQ(iMin, 0);
-    EXPECT_NEAR(fSec, 0.0, 1e-9);
     // Below one radian the sign still follows the angle's own.
-    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, 0.5);
-    EXPECT_EQ(iSign, 1);
-    EXPECT_EQ(iDeg, 28);
+    const struct { double fRdn; Long iSign, iDeg, iMin; double fSec; } acase[] = {
+        {-12.51 * kPi / 180.0, -1, 12, 30, 36.0}, {kPi, 1, 180, 0, 0.0}, {0.5, 1, 28, 38, 52.4031235}};
+    for (auto const& c : acase) {
+        iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, c.fRdn);
+        EXPECT_EQ(std::vector<Long>({iSign, iDeg, iMin}), std::vector<Long>({c.iSign, c.iDeg, c.iMin}));
+        EXPECT_NEAR(fSec, c.fSec, 1e-6);
+    }
 }
 
 TEST(AngleDeathTest, SignDegreesMinutesSecondsRejectsNaN) {

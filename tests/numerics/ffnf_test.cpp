@@ -6,6 +6,7 @@
 #include <cmath>
 #include <initializer_list>
 #include <string>
+#include <utility>
 
 #include <gtest/gtest.h>
 
@@ -38,13 +39,9 @@ TEST(FPolyFTest, HornerMatchesTheWrittenPolynomial) {
 
 TEST(FPolyFTest, CoefficientsFromAHigherIndexLackTheLowerPowers) {
     FPolyF fn(arFm(2, {1.5, -0.5}));  // 1.5 x^2 - 0.5 x^3
-    EXPECT_EQ(fn.fRAtFD(2.0), 2.0);
-    EXPECT_EQ(fn.fRAtFD(-1.0), 2.0);
-    EXPECT_EQ(fn.fRAtFD(0.0), 0.0);
-    FPolyF fnCube(arFm(3, {2.0}));
-    EXPECT_EQ(fnCube.fRAtFD(-3.0), -54.0);
-    FPolyF fnConst(arFm(0, {4.0}));
-    EXPECT_EQ(fnConst.fRAtFD(123.0), 4.0);
+    for (auto [x, f] : {std::pair{2.0, 2.0}, {-1.0, 2.0}, {0.0, 0.0}}) EXPECT_EQ(fn.fRAtFD(x), f) << x;
+    EXPECT_EQ(FPolyF(arFm(3, {2.0})).fRAtFD(-3.0), -54.0);
+    EXPECT_EQ(FPolyF(arFm(0, {4.0})).fRAtFD(123.0), 4.0);
 }
 
 TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
@@ -57,15 +54,11 @@ TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
 
 TEST(F1PwFTest, InterpolatesLinearlyAndExtrapolatesTheEndSegments) {
     F1PwF fn(arFm(1, {0.0, 1.0, 3.0}), arFm(1, {1.0, 3.0, 2.0}));
-    EXPECT_EQ(fn.fRAtFD(0.0), 1.0);
-    EXPECT_EQ(fn.fRAtFD(1.0), 3.0);
-    EXPECT_EQ(fn.fRAtFD(3.0), 2.0);
-    EXPECT_DOUBLE_EQ(fn.fRAtFD(0.25), 1.5);
-    EXPECT_DOUBLE_EQ(fn.fRAtFD(2.0), 2.5);
+    for (auto [x, f] : {std::pair{0.0, 1.0}, {1.0, 3.0}, {3.0, 2.0}}) EXPECT_EQ(fn.fRAtFD(x), f) << x;
     // No clamping: beyond the last point the last segment's line continues,
     // before the first the first segment's.
-    EXPECT_DOUBLE_EQ(fn.fRAtFD(5.0), 1.0);
-    EXPECT_DOUBLE_EQ(fn.fRAtFD(-1.0), -1.0);
+    for (auto [x, f] : {std::pair{0.25, 1.5}, {2.0, 2.5}, {5.0, 1.0}, {-1.0, -1.0}})
+        EXPECT_DOUBLE_EQ(fn.fRAtFD(x), f) << x;
 }
 
 TEST(F1PwFTest, DefinitionErrorsAreAssertions) {

@@ -28,6 +28,15 @@ public:
     long nCall = 0;
 };
 
+// y' = y.
+class Exponential : public ArF64FnF64ArF64 {
+public:
+    void arFAtFArF(A1Val<double>* pd, double, const A1Val<double>& y) override {
+        pd->reconstructIFirstILast(1, 1);
+        (*pd)[1] = y[1];
+    }
+};
+
 // y' = c t^4 for every component c of arFC, whatever the state: the steps
 // reduce to quadrature, whose results are known exactly.
 class QuarticInTime : public ArF64FnF64ArF64 {
@@ -89,6 +98,22 @@ struct StepperQC {
     FnStepQC fnStep;
 };
 
+// One accuracy-controlled step from (fX, y) with the given rates and error
+// scales (all 1 unless given); the results in the members.
+struct StepIO {
+    A1Val<double> arFY, arFDyDx, arFScale, arFYNext;
+    double fXNext = 0.0, fHUsed = 0.0, fHNextEst = 0.0;
+    StepIO(const std::vector<double>& vY, const std::vector<double>& vDyDx,
+           const std::vector<double>& vScale = {})
+        : arFY(arFOf(vY)), arFDyDx(arFOf(vDyDx)),
+          arFScale(arFOf(vScale.empty() ? std::vector<double>(vY.size(), 1.0) : vScale)),
+          arFYNext(1, static_cast<Long>(vY.size())) {}
+    void step(FnStepQC fn, double fX, double fH, double fEps, ArF64FnF64ArF64* psys) {
+        fn(&arFYNext, &fXNext, &fHUsed, &fHNextEst, fX, &arFY, &arFDyDx, arFY.n(), fH, fEps,
+           &arFScale, psys);
+    }
+};
+
 // Integrates the oscillator over [0, fTiEnd] with absolute error scale 1 and
 // tolerance fEps, landing on fTiEnd exactly; the error and the step count.
 std::pair<double, long> errNStepOscillator(FnStepQC fnStep, double fEps, double fTiEnd) {
@@ -115,13 +140,7 @@ std::pair<double, long> errNStepOscillator(FnStepQC fnStep, double fEps, double 
 
 TEST(Rk4Step, OneStepOfExponentialIsTheQuarticTaylorPolynomial) {
     // For y' = y one classical step multiplies by 1 + h + h^2/2 + h^3/6 + h^4/24.
-    class Exponential : public ArF64FnF64ArF64 {
-    public:
-        void arFAtFArF(A1Val<double>* pd, double, const A1Val<double>& y) override {
-            pd->reconstructIFirstILast(1, 1);
-            (*pd)[1] = y[1];
-        }
-    } expo;
+    Exponential expo;
     for (double fH : {0.5, 0.1, -0.3}) {
         A1Val<double> arFY = arFOf({2.0});
         A1Val<double> arFDyDx = arFOf({2.0});
@@ -203,15 +222,9 @@ struct QuarticStep {
 
 QuarticStep stepQuartic(double fScale, double fEps) {
     QuarticInTime quartic({1.0});
-    A1Val<double> arFY = arFOf({0.0});
-    A1Val<double> arFDyDx = arFOf({0.0});
-    A1Val<double> arFScale = arFOf({fScale});
-    A1Val<double> arFYNext(1, 1);
-    QuarticStep r{};
-    rk5StepQC(&arFYNext, &r.fXNext, &r.fHUsed, &r.fHNextEst, 0.0, &arFY, &arFDyDx, 1, 6.0, fEps,
-              &arFScale, &quartic);
-    r.fY = arFYNext[1];
-    return r;
+    StepIO io({0.0}, {0.0}, {fScale});
+    io.step(rk5StepQC, 0.0, 6.0, fEps, &quartic);
+    return {io.fXNext, io.fHUsed, io.fHNextEst, io.arFYNext[1]};
 }
 }  // namespace
 
@@ -264,14 +277,9 @@ using Rk5StepQCFiles = InTempDir;
 
 TEST_F(Rk5StepQCFiles, StepThatNoLongerMovesXWritesDebugThenAsserts) {
     ConstantRate rate({1.0, -2.0});
-    A1Val<double> arFY = arFOf({1.0, 2.0});
-    A1Val<double> arFDyDx = arFOf({1.0, -2.0});
-    A1Val<double> arFScale = arFOf({1.0, 1.0});
-    A1Val<double> arFYNext(1, 2);
-    double fXNext, fHUsed, fHNextEst;
+    StepIO io({1.0, 2.0}, {1.0, -2.0});
     // 1e20 + 0.001 == 1e20.
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 1e20, &arFY, &arFDyDx, 2,
-                           0.001, 1e-6, &arFScale, &rate),
+    EXPECT_DEATH(io.step(rk5StepQC, 1e20, 0.001, 1e-6, &rate),
                  "^Assertion failed: \\*pfXNext != fX, file .*odeint\\.cpp, line [0-9]+\n$");
     EXPECT_EQ(readFile("debug.txt"),
               "Step size too small in routine rk5StepQC\n"
@@ -292,45 +300,13 @@ TEST_F(Rk5StepQCFiles, StepThatNoLongerMovesXWritesDebugThenAsserts) {
 
 TEST(Rk5StepQCDeath, NaNScaledErrorAssertsInsteadOfLoopingForever) {
     ConstantRate rate({std::nan(""), 0.0});
-    A1Val<double> arFY = arFOf({0.0, 1.0});
-    A1Val<double> arFDyDx = arFOf({0.0, 0.0});
-    A1Val<double> arFScale = arFOf({1.0, 1.0});
-    A1Val<double> arFYNext(1, 2);
-    double fXNext, fHUsed, fHNextEst;
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFY, &arFDyDx, 2, 0.1,
-                           1e-6, &arFScale, &rate),
+    StepIO io({0.0, 1.0}, {0.0, 0.0});
+    EXPECT_DEATH(io.step(rk5StepQC, 0.0, 0.1, 1e-6, &rate),
                  "^Assertion failed: !std::isnan\\(fErrMax\\), file .*odeint\\.cpp");
     // The NaN in the last component is not passed over by the maximum either.
     ConstantRate rateLast({0.0, std::nan("")});
-    EXPECT_DEATH(rk5StepQC(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFY, &arFDyDx, 2, 0.1,
-                           1e-6, &arFScale, &rateLast),
+    EXPECT_DEATH(io.step(rk5StepQC, 0.0, 0.1, 1e-6, &rateLast),
                  "Assertion failed: !std::isnan\\(fErrMax\\)");
-}
-
-// ---- no allocation once the sizes are reached ---------------------------------
-
-// Allocations of this test program so far (count_new.cpp); -1 where the
-// sanitizer keeps its own operator new.
-long nNewCallsSoFar();
-
-TEST(Rk5StepQC, AllocatesNothingOnceItsArraysHaveTheirSize) {
-    if (nNewCallsSoFar() < 0) GTEST_SKIP() << "allocation count needs the plain operator new";
-    SevenStates sys;
-    A1Val<double> arFY = arFOf({0.0, 0.5, 0.1, 1.0, 0.0, 0.0, 20.0});
-    A1Val<double> arFScale = arFOf({1e-6, 1e-6, 1e-7, 1e-6, 1e-6, 1e-7, 1e-6});
-    A1Val<double> arFDyDx(1, 7);
-    double fTi = 0.0, fH = 5.0;
-    auto step = [&] {
-        double fTiNext, fHUsed;
-        sys.arFAtFArF(&arFDyDx, fTi, arFY);
-        rk5StepQC(&arFY, &fTiNext, &fHUsed, &fH, fTi, &arFY, &arFDyDx, 7, fH, 1.0, &arFScale,
-                  &sys);
-        fTi = fTiNext;
-    };
-    step();  // sizes the work arrays
-    const long nBefore = nNewCallsSoFar();
-    for (int i = 0; i < 100; i++) step();  // with retries: the first step is far too long
-    EXPECT_EQ(nNewCallsSoFar() - nBefore, 0);
 }
 
 // ---- both accuracy-controlled steppers --------------------------------------
@@ -408,14 +384,6 @@ TEST_P(StepQC, InputRangesAreAssertedInOrder) {
 // ---- mmidStep -------------------------------------------------------------------
 
 namespace {
-class Exponential : public ArF64FnF64ArF64 {
-public:
-    void arFAtFArF(A1Val<double>* pd, double, const A1Val<double>& y) override {
-        pd->reconstructIFirstILast(1, 1);
-        (*pd)[1] = y[1];
-    }
-};
-
 double fMmidExp(Long nStep) {
     Exponential expo;
     A1Val<double> arFY = arFOf({1.0});
@@ -526,16 +494,9 @@ struct BSStep {
 };
 BSStep stepBSOscillator(double fH, double fEps) {
     Oscillator osc;
-    A1Val<double> arFY = arFOf({1.0, 0.0});
-    A1Val<double> arFDyDx = arFOf({0.0, -1.0});
-    A1Val<double> arFScale = arFOf({1.0, 1.0});
-    A1Val<double> arFYNext(1, 2);
-    BSStep r{};
-    bulirschStoerStep(&arFYNext, &r.fXNext, &r.fHUsed, &r.fHNextEst, 0.0, &arFY, &arFDyDx, 2, fH,
-                      fEps, &arFScale, &osc);
-    r.fY1 = arFYNext[1];
-    r.nCall = osc.nCall;
-    return r;
+    StepIO io({1.0, 0.0}, {0.0, -1.0});
+    io.step(bulirschStoerStep, 0.0, fH, fEps, &osc);
+    return {io.fXNext, io.fHUsed, io.fHNextEst, io.arFYNext[1], osc.nCall};
 }
 }  // namespace
 
@@ -572,31 +533,21 @@ TEST(BulirschStoerStep, FailedStepIsCutBySixteenAndSaysSo) {
             (*pd)[1] = fTi > 0.3 ? 1.0 : 0.0;
         }
     } jump;
-    A1Val<double> arFY = arFOf({0.0});
-    A1Val<double> arFDyDx = arFOf({0.0});
-    A1Val<double> arFScale = arFOf({1.0});
-    A1Val<double> arFYNext(1, 1);
-    double fXNext, fHUsed, fHNextEst;
+    StepIO io({0.0}, {0.0});
     ::testing::internal::CaptureStdout();
-    bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFY, &arFDyDx, 1, 1.0,
-                      1e-10, &arFScale, &jump);
+    io.step(bulirschStoerStep, 0.0, 1.0, 1e-10, &jump);
     EXPECT_EQ(::testing::internal::GetCapturedStdout(), "    B-S step failed, fH =   1.0000e+00\n");
-    EXPECT_EQ(fHUsed, 0.0625);
-    EXPECT_EQ(fXNext, 0.0625);
-    EXPECT_EQ(fHNextEst, 0.125);  // stage 4: 16 / 8
-    EXPECT_EQ(arFYNext[1], 0.0);
+    EXPECT_EQ(io.fHUsed, 0.0625);
+    EXPECT_EQ(io.fXNext, 0.0625);
+    EXPECT_EQ(io.fHNextEst, 0.125);  // stage 4: 16 / 8
+    EXPECT_EQ(io.arFYNext[1], 0.0);
 }
 
 TEST(BulirschStoerStepDeath, StepThatNoLongerMovesXReportsUnderflowAndAsserts) {
     // A NaN rate is never accepted; after the first cut 1e20 + 1/16 == 1e20.
     ConstantRate rate({std::nan("")});
-    A1Val<double> arFY = arFOf({0.0});
-    A1Val<double> arFDyDx = arFOf({0.0});
-    A1Val<double> arFScale = arFOf({1.0});
-    A1Val<double> arFYNext(1, 1);
-    double fXNext, fHUsed, fHNextEst;
-    EXPECT_DEATH(bulirschStoerStep(&arFYNext, &fXNext, &fHUsed, &fHNextEst, 1e20, &arFY, &arFDyDx,
-                                   1, 1.0, 1e-6, &arFScale, &rate),
+    StepIO io({0.0}, {0.0});
+    EXPECT_DEATH(io.step(bulirschStoerStep, 1e20, 1.0, 1e-6, &rate),
                  "^\\*{40}\nstep size underflow in bulirschStoerStep\n\\*{40}\n"
                  "Assertion failed: fX \\+ fH != fX, file .*odeint\\.cpp, line [0-9]+\n$");
 }

@@ -25,23 +25,6 @@ protected:
     A1Val<void*> arPStRun{0};
 };
 
-void expectReferenceFlight(const std::string& szCase, A1Val<double>* parFTi, A1Val<void*>* parPSt) {
-    vttest::copyTestData("reference/flight/" + szCase + "/fltplan.txt", "fltplan.txt");
-    flyScheduleFile("fltplan.txt", parFTi, parPSt);
-    writeResultsTxt("results.txt", *parFTi, *parPSt);
-    const std::string szExpected = vttest::readFile(
-        std::string(VT_TEST_DATA) + "/reference/flight/" + szCase + "/expected/results.txt");
-    ASSERT_FALSE(szExpected.empty());
-    EXPECT_EQ(vttest::readFile("results.txt"), szExpected);
-}
-
-TEST_F(FlightFile, ReferenceFlightsMatchByteForByte) {
-    for (const char* szCase : {"freefall_cut", "pitch_step"}) {
-        expectReferenceFlight(szCase, &arFTiRun, &arPStRun);
-        deleteStoredRun(&arFTiRun, &arPStRun);
-    }
-}
-
 TEST_F(FlightFile, BadPlansAreFatalErrorsNamingTheFile) {
     EXPECT_EXIT(
         {

@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <cstring>
 #include <limits>
@@ -68,17 +69,6 @@ TEST_F(Ground, PlaneOfATiltedSquareByNewell) {
     EXPECT_NEAR(dr.fX, -1.0 / std::sqrt(5.0), 1e-15);
     EXPECT_NEAR(dr.fY, 0.0, 1e-15);
     EXPECT_NEAR(dr.fZ, 2.0 / std::sqrt(5.0), 1e-15);
-}
-
-TEST_F(Ground, EveryStripHasAnUpwardNormalAlongItsSlope) {
-    const double arFDeg[6] = {0.0, -20.0, -45.0, 0.0, 30.0, 0.0};  // rise of each strip
-    for (Long iPgn = 1; iPgn <= 6; iPgn++) {
-        const Dr3c dr = dr3cPgnNormal(static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[iPgn]));
-        const double fRdn = arFDeg[iPgn - 1] * M_PI / 180.0;
-        EXPECT_NEAR(dr.fX, -std::sin(fRdn), 1e-12) << iPgn;
-        EXPECT_NEAR(dr.fY, 0.0, 1e-12) << iPgn;
-        EXPECT_NEAR(dr.fZ, std::cos(fRdn), 1e-12) << iPgn;
-    }
 }
 
 TEST_F(Ground, FootOfPerpendicularLiesInThePlaneAlongTheNormal) {
@@ -219,69 +209,62 @@ TEST_F(Ground, ThreeDTestWithNaNNormalIsAnAssertion) {
 
 // ---- the contact query --------------------------------------------------------------------
 
-TEST_F(Ground, PointBelowThePadGivesItsFootAndUpNormal) {
-    double x = 7, y = 7, z = 7, dx = 7, dy = 7, dz = 7;
-    // The middle of polygon 1 is at x = -499.5.
-    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, -499.5, 0.0, -0.1,
-                                               &arPArPPtVtxPgnGnd));
-    EXPECT_NEAR(x, -499.5, 1e-9);
-    EXPECT_NEAR(y, 0.0, 1e-9);
-    EXPECT_NEAR(z, 0.0, 1e-9);
-    EXPECT_EQ(dx, 0.0);
-    EXPECT_EQ(dy, 0.0);
-    EXPECT_EQ(dz, 1.0);
+// The query into ar = (foot x, y, z, normal x, y, z), over the given polygons
+// or, with pplns, through the planes taken once.
+bool bQuery(double (&ar)[6], double x, double y, double z,
+            A1Val<void*>* parPPgn = &arPArPPtVtxPgnGnd, PlnsGnd const* pplns = nullptr) {
+    if (pplns != nullptr)
+        return bPtAtOrBelowPlnsGnd(&ar[0], &ar[1], &ar[2], &ar[3], &ar[4], &ar[5], x, y, z, *pplns);
+    return bPtAtOrBelowPArPArPPtVtxPgnGnd(&ar[0], &ar[1], &ar[2], &ar[3], &ar[4], &ar[5], x, y, z,
+                                          parPPgn);
 }
 
-TEST_F(Ground, PointAboveEveryPolygonLeavesOutputsUnwritten) {
-    double x = 7, y = 7, z = 7, dx = 7, dy = 7, dz = 7;
-    for (double xAt : {-500.0, 0.0, 5.0, 10.5, 14.0, 20.0, 100.0}) {
-        EXPECT_FALSE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, xAt, 0.0,
-                                                    zTerrainAt(xAt) + 0.01, &arPArPPtVtxPgnGnd))
-            << xAt;
-    }
-    EXPECT_EQ(x, 7.0);
-    EXPECT_EQ(y, 7.0);
-    EXPECT_EQ(z, 7.0);
-    EXPECT_EQ(dx, 7.0);
-    EXPECT_EQ(dy, 7.0);
-    EXPECT_EQ(dz, 7.0);
-    // Beyond the far end of the ground there is nothing to be below.
-    EXPECT_FALSE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 2000.0, 0.0, -5.0,
-                                                &arPArPPtVtxPgnGnd));
+// Both forms of the query answer (x, y, z) with every bit alike.
+bool bBothAgree(double x, double y, double z, A1Val<void*>* parPPgn, PlnsGnd const& plns) {
+    double ar1[6] = {7, 7, 7, 7, 7, 7}, ar2[6] = {7, 7, 7, 7, 7, 7};
+    const bool b1 = bQuery(ar1, x, y, z, parPPgn), b2 = bQuery(ar2, x, y, z, parPPgn, &plns);
+    EXPECT_EQ(b1, b2) << x << " " << y << " " << z;
+    EXPECT_EQ(std::memcmp(ar1, ar2, sizeof ar1), 0) << x << " " << y << " " << z;
+    return b1;
 }
 
-TEST_F(Ground, PointUnderTheKinkIsAnsweredByTheLowerNumberedPolygon) {
+TEST_F(Ground, PointsAboveBelowAndUnderTheKink) {
+    using Ar = std::array<double, 6>;
+    const Ar arUnset = {7, 7, 7, 7, 7, 7};
+    double ar[6] = {7, 7, 7, 7, 7, 7};
+    // Above every polygon (or beyond the far end): nothing written.
+    for (double xAt : {-500.0, 0.0, 5.0, 10.5, 14.0, 20.0, 100.0})
+        EXPECT_FALSE(bQuery(ar, xAt, 0.0, zTerrainAt(xAt) + 0.01)) << xAt;
+    EXPECT_FALSE(bQuery(ar, 2000.0, 0.0, -5.0));
+    EXPECT_EQ(std::to_array(ar), arUnset);
+    // Below the middle of the pad (polygon 1): its foot and the up normal.
+    ASSERT_TRUE(bQuery(ar, -499.5, 0.0, -0.1));
+    for (int k = 0; k < 6; k++) EXPECT_NEAR(ar[k], (Ar{-499.5, 0, 0, 0, 0, 1})[k], 1e-9) << k;
+    EXPECT_EQ(ar[5], 1.0);
     // A metre below the pad edge: below the planes of strips 1 and 2, and
-    // each of the two contains the foot of the perpendicular on its plane.
-    double x, y, z, dx, dy, dz;
+    // each of the two contains the foot of the perpendicular on its plane;
+    // alone, strip 2 answers, with the whole ground strip 1 comes first and wins.
+    const double s20 = std::sin(20.0 * M_PI / 180.0), c20 = std::cos(20.0 * M_PI / 180.0);
     A1Val<void*> arPPgnSlopeOnly(1, 1);
     arPPgnSlopeOnly[1] = arPArPPtVtxPgnGnd[2];
-    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 0.95, 0.0, -1.0,
-                                               &arPPgnSlopeOnly));
-    EXPECT_GT(x, 1.0);
-    EXPECT_NEAR(dx, std::sin(20.0 * M_PI / 180.0), 1e-12);
-    // With the whole ground, strip 1 comes first and wins.
-    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 0.95, 0.0, -1.0,
-                                               &arPArPPtVtxPgnGnd));
-    EXPECT_EQ(dx, 0.0);
-    EXPECT_EQ(dz, 1.0);
-    EXPECT_NEAR(x, 0.95, 1e-12);
-    EXPECT_NEAR(z, 0.0, 1e-12);
-    // A point below the slope just past the kink whose foot on the pad's
-    // plane lies beyond x = 1 is answered by strip 2 with the slope normal.
-    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 1.2, 0.0, -0.5,
-                                               &arPArPPtVtxPgnGnd));
-    EXPECT_NEAR(dx, std::sin(20.0 * M_PI / 180.0), 1e-12);
-    EXPECT_NEAR(dz, std::cos(20.0 * M_PI / 180.0), 1e-12);
-    // The foot is on the slope, and the point lies along the normal from it.
-    EXPECT_NEAR(z, zTerrainAt(x), 1e-12);
-    EXPECT_NEAR((1.2 - x) * dz - (-0.5 - z) * dx, 0.0, 1e-12);
+    ASSERT_TRUE(bQuery(ar, 0.95, 0.0, -1.0, &arPPgnSlopeOnly));
+    EXPECT_GT(ar[0], 1.0);
+    EXPECT_NEAR(ar[3], s20, 1e-12);
+    ASSERT_TRUE(bQuery(ar, 0.95, 0.0, -1.0));
+    for (int k = 0; k < 6; k++) EXPECT_NEAR(ar[k], (Ar{0.95, 0, 0, 0, 0, 1})[k], 1e-12) << k;
+    EXPECT_EQ(ar[3], 0.0);
+    // Below the slope just past the kink, the foot on the pad's plane beyond
+    // x = 1: strip 2, the foot on the slope and the point along the normal.
+    ASSERT_TRUE(bQuery(ar, 1.2, 0.0, -0.5));
+    EXPECT_NEAR(ar[3], s20, 1e-12);
+    EXPECT_NEAR(ar[5], c20, 1e-12);
+    EXPECT_NEAR(ar[2], zTerrainAt(ar[0]), 1e-12);
+    EXPECT_NEAR((1.2 - ar[0]) * ar[5] - (-0.5 - ar[2]) * ar[3], 0.0, 1e-12);
     // In the valley: below the pad's plane too, but the pad does not contain
     // the foot, so the valley floor (strip 4) answers.
-    ASSERT_TRUE(bPtAtOrBelowPArPArPPtVtxPgnGnd(&x, &y, &z, &dx, &dy, &dz, 14.0, 0.0, -6.0,
-                                               &arPArPPtVtxPgnGnd));
-    EXPECT_NEAR(z, zTerrainAt(14.0), 1e-12);
-    EXPECT_EQ(dz, 1.0);
+    ASSERT_TRUE(bQuery(ar, 14.0, 0.0, -6.0));
+    EXPECT_NEAR(ar[2], zTerrainAt(14.0), 1e-12);
+    EXPECT_EQ(ar[5], 1.0);
 }
 
 TEST_F(Ground, QueryWithPlanesTakenOnceGivesTheSameAnswers) {
@@ -289,20 +272,9 @@ TEST_F(Ground, QueryWithPlanesTakenOnceGivesTheSameAnswers) {
     ASSERT_TRUE(bPlnsGndFm(&plns, &arPArPPtVtxPgnGnd));
     EXPECT_EQ(plns.nPgn, 6);
     int nBelow = 0;
-    for (double x = -30.0; x <= 60.0; x += 0.173) {
-        for (double dz : {-2.0, -0.3, -1e-9, 0.0, 1e-9, 0.4}) {
-            const double z = zTerrainAt(x) + dz;
-            double ar1[6] = {7, 7, 7, 7, 7, 7}, ar2[6] = {7, 7, 7, 7, 7, 7};
-            const bool b1 =
-                bPtAtOrBelowPArPArPPtVtxPgnGnd(&ar1[0], &ar1[1], &ar1[2], &ar1[3], &ar1[4], &ar1[5],
-                                               x, 0.0, z, &arPArPPtVtxPgnGnd);
-            const bool b2 = bPtAtOrBelowPlnsGnd(&ar2[0], &ar2[1], &ar2[2], &ar2[3], &ar2[4],
-                                                &ar2[5], x, 0.0, z, plns);
-            ASSERT_EQ(b1, b2) << x << " " << dz;
-            for (int k = 0; k < 6; k++) EXPECT_EQ(ar1[k], ar2[k]) << x << " " << dz << " " << k;
-            nBelow += b1;
-        }
-    }
+    for (double x = -30.0; x <= 60.0; x += 0.173)
+        for (double dz : {-2.0, -0.3, -1e-9, 0.0, 1e-9, 0.4})
+            nBelow += bBothAgree(x, 0.0, zTerrainAt(x) + dz, &arPArPPtVtxPgnGnd, plns);
     EXPECT_GT(nBelow, 1000);
     // A ground of more polygons than it keeps is refused.
     A1Val<void*> arPPgnMany(1, PlnsGnd::nPgnMax + 1);
@@ -320,20 +292,14 @@ TEST_F(Ground, BoxShortcutsAnswerAsTheWindingRuleAtTheirMargins) {
     Pgn pgnBowTie({Pt3c(11, -2, -1), Pt3c(15, 2, -1), Pt3c(15, -2, -1), Pt3c(11, 2, -1)});
     Pgn pgnTriangle({Pt3c(17, -2, -1), Pt3c(21, -2, -1), Pt3c(19, 2, -1)});
     A1Val<void*> arPPgn(1, 4);
-    arPPgn[1] = pgnCcw.par();
-    arPPgn[2] = pgnCw.par();
-    arPPgn[3] = pgnBowTie.par();
-    arPPgn[4] = pgnTriangle.par();
+    Long i = 1;
+    for (Pgn* p : {&pgnCcw, &pgnCw, &pgnBowTie, &pgnTriangle}) arPPgn[i++] = p->par();
     PlnsGnd plns;
     ASSERT_TRUE(bPlnsGndFm(&plns, &arPPgn));
     EXPECT_TRUE(plns.abRect[0] && plns.abRect[1]);
     EXPECT_FALSE(plns.abRect[2] || plns.abRect[3]);
     std::vector<double> vecOff = {0.0, 1e-300, 1e-12, 1e-7};
-    for (double f : {1e-6, 2e-6}) {
-        vecOff.push_back(f);
-        vecOff.push_back(std::nextafter(f, 0.0));
-        vecOff.push_back(std::nextafter(f, 1.0));
-    }
+    for (double f : {1e-6, 2e-6}) vecOff.insert(vecOff.end(), {f, std::nextafter(f, 0.0), std::nextafter(f, 1.0)});
     std::vector<double> vecX, vecY;
     for (double x : {-1.0, 3.0, 5.0, 9.0, 11.0, 15.0, 17.0, 19.0, 21.0, 1.0, 7.0, 13.0, 1e80})
         for (double fOff : vecOff) vecX.insert(vecX.end(), {x - fOff, x + fOff});
@@ -341,20 +307,8 @@ TEST_F(Ground, BoxShortcutsAnswerAsTheWindingRuleAtTheirMargins) {
         for (double fOff : vecOff) vecY.insert(vecY.end(), {y - fOff, y + fOff});
     vecY.push_back(fNaN);
     int nBelow = 0;
-    for (double x : vecX) {
-        for (double y : vecY) {
-            const double z = -3.0;
-            double ar1[6] = {7, 7, 7, 7, 7, 7}, ar2[6] = {7, 7, 7, 7, 7, 7};
-            const bool b1 = bPtAtOrBelowPArPArPPtVtxPgnGnd(&ar1[0], &ar1[1], &ar1[2], &ar1[3],
-                                                           &ar1[4], &ar1[5], x, y, z, &arPPgn);
-            const bool b2 = bPtAtOrBelowPlnsGnd(&ar2[0], &ar2[1], &ar2[2], &ar2[3], &ar2[4],
-                                                &ar2[5], x, y, z, plns);
-            ASSERT_EQ(b1, b2) << x << " " << y;
-            for (int k = 0; k < 6; k++)
-                ASSERT_EQ(std::memcmp(&ar1[k], &ar2[k], sizeof(double)), 0) << x << " " << y;
-            nBelow += b1;
-        }
-    }
+    for (double x : vecX)
+        for (double y : vecY) nBelow += bBothAgree(x, y, -3.0, &arPPgn, plns);
     EXPECT_GT(nBelow, 500);
 }
 
@@ -378,17 +332,6 @@ TEST_F(Ground, HeightAlongAllSixStripsMatchesTheClosedForm) {
     EXPECT_FALSE(bPtOnGndAtXY(&xG, &yG, &z, 1028.0, 0.0, &arPArPPtVtxPgnGnd));
     EXPECT_FALSE(bPtOnGndAtXY(&xG, &yG, &z, 5.0, 1001.0, &arPArPPtVtxPgnGnd));
     EXPECT_EQ(z, 7.0);
-}
-
-TEST_F(Ground, SecondInitRewritesTheSamePolygonsAndParameters) {
-    void* apPgn[6];
-    for (Long i = 1; i <= 6; i++) apPgn[i - 1] = arPArPPtVtxPgnGnd[i];
-    static_cast<Pt3c*>((*static_cast<A1Val<void*>*>(apPgn[0]))[1])->fZ = 42.0;
-    vehicle.fIsp = 1.0;
-    initParams();
-    for (Long i = 1; i <= 6; i++) EXPECT_EQ(arPArPPtVtxPgnGnd[i], apPgn[i - 1]);
-    EXPECT_EQ(static_cast<Pt3c*>((*static_cast<A1Val<void*>*>(apPgn[0]))[1])->fZ, 0.0);
-    EXPECT_EQ(vehicle.fIsp, 549.36);
 }
 
 }  // namespace

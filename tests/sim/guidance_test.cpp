@@ -97,19 +97,6 @@ INSTANTIATE_TEST_SUITE_P(
                       PoleCase{"attitude_bandwidth 5\nposition_bandwidth 1.7\n"
                                "vertical_bandwidth 0.9\ndamping 1.3  # overdamped\n"}));
 
-// The bandwidths the vehicle allows: the moment at hover thrust is limited
-// by thruster 3 (0.8 m arm, it can only push: M >= -0.8 T / 3), so pitch
-// gets sqrt(0.8 m g / 3 / (0.1 I)); position a quarter of that; height
-// sqrt(g / 1 m), slower than position.
-TEST(Guidance, DerivedBandwidthsFollowTheVehicleLimits) {
-    initParams();
-    const GuidanceGains gains = guidanceGainsFm(GuidanceSettings(), vehicle, planet);
-    const double fWp = std::sqrt(0.8 * 100.0 * 3.7 / 3.0 / (0.1 * 13.83));
-    EXPECT_NEAR(gains.fOmegaPitch, fWp, 1e-12);
-    EXPECT_NEAR(gains.fOmegaX, fWp / 4.0, 1e-12);
-    EXPECT_NEAR(gains.fOmegaZ, std::sqrt(3.7), 1e-12);
-}
-
 // Whatever the errors, the commands are finite and within the vehicle: each
 // thruster of the split between 0 and a third of the maximum thrust, the
 // moment within 0.4 m times the thrust; a demand beyond that sits on the
@@ -331,10 +318,6 @@ TEST_F(GuidedFlight, TheReferenceIsThePlansOwnPath) {
     EXPECT_NEAR(ref.fXfLanding(), 28.5, 0.02);
     EXPECT_NEAR(ref.fZfLanding(), 0.0, 0.02);
 }
-
-}  // namespace
-
-namespace {
 
 // Undispersed, the guided hop comes to rest upright over the plan's end
 // point (the spring of the ground sinks it 3.5 cm under its weight), having
