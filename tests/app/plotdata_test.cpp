@@ -208,96 +208,69 @@ struct SmallPlan {
 
 }  // namespace
 
-TEST_F(PlotDataTest, StretchesSplitAtAGapAndReportTheirWorstSample) {
-    SmallPlan plan;
-    // Thrusters 1 and 2 over 100 N at t = 0 and 1 (worse at 1), within at
-    // t = 2, thruster 3 over at t = 3 alone.
-    (*pvdfAt(plan.paF, 0))[3] = 330.0;       // 110 N each
-    (*pvdfAt(plan.paF, 1))[3] = 360.0;       // 120 N each
-    (*pvdfAt(plan.paM, 3))[2] = 0.8 * 60.0;  // thruster 3: 50 + 60 = 110 N
-    const std::vector<PlanViolation> vec = plan.check();
-    ASSERT_EQ(vec.size(), 2u);
-    EXPECT_EQ(vec[0].check, PlanCheck::ThrusterAboveShare);
-    EXPECT_EQ(vec[0].iThruster, 1);  // with no moment all three are equal: the pair is named
-    EXPECT_EQ(vec[0].fTiFirst, 0.0);
-    EXPECT_EQ(vec[0].fTiLast, 1.0);
-    EXPECT_EQ(vec[0].fTiWorst, 1.0);
-    EXPECT_NEAR(vec[0].fValue, 120.0, 1e-12);
-    EXPECT_NEAR(vec[0].fAmount, 20.0, 1e-12);
-    EXPECT_EQ(vec[1].iThruster, 3);
-    EXPECT_EQ(vec[1].fTiFirst, 3.0);
-    EXPECT_EQ(vec[1].fTiLast, 3.0);
-    EXPECT_NEAR(vec[1].fValue, 110.0, 1e-12);
-}
-
-TEST_F(PlotDataTest, ThrustersOneAndTwoAreJudgedAsAPair) {
-    SmallPlan plan;
-    // A negative moment loads 1 and 2: 50 + 30 = 80 N each, 3 gets 50 - 60.
-    (*pvdfAt(plan.paM, 2))[2] = -0.8 * 60.0;
-    const std::vector<PlanViolation> vec = plan.check();
-    ASSERT_EQ(vec.size(), 1u);
-    EXPECT_EQ(vec[0].check, PlanCheck::ThrusterBelowZero);
-    EXPECT_EQ(vec[0].iThruster, 3);
-    EXPECT_NEAR(vec[0].fValue, -10.0, 1e-12);
-    // The same at t = 0 too: two stretches, apart.
-    (*pvdfAt(plan.paM, 0))[2] = -0.8 * 60.0;
-    const std::vector<PlanViolation> vecTwo = plan.check();
-    ASSERT_EQ(vecTwo.size(), 2u);
-    EXPECT_EQ(vecTwo[0].fTiLast, 0.0);
-    EXPECT_EQ(vecTwo[1].fTiFirst, 2.0);
-    (*pvdfAt(plan.paM, 0))[2] = 0.0;
-    // The other way: 1 and 2 pull.
-    (*pvdfAt(plan.paM, 2))[2] = 0.8 * 120.0;  // 50 - 60 each, 3: 170
-    const std::vector<PlanViolation> vec2 = plan.check();
-    ASSERT_EQ(vec2.size(), 2u);
-    EXPECT_EQ(vec2[0].check, PlanCheck::ThrusterAboveShare);
-    EXPECT_EQ(vec2[0].iThruster, 3);
-    EXPECT_EQ(vec2[1].check, PlanCheck::ThrusterBelowZero);
-    EXPECT_EQ(vec2[1].iThruster, 1);
-    EXPECT_NEAR(vec2[1].fValue, -10.0, 1e-12);
-    EXPECT_EQ(szPlanViolation(vec2[1]),
-              "plan: thrusters 1 and 2 need -10.0000 N at t = 2.0000 s, 10.0000 N below zero (a "
-              "thruster can only push)");
-}
-
-TEST_F(PlotDataTest, MassAtTheEmptyMassIsAlreadyTooLow) {
-    SmallPlan plan;
-    plan.vdfMs[3] = 95.0;
-    plan.vdfMs[4] = 94.5;
-    const std::vector<PlanViolation> vec = plan.check();
-    ASSERT_EQ(vec.size(), 1u);
-    EXPECT_EQ(vec[0].check, PlanCheck::MassAtOrBelowEmpty);
-    EXPECT_EQ(vec[0].fTiFirst, 3.0);
-    EXPECT_EQ(vec[0].fTiLast, 4.0);
-    EXPECT_EQ(vec[0].fValue, 94.5);
-    EXPECT_EQ(vec[0].fAmount, 0.5);
-    EXPECT_EQ(szPlanViolation(vec[0]),
-              "plan: mass 94.5000 kg at t = 4.0000 s, at or below the empty mass (95.0000 kg) by "
-              "0.5000 kg: no thrust is left, from t = 3.0000 to 4.0000 s");
-}
-
-TEST_F(PlotDataTest, TerrainCheckIgnoresRoundingAtTheGroundAndAreasWithNoGround) {
-    SmallPlan plan;
-    (*pvdfAt(plan.paX, 1))[3] = 0.0;      // on the pad
-    (*pvdfAt(plan.paX, 2))[3] = -1e-7;    // rounding below it
-    (*pvdfAt(plan.paX, 3))[3] = -1e-5;    // below it
-    (*pvdfAt(plan.paX, 4))[1] = -2000.0;  // off the ground's edge
-    (*pvdfAt(plan.paX, 4))[3] = -50.0;
-    const std::vector<PlanViolation> vec = plan.check();
-    ASSERT_EQ(vec.size(), 1u);
-    EXPECT_EQ(vec[0].check, PlanCheck::BelowTerrain);
-    EXPECT_EQ(vec[0].fTiFirst, 3.0);
-    EXPECT_EQ(vec[0].fTiLast, 3.0);
-    EXPECT_EQ(szPlanViolation(vec[0]),
-              "plan: path at z = -0.0000 m at t = 3.0000 s (x = 0.5000 m), 0.0000 m below the "
-              "terrain (z = 0.0000 m)");
+// Each case changes the small plan and lists the warnings in full: the
+// check, the thruster (1 and 2 judged as a pair), the worst sample, its
+// amount, and the stretch, split where the limit holds again.
+TEST_F(PlotDataTest, PlanChecksReportEachStretchAtItsWorstSample) {
+    const struct {
+        const char* szName;
+        void (*pfnChange)(SmallPlan&);
+        const char* szWarnings;
+    } acase[] = {
+        {"above the share at t = 0 and 1 (worse at 1), thruster 3 alone at 3", [](SmallPlan& p) {
+             (*pvdfAt(p.paF, 0))[3] = 330.0;       // 110 N each
+             (*pvdfAt(p.paF, 1))[3] = 360.0;       // 120 N each
+             (*pvdfAt(p.paM, 3))[2] = 0.8 * 60.0;  // thruster 3: 50 + 60 N
+         },
+         "plan: thrusters 1 and 2 need 120.0000 N at t = 1.0000 s, 20.0000 N above their share of "
+         "the maximum thrust (100.0000 N), from t = 0.0000 to 1.0000 s\n"
+         "plan: thruster 3 needs 110.0000 N at t = 3.0000 s, 10.0000 N above its share of the "
+         "maximum thrust (100.0000 N)\n"},
+        {"a negative moment: 3 below zero at 0 and 2, two stretches", [](SmallPlan& p) {
+             (*pvdfAt(p.paM, 0))[2] = -0.8 * 60.0;  // 1 and 2: 80 N, 3: -10 N
+             (*pvdfAt(p.paM, 2))[2] = -0.8 * 60.0;
+         },
+         "plan: thruster 3 needs -10.0000 N at t = 0.0000 s, 10.0000 N below zero (a thruster can "
+         "only push)\n"
+         "plan: thruster 3 needs -10.0000 N at t = 2.0000 s, 10.0000 N below zero (a thruster can "
+         "only push)\n"},
+        {"a positive moment: 3 above its share, 1 and 2 below zero", [](SmallPlan& p) {
+             (*pvdfAt(p.paM, 2))[2] = 0.8 * 120.0;  // 1 and 2: -10 N, 3: 170 N
+         },
+         "plan: thruster 3 needs 170.0000 N at t = 2.0000 s, 70.0000 N above its share of the "
+         "maximum thrust (100.0000 N)\n"
+         "plan: thrusters 1 and 2 need -10.0000 N at t = 2.0000 s, 10.0000 N below zero (a "
+         "thruster can only push)\n"},
+        {"mass at and below the empty mass", [](SmallPlan& p) {
+             p.vdfMs[3] = 95.0;
+             p.vdfMs[4] = 94.5;
+         },
+         "plan: mass 94.5000 kg at t = 4.0000 s, at or below the empty mass (95.0000 kg) by 0.5000 "
+         "kg: no thrust is left, from t = 3.0000 to 4.0000 s\n"},
+        {"on the pad, rounding below it, below it, off the ground's edge", [](SmallPlan& p) {
+             (*pvdfAt(p.paX, 1))[3] = 0.0;
+             (*pvdfAt(p.paX, 2))[3] = -1e-7;
+             (*pvdfAt(p.paX, 3))[3] = -1e-5;
+             (*pvdfAt(p.paX, 4))[1] = -2000.0;
+             (*pvdfAt(p.paX, 4))[3] = -50.0;
+         },
+         "plan: path at z = -0.0000 m at t = 3.0000 s (x = 0.5000 m), 0.0000 m below the terrain "
+         "(z = 0.0000 m)\n"},
+    };
+    for (const auto& c : acase) {
+        SmallPlan plan;
+        c.pfnChange(plan);
+        std::string sz;
+        for (const PlanViolation& v : plan.check()) sz += szPlanViolation(v) + "\n";
+        EXPECT_EQ(sz, c.szWarnings) << c.szName;
+    }
     // No ground at all: nothing to check.
+    SmallPlan plan;
+    (*pvdfAt(plan.paX, 3))[3] = -50.0;
     EXPECT_TRUE(vecPlanViolationFm(&plan.vdfT, plan.paX, &plan.vdfMs, plan.paF, plan.paM, 300.0,
                                    95.0, nullptr)
                     .empty());
 }
-
-// ---- landing miss ---------------------------------------------------------------
 
 TEST_F(PlotDataTest, LandingMissIsTheDistanceFromThePlannedEndToTheLastRecord) {
     planBundledHop();
