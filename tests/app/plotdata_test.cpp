@@ -76,14 +76,13 @@ protected:
         deletePathAnalysis();
         InTempDir::TearDown();
     }
-    void plan(const std::string& szTraj1r) {
-        copyTestData(szTraj1r, "traj1r.txt");
-        std::FILE* pfileNull = std::fopen("/dev/null", "w");
-        ASSERT_TRUE(bRunPlanCommand(pfileNull));
-        std::fclose(pfileNull);
-    }
-    void planBundledHop() {
-        std::filesystem::copy_file(std::string(VT_EXAMPLES) + "/handmade/traj1r.txt", "traj1r.txt");
+    // A path under tests/data, or the hand-made example by default.
+    void plan(const std::string& szTraj1r = "") {
+        if (szTraj1r.empty())
+            std::filesystem::copy_file(std::string(VT_EXAMPLES) + "/handmade/traj1r.txt",
+                                       "traj1r.txt");
+        else
+            copyTestData(szTraj1r, "traj1r.txt");
         std::FILE* pfileNull = std::fopen("/dev/null", "w");
         ASSERT_TRUE(bRunPlanCommand(pfileNull));
         std::fclose(pfileNull);
@@ -100,7 +99,7 @@ protected:
 // ---- series ---------------------------------------------------------------------
 
 TEST_F(PlotDataTest, RunCurvesAreTheNumbersOfTheResultsFile) {
-    planBundledHop();
+    plan();
     fly();
     const std::vector<PlotCurve> vec = vecCurveRunFmProgram();
     ASSERT_EQ(vec.size(), 8u);
@@ -144,7 +143,7 @@ TEST_F(PlotDataTest, RunCurvesAreTheNumbersOfTheResultsFile) {
 // ---- thruster split -------------------------------------------------------------
 
 TEST_F(PlotDataTest, ThrusterSplitGivesTheSummaryExtremesBitForBit) {
-    planBundledHop();
+    plan();
     double fMax = -1e300, fMin = 1e300;
     for (Long i = pvdfT->lo; i <= pvdfT->hi; i++) {
         const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
@@ -171,7 +170,7 @@ TEST_F(PlotDataTest, ThrusterSplitGivesTheSummaryExtremesBitForBit) {
 // ---- plan checks ----------------------------------------------------------------
 
 TEST_F(PlotDataTest, FlyableHopsBreakNoLimit) {
-    planBundledHop();
+    plan();
     EXPECT_TRUE(vecPlanViolationFmProgram().empty());
     plan("reference/plan/hop_short/traj1r.txt");
     EXPECT_TRUE(vecPlanViolationFmProgram().empty());
@@ -273,7 +272,7 @@ TEST_F(PlotDataTest, PlanChecksReportEachStretchAtItsWorstSample) {
 }
 
 TEST_F(PlotDataTest, LandingMissIsTheDistanceFromThePlannedEndToTheLastRecord) {
-    planBundledHop();
+    plan();
     fly();
     LandingMiss lm{};
     ASSERT_TRUE(bLandingMissFmProgram(&lm));

@@ -328,13 +328,11 @@ TEST_F(SceneFrameTest, VehiclesDrawnTogetherLookAsDrawnOneByOne) {
     // Three vehicles in different places and attitudes: the batch must not
     // join them with stray triangles or lose any of them.
     Stvehicle3dof arSt[3] = {stInit, stInit, stInit};
-    const double arFX[3] = {2.0, 9.0, 20.0};
-    const double arFZ[3] = {3.0, 8.0, 1.0};
-    const double arFPitch[3] = {0.4, -0.7, 1.2};
+    const double aarF[3][3] = {{2.0, 3.0, 0.4}, {9.0, 8.0, -0.7}, {20.0, 1.0, 1.2}};  // x, z, pitch
     for (int i = 0; i < 3; ++i) {
-        arSt[i].fXf = arFX[i];
-        arSt[i].fZf = arFZ[i];
-        arSt[i].fPitch = arFPitch[i];
+        arSt[i].fXf = aarF[i][0];
+        arSt[i].fZf = aarF[i][1];
+        arSt[i].fPitch = aarF[i][2];
         arSt[i].fFcThrustAct = 400.0 * (i + 1);
     }
     Stvehicle3dof stFar = stInit;
