@@ -84,7 +84,11 @@ TEST_F(CommandMemoryTest, DisplayModesAndReplay) {
     EXPECT_TRUE(bRunKeyCommand('r', host));
     EXPECT_TRUE(bRunKeyCommand('I', host));
     EXPECT_EQ(szModes(), "FTF");
-    for (char ch : {'x', 'F', 'L'}) EXPECT_FALSE(bRunKeyCommand(ch, host)) << ch;
+    host.fMsNow += 2000.0;  // the timer may still tick: nothing changes
+    replayTick(host);
+    EXPECT_EQ(szModes(), "FTF");
+    EXPECT_EQ(stvehicle3dof.fZf, 0.0);
+    for (char ch : {'x', '1', ' ', '?', 'q', 'F', 'L'}) EXPECT_FALSE(bRunKeyCommand(ch, host)) << ch;
     releaseCommandState();
 }
 

@@ -127,43 +127,6 @@ TEST_F(ViewStackTest, ViewOutIsFourFixedWidthLines) {
               "     0.25000      1.00000  10000.00000\n");
 }
 
-TEST_F(ViewStackTest, ViewOutThenViewInRestoresTheCamera) {
-    Pane pane = paneOf(1000, 600);
-    XfmPFmC3c xp = xfmPFmC3cFm(pane);
-    XfmCFmW3c xfmSaved = xfmCFmW3cMatchArFDX(xp, Pt3c(12.345678, -150.5, 22.25),
-                                             Dr3c(0.1, 1.0, -0.2), Dr3c(0, 0, 1), 0.4, 0.5, 5000,
-                                             0);
-    xfmCFmW = xfmSaved;
-    writeViewOut("view.out");
-    std::filesystem::copy_file("view.out", "view.in");
-    xfmCFmW = XfmCFmW3c();
-    emptyTheStack();
-    testing::internal::CaptureStderr();
-    readViewInOrDefault("view.in", pane);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    // Printed with five decimals: within half a unit of the last digit,
-    // directions within a little more after being normalised again.
-    const double fTol = 5e-6, fTolDr = 2e-5;
-    EXPECT_NEAR(fDistPtPt(xfmCFmW.ptEye, xfmSaved.ptEye), 0.0, fTol);
-    EXPECT_NEAR(fLenVc(Vc3c(xfmCFmW.drLook) - Vc3c(xfmSaved.drLook)), 0.0, fTolDr);
-    EXPECT_NEAR(xfmCFmW.fR - xfmCFmW.fL, 0.4, fTol);
-    EXPECT_NEAR(xfmCFmW.fT - xfmCFmW.fB, 0.24, fTol);
-    EXPECT_TRUE(xfmCFmW.drUp.fZ == 1.0 && xfmCFmW.fN == 0.5 && xfmCFmW.fF == 5000.0 &&
-                !xfmCFmW.bOrtho);
-    // The same points land on the same spot of the view.
-    for (Pt3c pt : {Pt3c(0, 0, 0), Pt3c(30, 5, -6), Pt3c(-5, 100, 10)}) {
-        Pt3c a = ptXgm3c(xfmSaved.x4hCFmW, pt), b = ptXgm3c(xfmCFmW.x4hCFmW, pt);
-        EXPECT_NEAR(a.fX, b.fX, 1e-4);
-        EXPECT_NEAR(a.fY, b.fY, 1e-4);
-    }
-    // The projection follows the pane, and the camera was pushed.
-    EXPECT_EQ(xfmPFmC.fDX, 1000.0f);
-    EXPECT_EQ(xfmPFmC.fDY, 600.0f);
-    expectSameCamera(xfmCFmWTopOfStack(), xfmCFmW);
-    xfmCFmWPopFromStack();
-    EXPECT_TRUE(bEmptyXfmCFmWOnStack());
-}
-
 TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
     Pane pane = paneOf(1152, 700);
     testing::internal::CaptureStderr();

@@ -450,38 +450,6 @@ private slots:
         QVERIFY2(byOut.contains("SUMMARY\n"), byOut.constData());
     }
 
-    void displayModes() {
-        // Each step: keys typed, then the flags (State, Path, RunPath) and
-        // whether the replay timer runs. Capital F and L are not commands.
-        const struct {
-            const char* szKeys;
-            const char* szFlags;
-            bool bTimer;
-        } arStep[] = {{"P", "TFF", false},   {"FL", "TFF", false}, {"S", "FTF", false},
-                      {"r", "FFT", true},    {"R", "FTF", false},  {"I", "FTF", false},
-                      {"r", "FFT", true},    {"i", "FTF", true},   {"s", "FTF", true},
-                      {"x1 ?q", "FTF", true}};
-        copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
-        for (const auto& step : arStep) {
-            const char ch = step.szKeys[0];
-            if (ch == 'F') QFile::remove("fltplan.txt");
-            type(step.szKeys);
-            QCOMPARE(szFlags(), QString(step.szFlags));
-            QCOMPARE(pane().timerReplay().isActive(), step.bTimer);
-            if (step.bTimer) QCOMPARE(pane().timerReplay().interval(), 25);
-            QCOMPARE(QFile::exists("fltplan.txt"), ch != 'F');
-            QCOMPARE(QFile::exists("traj1l.txt"), false);
-            if (ch == 'F') type("f");
-            // i shows the first stored state; a replay it ends leaves its timer
-            // running, whose ticks then change nothing.
-            if (ch == 'i' || ch == 'I') {
-                QVERIFY(bSameState(stvehicle3dof, stStored(iFirst())));
-                QTest::qWait(60);
-                QVERIFY(bSameState(stvehicle3dof, stStored(iFirst())) && szFlags() == "FTF");
-            }
-        }
-    }
-
     void replayOnTheClock_data() {
         QTest::addColumn<QString>("szSpeed1");    // chosen before the replay
         QTest::addColumn<QString>("szSpeed2");    // chosen after half a second of it
