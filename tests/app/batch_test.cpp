@@ -121,15 +121,6 @@ TEST_F(BatchTest, MessagesFatalErrorsAndUsageErrorsAndTheirStatuses) {
     EXPECT_EQ(r.szOut.rfind("vantorell ", 0), 0u);
 }
 
-TEST_F(BatchTest, LogHasDateLineBannerAndClosingLine) {
-    const auto r = runKeys("ff", szDir);
-    EXPECT_EQ(r.iExit, 0);
-    const std::string szLog = readFile("fe.log");
-    EXPECT_NE(szLog.find(" DATE -- "), std::string::npos);
-    EXPECT_NE(szLog.find(" LOG FILE OPENED\n\n"), std::string::npos);
-    EXPECT_NE(szLog.find(" LOG FILE CLOSING\n"), std::string::npos);
-}
-
 TEST_F(BatchTest, DashCRunsInTheGivenDirectory) {
     std::filesystem::create_directory("work");
     copyTestData("reference/flight/freefall_cut/fltplan.txt", "work/fltplan.txt");

@@ -22,12 +22,6 @@ struct HostileCase {
     std::string szText;
 };
 
-std::string szRepeat(const std::string& sz, int n) {
-    std::string szOut;
-    for (int i = 0; i < n; i++) szOut += sz;
-    return szOut;
-}
-
 std::string szLower(std::string sz) {
     for (char& ch : sz) ch = static_cast<char>(std::tolower(static_cast<unsigned char>(ch)));
     return sz;
@@ -62,7 +56,7 @@ std::vector<HostileCase> waypointCases() {
         {"nan", "0 0 0 1 nan 1 2 2 2 3 3 0\n"},
         {"inf", "0 0 0 1 1 inf 2 2 2 3 3 0\n"},
         {"words", "0 0 0 one 1 1 2 2 2 3 3 0\n"},
-        {"enormous line", szRepeat("1 ", 5000) + "\n"},
+        {"enormous line", [] { std::string sz; for (int i = 0; i < 5000; i++) sz += "1 "; return sz + "\n"; }()},
         {"line just too long", std::string(4094, ' ') + "\n"},
         {"negative times", "0 0 0 -1 1 1 2 2 2 3 3 0\n"},
         {"reversed times", "3 0 0 2 1 1 1 2 2 0 3 0\n"},
@@ -112,27 +106,19 @@ std::vector<HostileCase> scheduleCases() {
 
 using HostileInputTest = InTempDir;
 
-TEST_F(HostileInputTest, WaypointFilesEndInASpecifiedWay) {
-    for (const auto& c : waypointCases()) {
-        SCOPED_TRACE(c.szName);
-        writeFile("traj1r.txt", c.szText);
-        std::filesystem::remove("fltplan.txt");
-        std::filesystem::remove("traj1l.txt");
-        const auto r = runCommand(szProgram() + " -k plf", szDir, 20);
-        expectSpecifiedEnd(r, c.szName);
-        EXPECT_FALSE(bHasNonFinite("fltplan.txt")) << c.szName;
-        EXPECT_FALSE(bHasNonFinite("traj1l.txt")) << c.szName;
-        EXPECT_EQ(szLower(r.szOut).find("nan"), std::string::npos) << c.szName;
-    }
-}
-
-TEST_F(HostileInputTest, FlightPlanFilesEndInASpecifiedWay) {
-    for (const auto& c : scheduleCases()) {
-        SCOPED_TRACE(c.szName);
-        writeFile("fltplan.txt", c.szText);
-        std::filesystem::remove("results.txt");
-        const auto r = runCommand(szProgram() + " -k s", szDir, 20);
-        expectSpecifiedEnd(r, c.szName);
-        EXPECT_FALSE(bHasNonFinite("results.txt")) << c.szName;
+TEST_F(HostileInputTest, WaypointAndFlightPlanFilesEndInASpecifiedWay) {
+    for (const bool bPlan : {true, false}) {
+        const char* szIn = bPlan ? "traj1r.txt" : "fltplan.txt";
+        for (const auto& c : bPlan ? waypointCases() : scheduleCases()) {
+            SCOPED_TRACE(std::string(szIn) + ": " + c.szName);
+            for (const char* sz : {"fltplan.txt", "traj1l.txt", "results.txt"})
+                std::filesystem::remove(sz);
+            writeFile(szIn, c.szText);
+            const auto r = runCommand(szProgram() + (bPlan ? " -k plf" : " -k s"), szDir, 20);
+            expectSpecifiedEnd(r, c.szName);
+            for (const char* sz : {"fltplan.txt", "traj1l.txt", "results.txt"})
+                EXPECT_TRUE(sz == std::string(szIn) || !bHasNonFinite(sz)) << sz;
+            EXPECT_EQ(szLower(r.szOut).find("nan"), std::string::npos);
+        }
     }
 }

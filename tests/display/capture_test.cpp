@@ -53,15 +53,6 @@ void limitFileSize(rlim_t nByt) {
 
 }  // namespace
 
-TEST(BmpRowTest, RowsArePaddedToTheNextMultipleOfFourBytes) {
-    for (Long iPxDX = 0; iPxDX <= 9; ++iPxDX) {
-        Long nByt = 0;
-        while (nByt < 3 * iPxDX) nByt += 4;
-        EXPECT_EQ(nBytRowBmp(iPxDX), nByt) << "width " << iPxDX;
-    }
-    EXPECT_EQ(nBytRowBmp(1152), 3456);
-}
-
 using BmpWriterTest = InTempDir;
 
 TEST_F(BmpWriterTest, HeadersAndPaddedRowsOfAThreeByTwoImage) {

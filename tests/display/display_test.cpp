@@ -150,16 +150,11 @@ TEST(PathColourTest, ThresholdsAtAQuarterAndATwentiethOfThePropellant) {
     Vehicle v;
     v.fMsGTO = 100.0;
     v.fMsEmpty = 95.0;
-    EXPECT_EQ(&clrFPathAtFMs(&v, 100.0), &clrFPathHiProp);
-    EXPECT_EQ(&clrFPathAtFMs(&v, 96.26), &clrFPathHiProp);
-    EXPECT_EQ(&clrFPathAtFMs(&v, 96.25), &clrFPathLoProp);  // at mHi is not above it
-    EXPECT_EQ(&clrFPathAtFMs(&v, 95.26), &clrFPathLoProp);
-    EXPECT_EQ(&clrFPathAtFMs(&v, 95.25), &clrFPathEmpty);
-    EXPECT_EQ(&clrFPathAtFMs(&v, 95.0), &clrFPathEmpty);
-    EXPECT_EQ(&clrFPathAtFMs(&v, 90.0), &clrFPathEmpty);
-    EXPECT_EQ(rgbFmClr(clrFPathHiProp).iG, 255);
-    EXPECT_EQ(rgbFmClr(clrFPathLoProp).iR + rgbFmClr(clrFPathLoProp).iG, 510);
-    EXPECT_EQ(rgbFmClr(clrFPathEmpty).iR, 255);
+    // At mHi is not above it.
+    for (const auto& [fMs, pclr] : {std::pair(100.0, &clrFPathHiProp), {96.26, &clrFPathHiProp},
+                                    {96.25, &clrFPathLoProp}, {95.26, &clrFPathLoProp},
+                                    {95.25, &clrFPathEmpty}, {90.0, &clrFPathEmpty}})
+        EXPECT_EQ(&clrFPathAtFMs(&v, fMs), pclr) << fMs;
 }
 
 TEST(PathVehicleTimesTest, FirstStateThenOncePerSecondOfFlight) {
@@ -333,13 +328,11 @@ TEST_F(SceneFrameTest, VehiclesDrawnTogetherLookAsDrawnOneByOne) {
     // Three vehicles in different places and attitudes: the batch must not
     // join them with stray triangles or lose any of them.
     Stvehicle3dof arSt[3] = {stInit, stInit, stInit};
-    const double arFX[3] = {2.0, 9.0, 20.0};
-    const double arFZ[3] = {3.0, 8.0, 1.0};
-    const double arFPitch[3] = {0.4, -0.7, 1.2};
+    const double aarF[3][3] = {{2.0, 3.0, 0.4}, {9.0, 8.0, -0.7}, {20.0, 1.0, 1.2}};  // x, z, pitch
     for (int i = 0; i < 3; ++i) {
-        arSt[i].fXf = arFX[i];
-        arSt[i].fZf = arFZ[i];
-        arSt[i].fPitch = arFPitch[i];
+        arSt[i].fXf = aarF[i][0];
+        arSt[i].fZf = aarF[i][1];
+        arSt[i].fPitch = aarF[i][2];
         arSt[i].fFcThrustAct = 400.0 * (i + 1);
     }
     Stvehicle3dof stFar = stInit;
@@ -375,19 +368,13 @@ TEST_F(SceneFrameTest, TrackIsColouredByThePropellantLeft) {
     const Rgb rgbLo = rgbFmClr(clrFPathLoProp);
     const Rgb rgbEmpty = rgbFmClr(clrFPathEmpty);
     // Vehicles are drawn at states 1, 21, 41, 61, 81; look between them.
-    for (int i : {8, 12, 28, 31}) {
+    for (int i : {8, 12, 28, 31, 48, 52, 55, 70, 75, 90, 95, 100}) {
         const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i));
-        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbHi)) << i;
-        EXPECT_FALSE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbEmpty)) << i;
-    }
-    for (int i : {48, 52, 55}) {
-        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i));
-        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbLo)) << i;
-    }
-    for (int i : {70, 75, 90, 95, 100}) {
-        const PxPos pxp = px(Pt3c(0.2 * i, 0.0, 0.1 * i));
-        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbEmpty)) << i;
-        EXPECT_FALSE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgbHi)) << i;
+        const Rgb rgb = i < 33 ? rgbHi : (i < 66 ? rgbLo : rgbEmpty);
+        EXPECT_TRUE(frame.bColourNear(pxp.iX, pxp.iY, 2, rgb)) << i;
+        if (i < 33 || i > 66) {
+            EXPECT_FALSE(frame.bColourNear(pxp.iX, pxp.iY, 2, i < 33 ? rgbEmpty : rgbHi)) << i;
+        }
     }
     // The vehicle stands at the drawing states (its legs are black) and not
     // half-way between them.

@@ -35,15 +35,9 @@ Pane paneOf(Long iDX, Long iDY) {
 }
 
 void expectSameCamera(XfmCFmW3c const& a, XfmCFmW3c const& b) {
-    EXPECT_EQ(a.ptEye.fX, b.ptEye.fX);
-    EXPECT_EQ(a.ptEye.fY, b.ptEye.fY);
-    EXPECT_EQ(a.ptEye.fZ, b.ptEye.fZ);
-    EXPECT_EQ(a.drLook.fX, b.drLook.fX);
-    EXPECT_EQ(a.drUp.fZ, b.drUp.fZ);
-    EXPECT_EQ(a.fL, b.fL);
-    EXPECT_EQ(a.fT, b.fT);
-    EXPECT_EQ(a.fF, b.fF);
-    EXPECT_EQ(a.bOrtho, b.bOrtho);
+    EXPECT_TRUE(a.ptEye.fX == b.ptEye.fX && a.ptEye.fY == b.ptEye.fY && a.ptEye.fZ == b.ptEye.fZ &&
+                a.drLook.fX == b.drLook.fX && a.drUp.fZ == b.drUp.fZ && a.fL == b.fL &&
+                a.fT == b.fT && a.fF == b.fF && a.bOrtho == b.bOrtho);
     for (int r = 1; r <= 4; ++r)
         for (int c = 1; c <= 4; ++c) EXPECT_EQ(a.x4hCFmW.mxF[r][c], b.x4hCFmW.mxF[r][c]);
 }
@@ -78,47 +72,32 @@ TEST_F(ViewStackTest, HundredPushesKeepNinetyNineAndDropTheOldest) {
     for (std::size_t i = 0; i < arF.size(); ++i) EXPECT_EQ(arF[i], 99.0 - i);
 }
 
-TEST_F(ViewStackTest, PushPopRePushGivesTheSameCameraAndTop) {
+// Pop keeps what it took for a re-push, in order; a push after a pop ends
+// re-pushing; a re-push with nothing to re-push hands back the newest entry.
+TEST_F(ViewStackTest, PopRePushAndPushAfterPop) {
     emptyTheStack();
-    XfmCFmW3c a = xfmNumbered(1), b = xfmNumbered(2);
+    XfmCFmW3c a = xfmNumbered(1), b = xfmNumbered(2), c = xfmNumbered(3);
     pushXfmCFmWToStack(a);
     pushXfmCFmWToStack(b);
-    Long iTopAfterPush = iXfmCFmWStackTop;
+    const Long iTopAfterPush = iXfmCFmWStackTop;
     EXPECT_FALSE(bXfmCFmWStackRePushPossible());
-
-    XfmCFmW3c xPop = xfmCFmWPopFromStack();
-    expectSameCamera(xPop, b);
+    expectSameCamera(xfmCFmWPopFromStack(), b);
     EXPECT_EQ(xfmCFmWTopOfStack().ptEye.fX, 1.0);
     EXPECT_EQ(iXfmCFmWStackHwm, iTopAfterPush);  // the pop leaves the mark
     EXPECT_TRUE(bXfmCFmWStackRePushPossible());
-
-    XfmCFmW3c xRe = xfmCFmWRePushToStack();
-    expectSameCamera(xRe, b);
+    expectSameCamera(xfmCFmWRePushToStack(), b);
     EXPECT_EQ(iXfmCFmWStackTop, iTopAfterPush);
-    EXPECT_EQ(xfmCFmWTopOfStack().ptEye.fX, 2.0);
     EXPECT_FALSE(bXfmCFmWStackRePushPossible());
-
-    // Two pops, two re-pushes, in order.
     xfmCFmWPopFromStack();
     xfmCFmWPopFromStack();
     EXPECT_TRUE(bEmptyXfmCFmWOnStack());
     EXPECT_EQ(xfmCFmWRePushToStack().ptEye.fX, 1.0);
     EXPECT_EQ(xfmCFmWRePushToStack().ptEye.fX, 2.0);
-    EXPECT_EQ(iXfmCFmWStackTop, iTopAfterPush);
-}
-
-TEST_F(ViewStackTest, PushAfterPopEndsRePushing) {
-    emptyTheStack();
-    XfmCFmW3c a = xfmNumbered(1), b = xfmNumbered(2), c = xfmNumbered(3);
-    pushXfmCFmWToStack(a);
-    pushXfmCFmWToStack(b);
     xfmCFmWPopFromStack();
-    EXPECT_TRUE(bXfmCFmWStackRePushPossible());
     pushXfmCFmWToStack(c);
     EXPECT_EQ(iXfmCFmWStackHwm, iXfmCFmWStackTop);
     EXPECT_FALSE(bXfmCFmWStackRePushPossible());
-    // Re-push with nothing to re-push hands back the newest entry unchanged.
-    Long iTop = iXfmCFmWStackTop;
+    const Long iTop = iXfmCFmWStackTop;
     EXPECT_EQ(xfmCFmWRePushToStack().ptEye.fX, 3.0);
     EXPECT_EQ(iXfmCFmWStackTop, iTop);
     EXPECT_EQ(xfmCFmWPopFromStack().ptEye.fX, 3.0);
@@ -148,67 +127,19 @@ TEST_F(ViewStackTest, ViewOutIsFourFixedWidthLines) {
               "     0.25000      1.00000  10000.00000\n");
 }
 
-TEST_F(ViewStackTest, ViewOutThenViewInRestoresTheCamera) {
-    Pane pane = paneOf(1000, 600);
-    XfmPFmC3c xp = xfmPFmC3cFm(pane);
-    XfmCFmW3c xfmSaved = xfmCFmW3cMatchArFDX(xp, Pt3c(12.345678, -150.5, 22.25),
-                                             Dr3c(0.1, 1.0, -0.2), Dr3c(0, 0, 1), 0.4, 0.5, 5000,
-                                             0);
-    xfmCFmW = xfmSaved;
-    writeViewOut("view.out");
-    std::filesystem::copy_file("view.out", "view.in");
-    xfmCFmW = XfmCFmW3c();
-    emptyTheStack();
-    testing::internal::CaptureStderr();
-    readViewInOrDefault("view.in", pane);
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
-    // Printed with five decimals: within half a unit of the last digit,
-    // directions within a little more after being normalised again.
-    const double fTol = 5e-6, fTolDr = 2e-5;
-    EXPECT_NEAR(xfmCFmW.ptEye.fX, xfmSaved.ptEye.fX, fTol);
-    EXPECT_NEAR(xfmCFmW.ptEye.fY, xfmSaved.ptEye.fY, fTol);
-    EXPECT_NEAR(xfmCFmW.ptEye.fZ, xfmSaved.ptEye.fZ, fTol);
-    EXPECT_NEAR(xfmCFmW.drLook.fX, xfmSaved.drLook.fX, fTolDr);
-    EXPECT_NEAR(xfmCFmW.drLook.fY, xfmSaved.drLook.fY, fTolDr);
-    EXPECT_NEAR(xfmCFmW.drLook.fZ, xfmSaved.drLook.fZ, fTolDr);
-    EXPECT_NEAR(xfmCFmW.drUp.fZ, 1.0, 0.0);
-    EXPECT_NEAR(xfmCFmW.fR - xfmCFmW.fL, 0.4, fTol);
-    EXPECT_NEAR(xfmCFmW.fT - xfmCFmW.fB, 0.24, fTol);
-    EXPECT_EQ(xfmCFmW.fN, 0.5);
-    EXPECT_EQ(xfmCFmW.fF, 5000.0);
-    EXPECT_FALSE(xfmCFmW.bOrtho);
-    // The same points land on the same spot of the view.
-    for (Pt3c pt : {Pt3c(0, 0, 0), Pt3c(30, 5, -6), Pt3c(-5, 100, 10)}) {
-        Pt3c a = ptXgm3c(xfmSaved.x4hCFmW, pt), b = ptXgm3c(xfmCFmW.x4hCFmW, pt);
-        EXPECT_NEAR(a.fX, b.fX, 1e-4);
-        EXPECT_NEAR(a.fY, b.fY, 1e-4);
-    }
-    // The projection follows the pane, and the camera was pushed.
-    EXPECT_EQ(xfmPFmC.fDX, 1000.0f);
-    EXPECT_EQ(xfmPFmC.fDY, 600.0f);
-    expectSameCamera(xfmCFmWTopOfStack(), xfmCFmW);
-    xfmCFmWPopFromStack();
-    EXPECT_TRUE(bEmptyXfmCFmWOnStack());
-}
-
 TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
     Pane pane = paneOf(1152, 700);
     testing::internal::CaptureStderr();
     readViewInOrDefault("view.in", pane);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     Dr3c drLook(-20.0, 150.0, -8.0);
-    EXPECT_DOUBLE_EQ(xfmCFmW.drLook.fX, drLook.fX);
-    EXPECT_DOUBLE_EQ(xfmCFmW.drLook.fZ, drLook.fZ);
-    EXPECT_EQ(xfmCFmW.drUp.fZ, 1.0);
+    EXPECT_NEAR(fLenVc(Vc3c(xfmCFmW.drLook) - Vc3c(drLook)), 0.0, 1e-15);
     EXPECT_DOUBLE_EQ(xfmCFmW.fR - xfmCFmW.fL, 0.25);
     EXPECT_DOUBLE_EQ(xfmCFmW.fT - xfmCFmW.fB, 0.25 * 700.0 / 1152.0);
-    EXPECT_EQ(xfmCFmW.fN, 1.0);
-    EXPECT_EQ(xfmCFmW.fF, 10000.0);
-    EXPECT_FALSE(xfmCFmW.bOrtho);
+    EXPECT_TRUE(xfmCFmW.drUp.fZ == 1.0 && xfmCFmW.fN == 1.0 && xfmCFmW.fF == 10000.0 &&
+                !xfmCFmW.bOrtho);
     // The eye is 180 m back along the look from the aim point (15, 0, 1).
-    EXPECT_NEAR(xfmCFmW.ptEye.fX, 15.0 - 180.0 * drLook.fX, 1e-12);
-    EXPECT_NEAR(xfmCFmW.ptEye.fY, 0.0 - 180.0 * drLook.fY, 1e-12);
-    EXPECT_NEAR(xfmCFmW.ptEye.fZ, 1.0 - 180.0 * drLook.fZ, 1e-12);
+    EXPECT_NEAR(fDistPtPt(xfmCFmW.ptEye, Pt3c(15.0, 0.0, 1.0) - 180.0 * Vc3c(drLook)), 0.0, 1e-12);
     expectSameCamera(xfmCFmWTopOfStack(), xfmCFmW);
 }
 
@@ -221,12 +152,7 @@ TEST_F(ViewStackTest, DefaultCameraFramesTheScene) {
     for (Pt3c pt : {Pt3c(-5, 0, 0), Pt3c(1, 0, 0), Pt3c(14.5, 0, -5.9), Pt3c(27.2, 0, 0),
                     Pt3c(35, 0, 0), Pt3c(14, 0, 10), Pt3c(0, 0, 10)}) {
         Pt3c ptV = ptXgm3c(xfm.x4hCFmW, pt);
-        EXPECT_GT(ptV.fX, -1.0);
-        EXPECT_LT(ptV.fX, 1.0);
-        EXPECT_GT(ptV.fY, -1.0);
-        EXPECT_LT(ptV.fY, 1.0);
-        EXPECT_GT(ptV.fZ, -1.0);
-        EXPECT_LT(ptV.fZ, 1.0);
+        for (double f : {ptV.fX, ptV.fY, ptV.fZ}) EXPECT_LT(std::fabs(f), 1.0);
         fXMin = std::min(fXMin, ptV.fX);
         fXMax = std::max(fXMax, ptV.fX);
     }
@@ -351,18 +277,14 @@ TEST(ViewDragTest, TurnKeepsTheLookAtPointAndTheDistance) {
         for (Long dy : {-100, 0, 55}) {
             XfmCFmW3c x = xfmCFmWTurnedByDrag(xfm0, dx, dy, pane);
             EXPECT_NEAR(fDistPtPt(x.ptEye, ptC), fDist, 1e-9);
-            Pt3c ptOnAxis = x.ptEye + fDist * x.drLook;
-            EXPECT_NEAR(ptOnAxis.fX, ptC.fX, 1e-9);
-            EXPECT_NEAR(ptOnAxis.fY, ptC.fY, 1e-9);
-            EXPECT_NEAR(ptOnAxis.fZ, ptC.fZ, 1e-9);
+            EXPECT_NEAR(fDistPtPt(x.ptEye + fDist * x.drLook, ptC), 0.0, 1e-9);
             // The look-at point stays in the middle of the view.
             Pt3c ptV = ptXgm3c(x.x4hCFmW, ptC);
             EXPECT_NEAR(ptV.fX, 0.0, 1e-9);
             EXPECT_NEAR(ptV.fY, 0.0, 1e-9);
             EXPECT_DOUBLE_EQ(x.fR - x.fL, xfm0.fR - xfm0.fL);
             EXPECT_DOUBLE_EQ(x.fT - x.fB, (x.fR - x.fL) * 600.0 / 800.0);
-            EXPECT_EQ(x.fN, xfm0.fN);
-            EXPECT_EQ(x.fF, xfm0.fF);
+            EXPECT_TRUE(x.fN == xfm0.fN && x.fF == xfm0.fF);
         }
     }
 }

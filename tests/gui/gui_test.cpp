@@ -373,29 +373,26 @@ private slots:
 
     // ---- commands --------------------------------------------------------------------
 
-    void commands_data() {
-        QTest::addColumn<bool>("bMenu");
-        QTest::newRow("typed") << false;
-        QTest::newRow("menu") << true;
-    }
-
+    // Typed and from the menu, the same files as the batch mode's.
     void commands() {
-        QFETCH(bool, bMenu);
-        copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
-        const QString szExpected = szData(szHopShort + "expected/");
-        for (char ch : {'p', 's', 'l', 'f', 'c'}) {
-            if (ch == 'f') QFile::remove("fltplan.txt");
-            if (bMenu)
-                action(QString("actCommand_") + ch)->trigger();
-            else
-                QTest::keyClick(&pane(), ch);
-            if (ch == 'p' || ch == 'f')
-                QCOMPARE(byFile("fltplan.txt"), byFile(szExpected + "fltplan.txt"));
-            if (ch == 'l') QCOMPARE(byFile("traj1l.txt"), byFile(szExpected + "traj1l.txt"));
-            QCOMPARE(QFile::exists("results.txt"), ch != 'p');
-            if (ch == 'c') QCOMPARE(QImage("pane.bmp").size(), pane().size());
+        for (const bool bMenu : {false, true}) {
+            QFile::remove("results.txt");
+            copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
+            const QString szExpected = szData(szHopShort + "expected/");
+            for (char ch : {'p', 's', 'l', 'f', 'c'}) {
+                if (ch == 'f') QFile::remove("fltplan.txt");
+                if (bMenu)
+                    action(QString("actCommand_") + ch)->trigger();
+                else
+                    QTest::keyClick(&pane(), ch);
+                if (ch == 'p' || ch == 'f')
+                    QCOMPARE(byFile("fltplan.txt"), byFile(szExpected + "fltplan.txt"));
+                if (ch == 'l') QCOMPARE(byFile("traj1l.txt"), byFile(szExpected + "traj1l.txt"));
+                QCOMPARE(QFile::exists("results.txt"), ch != 'p');
+                if (ch == 'c') QCOMPARE(QImage("pane.bmp").size(), pane().size());
+            }
+            QVERIFY(wnd().focusWidget() == &pane());  // the keys are the pane's again
         }
-        QVERIFY(wnd().focusWidget() == &pane());  // the keys are the pane's again
     }
 
     void messages_data() {
@@ -403,8 +400,7 @@ private slots:
         QTest::addColumn<QString>("szKeys");
         QTest::addColumn<QStringList>("vecText");
         QTest::addColumn<bool>("bTop");  // owned by the frame, not the pane
-        QTest::newRow("no sim") << ""
-                                << "riR"
+        QTest::newRow("no sim") << "" << "riR"
                                 << QStringList{"No sim to run!  's' first",
                                                "No sim to initialize!  's' first",
                                                "No sim to run!  's' first"}
@@ -454,54 +450,15 @@ private slots:
         QVERIFY2(byOut.contains("SUMMARY\n"), byOut.constData());
     }
 
-    void displayModes() {
-        // Each step: keys typed, then the flags (State, Path, RunPath) and
-        // whether the replay timer runs. Capital F and L are not commands.
-        const struct {
-            const char* szKeys;
-            const char* szFlags;
-            bool bTimer;
-        } arStep[] = {{"P", "TFF", false},   {"FL", "TFF", false}, {"S", "FTF", false},
-                      {"r", "FFT", true},    {"R", "FTF", false},  {"I", "FTF", false},
-                      {"r", "FFT", true},    {"i", "FTF", true},   {"s", "FTF", true},
-                      {"x1 ?q", "FTF", true}};
-        copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
-        for (const auto& step : arStep) {
-            const char ch = step.szKeys[0];
-            if (ch == 'F') QFile::remove("fltplan.txt");
-            type(step.szKeys);
-            QCOMPARE(szFlags(), QString(step.szFlags));
-            QCOMPARE(pane().timerReplay().isActive(), step.bTimer);
-            if (step.bTimer) QCOMPARE(pane().timerReplay().interval(), 25);
-            QCOMPARE(QFile::exists("fltplan.txt"), ch != 'F');
-            QCOMPARE(QFile::exists("traj1l.txt"), false);
-            if (ch == 'F') type("f");
-            // i shows the first stored state; a replay it ends leaves its timer
-            // running, whose ticks then change nothing.
-            if (ch == 'i' || ch == 'I') {
-                QVERIFY(bSameState(stvehicle3dof, stStored(iFirst())));
-                QTest::qWait(60);
-                QVERIFY(bSameState(stvehicle3dof, stStored(iFirst())) && szFlags() == "FTF");
-            }
-        }
-    }
-
     void replayOnTheClock_data() {
         QTest::addColumn<QString>("szSpeed1");    // chosen before the replay
         QTest::addColumn<QString>("szSpeed2");    // chosen after half a second of it
         QTest::addColumn<double>("fTiAfterOne");  // replayed time after one second
-        QTest::newRow("1x") << "1"
-                            << "1" << 1.0;
-        QTest::newRow("1/4x") << "0.25"
-                              << "0.25" << 0.25;
-        QTest::newRow("1/2x") << "0.5"
-                              << "0.5" << 0.5;
-        QTest::newRow("2x") << "2"
-                            << "2" << 2.0;
-        QTest::newRow("4x") << "4"
-                            << "4" << 4.0;
-        QTest::newRow("1/2x then 4x") << "0.5"
-                                      << "4" << 2.25;
+        for (const auto& [szRow, sz1, sz2, f] :
+             {std::tuple("1x", "1", "1", 1.0), {"1/4x", "0.25", "0.25", 0.25},
+              {"1/2x", "0.5", "0.5", 0.5}, {"2x", "2", "2", 2.0}, {"4x", "4", "4", 4.0},
+              {"1/2x then 4x", "0.5", "4", 2.25}})
+            QTest::newRow(szRow) << QString(sz1) << QString(sz2) << f;
     }
 
     void replayOnTheClock() {
@@ -517,9 +474,8 @@ private slots:
         QVERIFY(bDisplayRunPath && action("actReplaySpeed_" + szSpeed2)->isChecked());
         advanceClock(500.0);
         QVERIFY2(std::fabs(fSTiSim - fTiAfterOne) < 1e-9, qPrintable(QString::number(fSTiSim)));
-        char szSec[40];
-        std::snprintf(szSec, sizeof szSec, "%.1f sec",
-                      fTiAfterOne);  // halves to even, as the panel
+        char szSec[40];  // halves to even, as the panel does (QString::asprintf does not)
+        std::snprintf(szSec, sizeof szSec, "%.1f sec", fTiAfterOne);
         QCOMPARE(szDAndCText(), std::string(szSec));
         Stvehicle3dof stExpect = stStored(iFirst());
         stvehicle3dofAtFTi(&stExpect, fTiAfterOne);
