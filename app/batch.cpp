@@ -97,7 +97,7 @@ int runBatch(const char* szKeys, const BatchOptions& options) {
     for (const char* pch = szKeys; *pch != '\0'; pch++) {
         if (!bKnownKey(*pch)) {
             std::fprintf(stderr,
-                         "vantorell: unknown key '%c' in -k (keys: p s r i l f c)\n"
+                         "vantorell: unknown key '%c' in -k (keys: d p s g r i l f c)\n"
                          "Try 'vantorell --help' for more information.\n",
                          *pch);
             return 2;

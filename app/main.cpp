@@ -32,6 +32,7 @@ const char szUsage[] =
     "\n"
     "  -C DIR        change to DIR before doing anything else\n"
     "  -k KEYS       run the key commands KEYS in order without a window:\n"
+    "                  d  design a hop: read hop.txt, write traj1r.txt\n"
     "                  p  plan: read traj1r.txt, print the SUMMARY, write fltplan.txt\n"
     "                  s  simulate: read fltplan.txt, fly 30 s, write results.txt\n"
     "                  g  guided simulate: as s, the plan tracked by feedback\n"
