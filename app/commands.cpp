@@ -5,10 +5,10 @@
 #include <cstdio>
 #include <string>
 
-#include "plan/design.h"
+#include "design/design.h"
 #include "plan/planstate.h"
 #include "sim/flight.h"
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 #include "sim/params.h"
 
 bool bPath = false;

@@ -5,7 +5,7 @@
 //
 // Keys: p/P plan, s/S simulate, g/G guided simulate, r/R replay toggle,
 // i/I first state, l listing, f flight plan, c/C capture, d hop design
-// (plan/design.h). `l`, `f` and `d` react to the lower-case letter only; the
+// (design/design.h). `l`, `f` and `d` react to the lower-case letter only; the
 // others accept both cases. Every other character is ignored.
 #pragma once
 

@@ -4,7 +4,7 @@
 // seconds, so each runs once.
 #include <benchmark/benchmark.h>
 
-#include "plan/design.h"
+#include "design/design.h"
 #include "sim/params.h"
 
 namespace {

@@ -13,7 +13,7 @@
 #include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 #include "sim/params.h"
 
 namespace {

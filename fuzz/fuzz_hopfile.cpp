@@ -6,7 +6,7 @@
 
 #include "core/logerror.h"
 #include "fuzzutil.h"
-#include "plan/hopfile.h"
+#include "design/hopfile.h"
 #include "sim/params.h"
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {

@@ -30,7 +30,7 @@
 #include "core/types.h"
 #include "mc/dispersion.h"
 #include "sim/flight.h"
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 #include "sim/params.h"
 
 // Settings of every flight (those of the simulate command).
@@ -68,7 +68,7 @@ struct McInputs {
     double arFDev[nMcParam] = {};
 };
 
-// A guided campaign: every run flies the plan with the law of sim/guidance.h,
+// A guided campaign: every run flies the plan with the law of guide/guidance.h,
 // tracking one reference built once from the undispersed plan, vehicle and
 // start (read only, shared by every thread). The law knows the vehicle only
 // as modelled (the program's vehicle and planet); the run's errors act on

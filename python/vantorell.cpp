@@ -37,13 +37,13 @@
 #include "mc/campaign.h"
 #include "mc/dispersion.h"
 #include "mc/summary.h"
-#include "plan/design.h"
-#include "plan/hopfile.h"
+#include "design/design.h"
+#include "design/hopfile.h"
 #include "plan/planstate.h"
 #include "plan/report.h"
 #include "plan/wptfpln.h"
 #include "sim/flight.h"
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 #include "sim/params.h"
 
 namespace py = pybind11;

@@ -60,7 +60,7 @@ extern thread_local double fPitchGndAtLandingSite;
 class ArFFnFArFModel;
 
 // Commands computed during the flight instead of read from the schedule (the
-// guided flight, sim/guidance.h). Attached to a model (pcmdsource), it owns
+// guided flight, guide/guidance.h). Attached to a model (pcmdsource), it owns
 // the model's held commands: sim() lands a step start exactly on every event
 // time the source names (no step straddles one) and, at the start of that
 // step, calls atEvent() with the accepted state, which may write new held

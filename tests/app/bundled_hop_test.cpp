@@ -18,7 +18,7 @@
 #include "plan/wptfpln.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 #include "sim/params.h"
 #include "support/testutil.h"
 

@@ -1,11 +1,11 @@
 // Hop design: the hop file's checks, and designs judged by the planning
 // chain of `p` run on the written waypoint file.
-#include "plan/design.h"
+#include "design/design.h"
 
 #include <cmath>
 #include <string>
 
-#include "plan/hopfile.h"
+#include "design/hopfile.h"
 #include "plan/planstate.h"
 #include "plan/wptfpln.h"
 #include "sim/params.h"

@@ -3,7 +3,7 @@
 // differences), its commands stay within the vehicle, the driver never lets
 // a step straddle a command event and the model holds each command until the
 // next, the reference is the plan's own path, and a guided hop lands.
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 
 #include <gtest/gtest.h>
 #include <lapacke.h>

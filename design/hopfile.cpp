@@ -1,5 +1,5 @@
 // The hop file (see hopfile.h).
-#include "plan/hopfile.h"
+#include "design/hopfile.h"
 
 #include <cerrno>
 #include <cmath>
@@ -146,7 +146,7 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
         return false;
     }
     // Take-off and touchdown each need a clearance's worth of room (the
-    // clearance ramps up from both ends; see plan/design.h).
+    // clearance ramps up from both ends; see design/design.h).
     if (std::fabs(spec.fXTarget - fXf0) <= 2.0 * spec.fClearance) {
         *pszError = szFmtError(
             "%s:%ld: target_x %g m is within twice the clearance (%g m) of the start (x = %g m)",

@@ -1,5 +1,5 @@
 // Hop design (see design.h).
-#include "plan/design.h"
+#include "design/design.h"
 
 #include <nlopt.h>
 
@@ -510,7 +510,7 @@ DesignResult designHop(const HopSpec& spec) {
         (!spec.bTimeGiven || (spec.fTiFlight > 0.0 && std::isfinite(spec.fTiFlight))) &&
         std::fabs(spec.fXTarget - prob.fX0) > 2.0 * spec.fClearance;
     if (!bSpecOk) {
-        result.szError = "hop: a number is out of its range (see plan/hopfile.h)";
+        result.szError = "hop: a number is out of its range (see design/hopfile.h)";
         return result;
     }
     if (!bZGndAt(spec.fXTarget, &prob.fZT)) {

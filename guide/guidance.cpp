@@ -1,5 +1,5 @@
 // The guided flight (see guidance.h).
-#include "sim/guidance.h"
+#include "guide/guidance.h"
 
 #include <cerrno>
 #include <cmath>

@@ -41,7 +41,7 @@
 #include <vector>
 
 #include "core/types.h"
-#include "plan/hopfile.h"
+#include "design/hopfile.h"
 
 struct DesignResult {
     bool bOk = false;
