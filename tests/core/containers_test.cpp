@@ -55,6 +55,13 @@ TEST(A2ValTest, ReBiasKeepsTheBlockAndBoundsAreAsserted) {
     EXPECT_DEATH((A2Val<double>(0, -2, 0, -2)), szAssertRe("(_iNR >= 0) || (_iNC >= 0)", "array"));
 }
 
+TEST(A2ValTest, OneZeroCountStillObtainsABlockBothZeroNone) {
+    // Kept for the life of the process: the zero-element block is never given back.
+    static A2Val<double>* const paOneZero = new A2Val<double>(0, -1, 0, 2);
+    EXPECT_NE(paOneZero->_pel00, nullptr);
+    EXPECT_EQ((A2Val<double>(1, 0, 1, 0))._pel00, nullptr);
+}
+
 TEST(ATest, FailureTexts) {
     EXPECT_EXIT(A<double>(1, -1), exit1, "^FATAL ERROR --\n    invalid range in 1d A ctor\n$");
     EXPECT_EXIT((A<double>(1, 2, 5, 3)), exit1, "^FATAL ERROR --\n    invalid range in 2d A ctor\n$");

@@ -136,9 +136,11 @@ TEST_F(LogFileTest, DateRuleWritesANewDateLineWhenTheDateDiffers) {
         << szLog;
 }
 
-TEST_F(LogFileTest, MonthOutOfRangeIsAnImpossibleState) {
+TEST_F(LogFileTest, MonthOrWeekdayOutOfRangeIsAnImpossibleState) {
     std::tm tm{};
     tm.tm_year = 108, tm.tm_mday = 4, tm.tm_mon = 12;
+    EXPECT_DEATH(logDateIfChanged(&tm), szCantHappen);
+    tm.tm_mon = 0, tm.tm_wday = 7;
     EXPECT_DEATH(logDateIfChanged(&tm), szCantHappen);
 }
 
