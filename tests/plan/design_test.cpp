@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <string>
+#include <vector>
 
 #include "plan/hopfile.h"
 #include "plan/planstate.h"
@@ -30,63 +31,46 @@ protected:
     }
 };
 
-struct BadHop {
-    const char* szText;
-    const char* szError;
-};
-
-const BadHop abadhop[] = {
-    {"target_x 20\nclearence 1\n", "hop.txt:2: unknown name 'clearence'"},
-    {"# hop\ntarget_x 2O\n", "hop.txt:2: bad number '2O' for target_x"},
-    {"target_x 20\ntime 4 s\n", "hop.txt:2: expected 'time VALUE', found 3 words"},
-    {"target_x 20\ntime\n", "hop.txt:2: expected 'time VALUE', found 1 word"},
-    {"target_x 20\n\ntarget_x 21\n", "hop.txt:3: target_x given again (first on line 1)"},
-    {"time 5\n", "hop.txt: target_x is missing"},
-    {"target_x 5000\n", "hop.txt:1: target_x 5000 m is off the terrain"},
-    {"target_x 20\nthruster_margin -0.1\n", "hop.txt:2: thruster_margin -0.1 is negative"},
-    {"target_x 20\npropellant_reserve -1e-3\n", "hop.txt:2: propellant_reserve -0.001 is negative"},
-    {"target_x 20\nclearance -0.5\n", "hop.txt:2: clearance -0.5 m is negative"},
-    {"target_x 20\ntime 0\n", "hop.txt:2: time 0 s is not positive"},
-    {"target_x 20\ntime nan\n", "hop.txt:2: bad number 'nan' for time"},
-    {"target_x 20\nwaypoints 4.5\n", "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
-    {"target_x 0.8\n",
-     "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
-    {"target_x 20\n\x01\xff 3\n",
-     "hop.txt:2: unknown name '?"
-     "?'"},
-};
-
 }  // namespace
 
-TEST_F(DesignTest, BadHopFilesNameTheLineAndTheProblem) {
-    for (const BadHop& bad : abadhop) {
-        SCOPED_TRACE(bad.szText);
-        writeFile("hop.txt", bad.szText);
-        HopSpec spec;
-        std::string szError;
-        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &spec, &szError));
-        EXPECT_EQ(szError, bad.szError);
-    }
+TEST_F(DesignTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
+    const struct { const char* szText; const char* szError; } abad[] = {
+        {"target_x 20\nclearence 1\n", "hop.txt:2: unknown name 'clearence'"},
+        {"# hop\ntarget_x 2O\n", "hop.txt:2: bad number '2O' for target_x"},
+        {"target_x 20\ntime 4 s\n", "hop.txt:2: expected 'time VALUE', found 3 words"},
+        {"target_x 20\ntime\n", "hop.txt:2: expected 'time VALUE', found 1 word"},
+        {"target_x 20\n\ntarget_x 21\n", "hop.txt:3: target_x given again (first on line 1)"},
+        {"time 5\n", "hop.txt: target_x is missing"},
+        {"target_x 5000\n", "hop.txt:1: target_x 5000 m is off the terrain"},
+        {"target_x 20\nthruster_margin -0.1\n", "hop.txt:2: thruster_margin -0.1 is negative"},
+        {"target_x 20\npropellant_reserve -1e-3\n",
+         "hop.txt:2: propellant_reserve -0.001 is negative"},
+        {"target_x 20\nclearance -0.5\n", "hop.txt:2: clearance -0.5 m is negative"},
+        {"target_x 20\ntime 0\n", "hop.txt:2: time 0 s is not positive"},
+        {"target_x 20\ntime nan\n", "hop.txt:2: bad number 'nan' for time"},
+        {"target_x 20\nwaypoints 4.5\n",
+         "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
+        {"target_x 0.8\n",
+         "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
+        {"target_x 20\n\x01\xff 3\n", "hop.txt:2: unknown name '?" "?'"},
+    };
     HopSpec spec;
     std::string szError;
+    for (auto const& bad : abad) {
+        writeFile("hop.txt", bad.szText);
+        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &spec, &szError)) << bad.szText;
+        EXPECT_EQ(szError, bad.szError);
+    }
     EXPECT_FALSE(bHopSpecFmFile("none.txt", &spec, &szError));
     EXPECT_EQ(szError, "none.txt: can't open: No such file or directory");
-}
-
-TEST_F(DesignTest, AHopFileWithCommentsAndEveryName) {
     writeFile("hop.txt",
               "# a hop\n\n  target_x\t-12.5   # behind the pad\ntime 4\r\nthruster_margin 0.2\n"
               "propellant_reserve 0\nclearance 1.5\nwaypoints 7");
-    HopSpec spec;
-    std::string szError;
     ASSERT_TRUE(bHopSpecFmFile("hop.txt", &spec, &szError)) << szError;
-    EXPECT_EQ(spec.fXTarget, -12.5);
-    EXPECT_TRUE(spec.bTimeGiven);
-    EXPECT_EQ(spec.fTiFlight, 4.0);
-    EXPECT_EQ(spec.fThrusterMargin, 0.2);
-    EXPECT_EQ(spec.fPropReserve, 0.0);
-    EXPECT_EQ(spec.fClearance, 1.5);
-    EXPECT_EQ(spec.nWptInterior, 7);
+    EXPECT_EQ(std::vector<double>({spec.fXTarget, double(spec.bTimeGiven), spec.fTiFlight,
+                                   spec.fThrusterMargin, spec.fPropReserve, spec.fClearance,
+                                   double(spec.nWptInterior)}),
+              std::vector<double>({-12.5, 1, 4, 0.2, 0, 1.5, 7}));
 }
 
 // The bundled hop's end point, with the shipped hop file: `p` on the written

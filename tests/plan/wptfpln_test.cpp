@@ -148,37 +148,27 @@ TEST_F(ParamFileTest, BadFilesEndInOneFatalErrorNamingTheProblem) {
                 szHead + "can't open traj1r.txt\n$");
 }
 
-// ---- knot vector ---------------------------------------------------------------------
+// ---- knot vector and fit ---------------------------------------------------------------
 
-TEST(KnotVectorTest, ClampedUniformListedCase) {
-    Vd<double> vdfU(0, 17);
-    getBSplineVdfUKnot(10, 6, 17, 0.0, 100.0, &vdfU);
-    const double afExpected[18] = {0, 0, 0, 0, 0, 0, 0, 20, 40, 60, 80,
-                                   100, 100, 100, 100, 100, 100, 100};
-    for (Long j = 0; j <= 17; j++) EXPECT_EQ(vdfU[j], afExpected[j]) << j;
+TEST(FitTest, KnotVectorsAreClampedAndEvenlySpacedInBetween) {
+    const struct { Long n, p, m; double fLo, fHi; std::vector<double> vfU; } acase[] = {
+        {10, 6, 17, 0.0, 100.0, {0, 0, 0, 0, 0, 0, 0, 20, 40, 60, 80, 100, 100, 100, 100, 100, 100, 100}},
+        {5, 5, 11, 1.5, 4.0, {1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 4, 4, 4, 4, 4, 4}},  // no interior knot
+        {8, 5, 14, -1.0, 2.0, {-1, -1, -1, -1, -1, -1, -0.25, 0.5, 1.25, 2, 2, 2, 2, 2, 2}}};
+    for (auto const& c : acase) {
+        Vd<double> vdfU(0, c.m);
+        getBSplineVdfUKnot(c.n, c.p, c.m, c.fLo, c.fHi, &vdfU);
+        EXPECT_EQ(std::vector<double>(vdfU.pdata, vdfU.pdata + c.m + 1), c.vfU) << c.n;
+    }
 }
-
-TEST(KnotVectorTest, ShiftedRangeIsEvenlySpacedBetweenClampedEnds) {
-    Vd<double> vdfU(0, 11);
-    getBSplineVdfUKnot(5, 5, 11, 1.5, 4.0, &vdfU);  // no interior knot
-    for (Long j = 0; j <= 5; j++) EXPECT_EQ(vdfU[j], 1.5);
-    for (Long j = 6; j <= 11; j++) EXPECT_EQ(vdfU[j], 4.0);
-    Vd<double> vdfU2(0, 14);
-    getBSplineVdfUKnot(8, 5, 14, -1.0, 2.0, &vdfU2);  // interior knots at -1 + 3 j / 4
-    for (Long j = 6; j <= 8; j++) EXPECT_DOUBLE_EQ(vdfU2[j], -1.0 + 3.0 * (j - 5) / 4.0) << j;
-    EXPECT_EQ(vdfU2[9], 2.0);
-}
-
-// ---- fit -------------------------------------------------------------------------------
 
 TEST(FitTest, FourWaypointsGiveTenAndSixControlPoints) {
     Fit fit({0, 0, 0, 1, 1, 2, 2, 3, 2, 3, 4, 0});
     ASSERT_TRUE(fit.bOk);
     EXPECT_EQ(std::vector<double>({double(fit.nX), double(fit.pX), double(fit.mX), double(fit.nZ),
-                                   double(fit.pZ), double(fit.mZ), fit.fTi, fit.fTf}),
-              std::vector<double>({9, 6, 16, 5, 5, 11, 0.0, 3.0}));
-    EXPECT_EQ(fit.paPVdfXCpX->hi(), 9);
-    EXPECT_EQ(fit.paPVdfXCpZ->hi(), 5);
+                                   double(fit.pZ), double(fit.mZ), fit.fTi, fit.fTf,
+                                   double(fit.paPVdfXCpX->hi()), double(fit.paPVdfXCpZ->hi())}),
+              std::vector<double>({9, 6, 16, 5, 5, 11, 0.0, 3.0, 9, 5}));
     const Vd<double>& vdfX2 = *pvdfAt(fit.paPVdfXParam, 2);  // waypoint 2 as (x, 0, z)
     EXPECT_EQ(std::vector<double>(vdfX2.pdata, vdfX2.pdata + 3), std::vector<double>({3, 0, 2}));
     EXPECT_EQ((*fit.pvdfTParam)[2], 2.0);
@@ -220,21 +210,19 @@ TEST(FitTest, TimesTheKnotsCannotHoldFailCleanlyAndWriteNothing) {
         {3, 0, 0, 2, 1, 1, 1, 2, 2, 0, 3, 0},    // a reversed range
         {1, 0, 0, 1, 1, 1, 1, 2, 2, 1, 3, 0},    // an empty range
         {-1e308, 0, 0, 0, 1, 1, 1, 2, 2, 1e308, 3, 0},  // a range beyond the largest double
+        {0, 0, 0, 1, 1, 1, 1, 2, 2, 3, 3, 0},    // a repeated interior time: singular
     };
     for (const auto& vf : avfBad) {
         Fit fit(vf);
         EXPECT_EQ(fit.bOk, 0);
-        EXPECT_EQ(fit.pvdfTParam, nullptr);
+        EXPECT_EQ(fit.paPVdfXCpZ, nullptr);
         EXPECT_EQ(fit.paPVdfXCpX, nullptr);
-        EXPECT_EQ(fit.fTi, -99.0);
-        EXPECT_EQ(fit.nX, -1);
     }
-}
-
-TEST(FitTest, RepeatedInteriorTimeMakesTheSystemSingular) {
-    Fit fit({0, 0, 0, 1, 1, 1, 1, 2, 2, 3, 3, 0});
-    EXPECT_EQ(fit.bOk, 0);
-    EXPECT_EQ(fit.paPVdfXCpZ, nullptr);
+    for (std::size_t i = 0; i < 5; i++) {
+        Fit fit(avfBad[i]);
+        EXPECT_EQ(fit.pvdfTParam, nullptr);
+        EXPECT_EQ(fit.fTi + fit.nX, -100.0);
+    }
 }
 
 // ---- analysis ----------------------------------------------------------------------------
@@ -345,17 +333,11 @@ TEST_F(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
     }
     EXPECT_NEAR(path.fMsProp, fBurnt, 1e-12);
     EXPECT_EQ(path.fMsProp, (*path.pvdfMs)[0] - (*path.pvdfMs)[6]);
-}
-
-TEST_F(AnalysisTest, SingleSampleBurnsNothingAndCoversNoRange) {
-    Fit fit(vfHopShort);
-    ASSERT_TRUE(fit.bOk);
-    Vd<double> vdfT(7, 7);
-    vdfT[7] = 1.3;
-    Path path(fit, &vdfT);
-    EXPECT_EQ((*path.pvdfMs)[7], 100.0);
-    EXPECT_EQ(path.fMsProp, 0.0);
-    EXPECT_EQ(path.fHorzRange, 0.0);
+    // A single sample burns nothing and covers no range.
+    Vd<double> vdfT1(7, 7);
+    vdfT1[7] = 1.3;
+    Path path1(fit, &vdfT1);
+    EXPECT_EQ((*path1.pvdfMs)[7] + path1.fMsProp + path1.fHorzRange, 100.0);
 }
 
 TEST_F(AnalysisTest, HoveringInPlaceSplitsTheWeightEvenly) {
