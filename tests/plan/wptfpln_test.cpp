@@ -1,6 +1,7 @@
 // Waypoint file, B-spline fit and path analysis, checked against independent
 // computations: a Cox-de Boor evaluation written here, closed forms and
 // finite differences.
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <string>
@@ -13,8 +14,6 @@
 using vttest::writeFile;
 
 namespace {
-
-// ---- an independent B-spline evaluation -----------------------------------------
 
 struct Spline {
     Long n, p;
@@ -58,33 +57,23 @@ double fSpline(const Spline& s, Long k, double t) {
     return f;
 }
 
-// ---- a fit held for the duration of a test ----------------------------------------
-
 struct Fit {
     unsigned char bOk = 2;
     Vd<double>* pvdfTParam = nullptr;
-    A<unsigned char*>* paPVdfXParam = nullptr;
+    A<unsigned char*>*paPVdfXParam = nullptr, *paPVdfXCpX = nullptr, *paPVdfXCpZ = nullptr;
     double fTi = -99.0, fTf = -99.0;
     Long nX = -1, pX = -1, mX = -1, nZ = -1, pZ = -1, mZ = -1;
-    Vd<double>* pvdfUKnotX = nullptr;
-    A<unsigned char*>* paPVdfXCpX = nullptr;
-    Vd<double>* pvdfUKnotZ = nullptr;
-    A<unsigned char*>* paPVdfXCpZ = nullptr;
+    Vd<double>*pvdfUKnotX = nullptr, *pvdfUKnotZ = nullptr;
 
     explicit Fit(const std::vector<double>& vfParam) {
         Vd<double> vdfParam(1, static_cast<Long>(vfParam.size()));
-        for (std::size_t i = 0; i < vfParam.size(); i++)
-            vdfParam[static_cast<Long>(i) + 1] = vfParam[i];
+        std::copy(vfParam.begin(), vfParam.end(), vdfParam.pdata);
         paramsToBSpline(&vdfParam, &bOk, &pvdfTParam, &paPVdfXParam, &fTi, &fTf, &nX, &pX, &mX,
                         &pvdfUKnotX, &paPVdfXCpX, &nZ, &pZ, &mZ, &pvdfUKnotZ, &paPVdfXCpZ);
     }
     ~Fit() {
-        delete pvdfTParam;
-        deletePaPVdf(paPVdfXParam);
-        delete pvdfUKnotX;
-        deletePaPVdf(paPVdfXCpX);
-        delete pvdfUKnotZ;
-        deletePaPVdf(paPVdfXCpZ);
+        for (auto* pv : {pvdfTParam, pvdfUKnotX, pvdfUKnotZ}) delete pv;
+        for (auto* pa : {paPVdfXParam, paPVdfXCpX, paPVdfXCpZ}) deletePaPVdf(pa);
     }
     Spline splineX() const { return splineFm(nX, pX, pvdfUKnotX, paPVdfXCpX); }
     Spline splineZ() const { return splineFm(nZ, pZ, pvdfUKnotZ, paPVdfXCpZ); }
@@ -99,8 +88,6 @@ const std::vector<double> vfHopLong = {1.0, 2.0, 0.0,  2.5, 2.5, 1.5,  4.0, 6.0,
 
 }  // namespace
 
-// ---- waypoint file -------------------------------------------------------------------
-
 using ParamFileTest = InTempDir;
 
 TEST_F(ParamFileTest, NumbersOfTheFirstLineInFileOrder) {
@@ -109,11 +96,10 @@ TEST_F(ParamFileTest, NumbersOfTheFirstLineInFileOrder) {
     const struct { std::string szText; std::vector<double> vf; } acase[] = {
         {"  1\t-2.5e1 +3  .5\v6 1E-2 \r\n7 8 9\n", {1.0, -25.0, 3.0, 0.5, 6.0, 0.01}},
         {"4 5", {4.0, 5.0}},  // no newline at the end of the file
-        // 4,093 characters and a newline: the longest line there is.
+        // 4,093 characters and a newline: the longest line there is; as many
+        // numbers as that line holds have no limit of their own.
         {"1" + std::string(4092, ' ') + "\n", {1.0}},
-        // As many numbers as that line holds: no limit of their own.
-        {szOnes + "\n",
-         std::vector<double>(2047, 1.0)}};
+        {szOnes + "\n", std::vector<double>(2047, 1.0)}};
     for (const auto& c : acase) {
         writeFile("traj1r.txt", c.szText);
         Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
@@ -129,14 +115,10 @@ TEST_F(ParamFileTest, BadFilesEndInOneFatalErrorNamingTheProblem) {
         {"1" + std::string(4093, ' ') + "\n", "first line too long"},  // fills the buffer
         {std::string(5000, '1'), "first line too long"},
         {"", "read error"},
-        {"\n1 2 3\n", "first line is blank"},
-        {" \t \r\n", "first line is blank"},
-        {"0 0 0 1 x1 1\n", "bad number in traj1r.txt"},
-        {"1,5 2\n", "bad number in traj1r.txt"},
-        {"1 nan 2\n", "number not finite in traj1r.txt"},
-        {"1 -inf\n", "number not finite in traj1r.txt"},
-        {"1e999\n", "number not finite in traj1r.txt"},
-        {"INFINITY 1\n", "number not finite in traj1r.txt"}};
+        {"\n1 2 3\n", "first line is blank"},  {" \t \r\n", "first line is blank"},
+        {"0 0 0 1 x1 1\n", "bad number in traj1r.txt"}, {"1,5 2\n", "bad number in traj1r.txt"},
+        {"1 nan 2\n", "number not finite in traj1r.txt"}, {"1 -inf\n", "number not finite in traj1r.txt"},
+        {"1e999\n", "number not finite in traj1r.txt"}, {"INFINITY 1\n", "number not finite in traj1r.txt"}};
     for (const auto& c : acase) {
         writeFile("traj1r.txt", c.szText);
         EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
@@ -246,111 +228,88 @@ struct Path {
         for (auto* pa : {paX, paXDot, paXDot2, paF, paM}) deletePaPVdf(pa);
         for (auto* pv : {pvdfPitch, pvdfPitchDot, pvdfPitchDot2, pvdfMs}) delete pv;
     }
-    double x(Long i) const { return (*pvdfAt(paX, i))[1]; }
-    double z(Long i) const { return (*pvdfAt(paX, i))[3]; }
-    double xdd(Long i) const { return (*pvdfAt(paXDot2, i))[1]; }
-    double zdd(Long i) const { return (*pvdfAt(paXDot2, i))[3]; }
 };
 
-// Evenly spaced times over [fTi, fTf], indexed lo..lo+n.
-Vd<double> vdfTimes(double fTi, double fTf, Long lo, Long n) {
-    Vd<double> vdfT(lo, lo + n);
-    for (Long i = 0; i <= n; i++) vdfT[lo + i] = fTi + (fTf - fTi) * i / n;
-    vdfT[lo + n] = fTf;
+// Component k (1 x, 2 y, 3 z) of sample i.
+double f(A<unsigned char*>* pa, Long i, Long k) { return (*pvdfAt(pa, i))[k]; }
+
+Vd<double> vdfOf(const std::vector<double>& vfT, Long lo) {
+    Vd<double> vdfT(lo, lo + static_cast<Long>(vfT.size()) - 1);
+    std::copy(vfT.begin(), vfT.end(), vdfT.pdata);
     return vdfT;
 }
 
-class AnalysisTest : public ::testing::Test {
-protected:
-    void SetUp() override { initParams(); }
-};
-
 }  // namespace
 
-TEST_F(AnalysisTest, KinematicsMatchTheSplinesAndForceIsMassTimesInertiaPlusGravity) {
+TEST(AnalysisTest, KinematicsMatchTheSplinesAndForceIsMassTimesInertiaPlusGravity) {
+    initParams();
     Fit fit(vfHopLong);
     ASSERT_TRUE(fit.bOk);
-    Vd<double> vdfT = vdfTimes(fit.fTi, fit.fTf, 3, 200);  // an index range not from 0
+    std::vector<double> vfT;
+    for (Long i = 0; i <= 200; i++) vfT.push_back(fit.fTi + (fit.fTf - fit.fTi) * i / 200);
+    Vd<double> vdfT = vdfOf(vfT, 3);  // an index range not from 0
     Path path(fit, &vdfT);
-    ASSERT_EQ(path.paF->lo(), 3);
-    ASSERT_EQ(path.paF->hi(), 203);
+    ASSERT_EQ(path.paF->lo() + path.paF->hi(), 206);
     const Spline sX = fit.splineX(), sZ = fit.splineZ();
     for (Long i = 3; i <= 203; i++) {
-        const double t = vdfT[i];
-        const Vd<double>& vdfXDot = *pvdfAt(path.paXDot, i);
-        EXPECT_NEAR(path.x(i), fSpline(sX, 0, t), 1e-10);
-        EXPECT_NEAR(path.z(i), fSpline(sZ, 0, t), 1e-10);
-        EXPECT_NEAR(vdfXDot[1], fSpline(sX, 1, t), 1e-9);
-        EXPECT_NEAR(vdfXDot[3], fSpline(sZ, 1, t), 1e-9);
-        EXPECT_NEAR(path.xdd(i), fSpline(sX, 2, t), 1e-8);
-        EXPECT_NEAR(path.zdd(i), fSpline(sZ, 2, t), 1e-8);
-        EXPECT_EQ((*pvdfAt(path.paX, i))[2], 0.0);
-        EXPECT_EQ(vdfXDot[2], 0.0);
-
+        const double t = vdfT[i], xdd = f(path.paXDot2, i, 1), zdd = f(path.paXDot2, i, 3);
+        for (Long k = 0; k <= 2; k++) {
+            A<unsigned char*>* pa = k == 0 ? path.paX : k == 1 ? path.paXDot : path.paXDot2;
+            EXPECT_NEAR(f(pa, i, 1), fSpline(sX, k, t), 1e-10 * std::pow(10.0, k));
+            EXPECT_EQ(f(pa, i, 2), 0.0);
+            EXPECT_NEAR(f(pa, i, 3), fSpline(sZ, k, t), 1e-10 * std::pow(10.0, k));
+        }
         const double fMs = (*path.pvdfMs)[i];
-        const Vd<double>& vdfF = *pvdfAt(path.paF, i);
-        EXPECT_DOUBLE_EQ(vdfF[1], fMs * path.xdd(i));
-        EXPECT_EQ(vdfF[2], 0.0);
-        EXPECT_DOUBLE_EQ(vdfF[3], fMs * (3.7 + path.zdd(i)));
-
-        // The thrust axis is along the force: tan(pitch) = -xdd / (g + zdd),
-        // thrust upward (|pitch| < 90 degrees here).
+        EXPECT_DOUBLE_EQ(f(path.paF, i, 1), fMs * xdd);
+        EXPECT_EQ(f(path.paF, i, 2), 0.0);
+        EXPECT_DOUBLE_EQ(f(path.paF, i, 3), fMs * (3.7 + zdd));
+        // The thrust axis is along the force, upward: tan(pitch) = -xdd / (g + zdd).
         const double fPitch = (*path.pvdfPitch)[i];
         EXPECT_LT(std::fabs(fPitch), 1.5);
-        EXPECT_NEAR(std::tan(fPitch) * (3.7 + path.zdd(i)), -path.xdd(i), 1e-9);
-
+        EXPECT_NEAR(std::tan(fPitch) * (3.7 + zdd), -xdd, 1e-9);
         // The moment drives the pitch acceleration with the inertia of the
         // current mass, linear between full and empty.
         const double fIPitch = 13.83 + (fMs - 100.0) * (13.06 - 13.83) / (95.0 - 100.0);
-        EXPECT_NEAR((*pvdfAt(path.paM, i))[2], fIPitch * (*path.pvdfPitchDot2)[i], 1e-9);
-        EXPECT_EQ((*pvdfAt(path.paM, i))[1], 0.0);
-        EXPECT_EQ((*pvdfAt(path.paM, i))[3], 0.0);
+        EXPECT_NEAR(f(path.paM, i, 2), fIPitch * (*path.pvdfPitchDot2)[i], 1e-9);
+        EXPECT_EQ(std::fabs(f(path.paM, i, 1)) + std::fabs(f(path.paM, i, 3)), 0.0);
     }
-    // Starts and ends at rest and upright.
-    for (Long i : {3, 203}) {
-        EXPECT_NEAR((*pvdfAt(path.paXDot, i))[1], 0.0, 1e-9);
-        EXPECT_NEAR((*pvdfAt(path.paXDot, i))[3], 0.0, 1e-9);
-        EXPECT_NEAR((*path.pvdfPitch)[i], 0.0, 1e-9);
+    for (Long i : {3, 203}) {  // starts and ends at rest and upright
+        EXPECT_NEAR(std::fabs(f(path.paXDot, i, 1)) + std::fabs(f(path.paXDot, i, 3)) +
+                        std::fabs((*path.pvdfPitch)[i]), 0.0, 1e-9);
     }
     EXPECT_NEAR(path.fHorzRange, 18.0, 1e-9);
 }
 
-TEST_F(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
+TEST(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
+    initParams();
     Fit fit(vfHopShort);
     ASSERT_TRUE(fit.bOk);
     // Uneven sample times: the interval length must come from the times.
-    Vd<double> vdfT(0, 6);
-    const double afT[] = {0.0, 0.1, 0.5, 0.6, 1.7, 3.0, 3.2};
-    for (Long i = 0; i <= 6; i++) vdfT[i] = afT[i];
+    const std::vector<double> vfT = {0.0, 0.1, 0.5, 0.6, 1.7, 3.0, 3.2};
+    Vd<double> vdfT = vdfOf(vfT, 0);
     Path path(fit, &vdfT);
     double fBurnt = 0.0;
     EXPECT_EQ((*path.pvdfMs)[0], 100.0);
     for (Long i = 1; i <= 6; i++) {
-        const Vd<double>& f = *pvdfAt(path.paF, i - 1);
-        fBurnt += (afT[i] - afT[i - 1]) * std::sqrt(f[1] * f[1] + f[3] * f[3]) / 549.36;
+        fBurnt += (vfT[i] - vfT[i - 1]) * std::hypot(f(path.paF, i - 1, 1), f(path.paF, i - 1, 3)) /
+                  549.36;
         EXPECT_NEAR((*path.pvdfMs)[i], 100.0 - fBurnt, 1e-12) << i;
-        EXPECT_LT((*path.pvdfMs)[i], (*path.pvdfMs)[i - 1]);
     }
     EXPECT_NEAR(path.fMsProp, fBurnt, 1e-12);
     EXPECT_EQ(path.fMsProp, (*path.pvdfMs)[0] - (*path.pvdfMs)[6]);
     // A single sample burns nothing and covers no range.
-    Vd<double> vdfT1(7, 7);
-    vdfT1[7] = 1.3;
+    Vd<double> vdfT1 = vdfOf({1.3}, 7);
     Path path1(fit, &vdfT1);
     EXPECT_EQ((*path1.pvdfMs)[7] + path1.fMsProp + path1.fHorzRange, 100.0);
-}
-
-TEST_F(AnalysisTest, HoveringInPlaceSplitsTheWeightEvenly) {
-    // All four waypoints at the same place: the fitted path stays there.
-    Fit fit({0, 2, 1, 1, 2, 1, 2, 2, 1, 3, 2, 1});
-    ASSERT_TRUE(fit.bOk);
-    Vd<double> vdfT = vdfTimes(0.0, 3.0, 0, 1);
-    Path path(fit, &vdfT);
-    EXPECT_NEAR((*path.pvdfPitch)[0], 0.0, 1e-12);
-    EXPECT_NEAR((*pvdfAt(path.paF, 0))[1], 0.0, 1e-10);
-    EXPECT_NEAR((*pvdfAt(path.paF, 0))[3], 370.0, 1e-10);
+    // Hovering in place (four waypoints at one place) splits the weight evenly.
+    Fit fitHover({0, 2, 1, 1, 2, 1, 2, 2, 1, 3, 2, 1});
+    Vd<double> vdfT2 = vdfOf({0.0, 3.0}, 0);
+    Path pathHover(fitHover, &vdfT2);
     const double fMsEnd = 100.0 - 3.0 * 370.0 / 549.36;
-    EXPECT_NEAR((*pvdfAt(path.paF, 1))[3], fMsEnd * 3.7, 1e-9);
-    EXPECT_NEAR(path.fFMax, 370.0 / 3.0, 1e-9);
-    EXPECT_NEAR(path.fFMin, fMsEnd * 3.7 / 3.0, 1e-9);
+    EXPECT_NEAR((*pathHover.pvdfPitch)[0], 0.0, 1e-12);
+    EXPECT_NEAR(f(pathHover.paF, 0, 1), 0.0, 1e-10);
+    EXPECT_NEAR(f(pathHover.paF, 0, 3), 370.0, 1e-10);
+    EXPECT_NEAR(f(pathHover.paF, 1, 3), fMsEnd * 3.7, 1e-9);
+    EXPECT_NEAR(pathHover.fFMax, 370.0 / 3.0, 1e-9);
+    EXPECT_NEAR(pathHover.fFMin, fMsEnd * 3.7 / 3.0, 1e-9);
 }
