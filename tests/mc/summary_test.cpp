@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "mc/picture.h"
 #include "support/testutil.h"
 
 namespace {
@@ -82,26 +83,13 @@ TEST(McSummaryStats, SummaryOfARandomSetAgainstADirectComputation) {
 TEST(McSummaryText, ExactLayout) {
     McSummary summ;
     summ.nRun = 1000;
-    summ.fXfRef = 30.12346;
-    summ.fZfRef = -0.0371;
-    summ.fXfRestMean = 30.5;
-    summ.fXfRestSd = 0.25;
-    summ.fR50 = 0.125;
-    summ.fR90 = 0.5;
-    summ.fR95 = 1.0;
-    summ.nUpright = 987;
-    summ.nRanDry = 3;
-    summ.anStop[mcStopRest] = 990;
-    summ.anStop[mcStopEnd] = 8;
-    summ.anStop[mcStopStep] = 1;
-    summ.anStop[mcStopUnphysical] = 1;
-    summ.iRunWorst = 417;
-    summ.fMissWorst = 12.34567;
-    McSummaryLabels labels;
-    labels.szPlanFile = "fltplan.txt";
-    labels.szDispersionFile = "dispersion.txt";
-    labels.uRngSeed = 18446744073709551615ULL;
-    labels.szRefFrom = "rest point of the undispersed flight";
+    summ.fXfRef = 30.12346, summ.fZfRef = -0.0371, summ.fXfRestMean = 30.5, summ.fXfRestSd = 0.25;
+    summ.fR50 = 0.125, summ.fR90 = 0.5, summ.fR95 = 1.0, summ.fMissWorst = 12.34567;
+    summ.nUpright = 987, summ.nRanDry = 3, summ.iRunWorst = 417;
+    summ.anStop[mcStopRest] = 990, summ.anStop[mcStopEnd] = 8;
+    summ.anStop[mcStopStep] = summ.anStop[mcStopUnphysical] = 1;
+    const McSummaryLabels labels{"fltplan.txt", "dispersion.txt", 18446744073709551615ULL,
+                                 "rest point of the undispersed flight", ""};
     EXPECT_EQ(szMcSummaryText(summ, labels),
               "LANDING DISPERSION\n"
               "    flight plan        = fltplan.txt\n"
@@ -127,21 +115,12 @@ TEST_F(McSummaryFiles, CsvRowsWithAndWithoutTouchdownInOrderAfterTheHeader) {
     McRunResult res = resAt(12, 30.25, -0.037);
     res.arFDev[mcParamThrustScale] = -0.0123456789012;
     res.arFDev[mcParamCommandDelay] = 0.005;
-    res.fTiRest = 6.35;
-    res.fPitchRest = 1e-5;
-    res.bTouchdown = 1;
-    res.fTiTouchdown = 5.5;
-    res.fVeXfTouchdown = 0.3;
-    res.fVeZfTouchdown = -0.4;
-    res.fMsPropLeft = 0.75;
-    res.bUpright = 1;
-    res.nStep = 321;
+    res.fTiRest = 6.35, res.fPitchRest = 1e-5, res.fTiTouchdown = 5.5, res.fVeXfTouchdown = 0.3;
+    res.fVeZfTouchdown = -0.4, res.fMsPropLeft = 0.75;
+    res.bTouchdown = res.bUpright = 1, res.nStep = 321;
     McRunResult resEnd = res;
-    resEnd.iRun = 13;
-    resEnd.bTouchdown = resEnd.bUpright = 0;
-    resEnd.bRanDry = 1;
-    resEnd.iStop = mcStopEnd;
-    resEnd.fXfRest = 31.45;
+    resEnd.iRun = 13, resEnd.bTouchdown = resEnd.bUpright = 0, resEnd.bRanDry = 1;
+    resEnd.iStop = mcStopEnd, resEnd.fXfRest = 31.45;
     const McRunResult ares[2] = {res, resEnd};
     ASSERT_TRUE(bWriteMcCsv("runs.csv", ares, 2, 30.25, -0.537));
     const std::string szCsv = vttest::readFile("runs.csv");
@@ -152,6 +131,37 @@ TEST_F(McSummaryFiles, CsvRowsWithAndWithoutTouchdownInOrderAfterTheHeader) {
               "1.3\n");
     EXPECT_EQ(szCsv.substr(0, szCsv.find('\n') + 1), szMcCsvHeader());
     EXPECT_FALSE(bWriteMcCsv("no/such/dir/runs.csv", ares, 2, 2.0, -1.0));
+}
+
+std::uint32_t uBigEndian(const std::string& sz, std::size_t i) {
+    std::uint32_t u = 0;
+    for (std::size_t k = 0; k < 4; k++) u = (u << 8) | static_cast<unsigned char>(sz[i + k]);
+    return u;
+}
+
+TEST_F(McSummaryFiles, ThePictureIsA1200By900PngOrSaysWhyNot) {
+    initParams();
+    std::vector<McRunResult> ares = {resAt(1, 29.5, 0.0), resAt(2, 30.2, 0.0),
+                                     resAt(3, 250.0, 0.0)};  // the last far away, left out
+    ares[0].bUpright = 1;
+    std::string szErr;
+    const bool bOk = bWriteMcPicture("rest.png", ares.data(), 3, 30.0, 0.0, 0.3, 0.8, &szErr);
+    if (!bMcPictureAvailable()) {
+        EXPECT_FALSE(bOk);
+        EXPECT_EQ(szErr, "this build has no picture support (Qt 6 Gui); rest.png not written");
+        EXPECT_FALSE(vttest::fileExists("rest.png"));
+        return;
+    }
+    ASSERT_TRUE(bOk) << szErr;
+    const std::string szPng = vttest::readFile("rest.png");
+    ASSERT_GT(szPng.size(), 33u);
+    EXPECT_EQ(szPng.substr(0, 16), std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
+    EXPECT_EQ(uBigEndian(szPng, 16), 1200u);
+    EXPECT_EQ(uBigEndian(szPng, 20), 900u);
+    // A second picture in the same process works as well; a bad path is named.
+    EXPECT_TRUE(bWriteMcPicture("again.png", ares.data(), 1, 30.0, 0.0, 0.0, 0.0, &szErr));
+    EXPECT_FALSE(bWriteMcPicture("no/such/dir/p.png", ares.data(), 1, 0.0, 0.0, 0.0, 0.0, &szErr));
+    EXPECT_NE(szErr.find("no/such/dir/p.png"), std::string::npos) << szErr;
 }
 
 }  // namespace

@@ -1,12 +1,16 @@
-// The planning chain of `p` on the program-wide plan, and the reports of
-// `l` and `f`.
+// The planning chain of `p` on the program-wide plan, the reports of `l`
+// and `f`, and hop design: the hop file's checks, and designs judged by the
+// planning chain run on the written waypoint file.
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
+#include "plan/design.h"
+#include "plan/hopfile.h"
 #include "plan/planstate.h"
 #include "plan/report.h"
 #include "plan/wptfpln.h"
@@ -150,4 +154,93 @@ TEST(SummaryTest, EqualExtremesGiveZeroThrottleRangeAndPercentOfOneShare) {
               "SUMMARY\n    horizontal range   =     0.0000\n    propellant mass    =     0.0000\n"
               "    max thruster force =   493.3333 (100.0 %)\n"
               "    min thruster force =   493.3333 (100.0 %)\n    throttle range     =        0.0 %\n");
+}
+
+TEST_F(PlanStateTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
+    const struct { const char* szText; const char* szError; } abad[] = {
+        {"target_x 20\nclearence 1\n", "hop.txt:2: unknown name 'clearence'"},
+        {"# hop\ntarget_x 2O\n", "hop.txt:2: bad number '2O' for target_x"},
+        {"target_x 20\ntime 4 s\n", "hop.txt:2: expected 'time VALUE', found 3 words"},
+        {"target_x 20\ntime\n", "hop.txt:2: expected 'time VALUE', found 1 word"},
+        {"target_x 20\n\ntarget_x 21\n", "hop.txt:3: target_x given again (first on line 1)"},
+        {"time 5\n", "hop.txt: target_x is missing"},
+        {"target_x 5000\n", "hop.txt:1: target_x 5000 m is off the terrain"},
+        {"target_x 20\nthruster_margin -0.1\n", "hop.txt:2: thruster_margin -0.1 is negative"},
+        {"target_x 20\npropellant_reserve -1e-3\n",
+         "hop.txt:2: propellant_reserve -0.001 is negative"},
+        {"target_x 20\nclearance -0.5\n", "hop.txt:2: clearance -0.5 m is negative"},
+        {"target_x 20\ntime 0\n", "hop.txt:2: time 0 s is not positive"},
+        {"target_x 20\ntime nan\n", "hop.txt:2: bad number 'nan' for time"},
+        {"target_x 20\nwaypoints 4.5\n",
+         "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
+        {"target_x 0.8\n",
+         "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
+        {"target_x 20\n\x01\xff 3\n", "hop.txt:2: unknown name '?" "?'"},
+    };
+    HopSpec spec;
+    std::string szError;
+    for (auto const& bad : abad) {
+        writeFile("hop.txt", bad.szText);
+        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &spec, &szError)) << bad.szText;
+        EXPECT_EQ(szError, bad.szError);
+    }
+    EXPECT_FALSE(bHopSpecFmFile("none.txt", &spec, &szError));
+    EXPECT_EQ(szError, "none.txt: can't open: No such file or directory");
+    writeFile("hop.txt",
+              "# a hop\n\n  target_x\t-12.5   # behind the pad\ntime 4\r\nthruster_margin 0.2\n"
+              "propellant_reserve 0\nclearance 1.5\nwaypoints 7");
+    ASSERT_TRUE(bHopSpecFmFile("hop.txt", &spec, &szError)) << szError;
+    EXPECT_EQ(std::vector<double>({spec.fXTarget, double(spec.bTimeGiven), spec.fTiFlight,
+                                   spec.fThrusterMargin, spec.fPropReserve, spec.fClearance,
+                                   double(spec.nWptInterior)}),
+              std::vector<double>({-12.5, 1, 4, 0.2, 0, 1.5, 7}));
+}
+
+// The bundled hop's end point, with the shipped hop file: `p` on the written
+// file gives the design's propellant to the last bit, within the limits,
+// and less than the hand-made hop to the same point.
+TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
+    HopSpec spec;
+    std::string szError;
+    ASSERT_TRUE(bHopSpecFmFile(VT_EXAMPLES "/designed/hop.txt", &spec, &szError));
+    const DesignResult r = designHop(spec);
+    ASSERT_TRUE(r.bOk) << r.szError;
+    EXPECT_FALSE(bPlanExists());  // the design leaves the program's plan alone
+    ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
+
+    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    EXPECT_EQ(fMsProp, r.fMsProp);
+    EXPECT_EQ(fFThrusterMin, r.fFThrusterMin);
+    EXPECT_EQ(fFThrusterMax, r.fFThrusterMax);
+    EXPECT_GE(fFThrusterMin, 0.0);
+    EXPECT_LE(fFThrusterMax, (1.0 - spec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
+    EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));
+    EXPECT_EQ((*pvdfT)[pvdfT->hi], r.fTiFlight);
+    EXPECT_EQ((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], 28.5);
+
+    const double fMsPropDesigned = fMsProp;
+    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
+    EXPECT_LT(fMsPropDesigned, fMsProp);
+}
+
+// Out of reach: the message names the limit that binds, and by how much.
+TEST_F(PlanStateTest, UnreachableTargetsNameTheBindingLimit) {
+    HopSpec spec;
+    spec.fXTarget = 45.0;
+    DesignResult r = designHop(spec);
+    EXPECT_FALSE(r.bOk);
+    EXPECT_EQ(r.szError.rfind("no hop to x = 45.0000 m within the limits: the propellant reserve "
+                              "binds: the least-propellant hop found burns ", 0), 0u) << r.szError;
+    EXPECT_NE(r.szError.find("more than the 4.5000 kg that keep 10.0 % in reserve"),
+              std::string::npos);
+
+    spec.fXTarget = 28.5, spec.bTimeGiven = true, spec.fTiFlight = 2.0;
+    r = designHop(spec);
+    EXPECT_FALSE(r.bOk);
+    // 4 d / T^2 = 28.5 m/s^2 against 3 x 419.3333 N / 95 kg = 13.2421 m/s^2.
+    EXPECT_EQ(r.szError,
+              "no hop to x = 28.5000 m in 2.0000 s within the limits: the thrusters bind: a hop "
+              "from rest to rest over 28.5000 m in 2.0000 s needs at least 28.5000 m/s^2 along x "
+              "(4 d / T^2), 15.2579 m/s^2 more than the three thrusters less the margin can give "
+              "(3 x 419.3333 N on 95.0000 kg)");
 }
