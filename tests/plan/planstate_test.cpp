@@ -14,8 +14,6 @@
 #include "plan/planstate.h"
 #include "plan/report.h"
 #include "plan/wptfpln.h"
-#include "sim/flight.h"
-#include "sim/ground.h"
 #include "sim/params.h"
 #include "support/testutil.h"
 
@@ -31,12 +29,6 @@ bool bRunPlan(std::string* pszOut) {
     bool bOk = false;
     *pszOut = vttest::szPrinted([&](std::FILE* pf) { bOk = bRunPlanCommand(pf); });
     return bOk;
-}
-
-double fZGndAt(double x) {
-    double xGnd = 0.0, yGnd = 0.0, zGnd = 0.0;
-    EXPECT_TRUE(bPtOnGndAtXY(&xGnd, &yGnd, &zGnd, x, 0.0, &arPArPPtVtxPgnGnd)) << x;
-    return zGnd;
 }
 
 class PlanStateTest : public InTempDir {
@@ -61,9 +53,8 @@ TEST_F(PlanStateTest, SampleTimesRunFromFirstToLastWaypointTimeExactly) {
     writeFile("traj1r.txt", "1.1 0 0 3.3 0.1 0.5 5.5 0.2 0.5 7.7 0.3 0\n");
     ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
     const Long nSample = 5 * (9 + 5);
-    ASSERT_EQ(nTraj1X + nTraj1Z, 14);
-    ASSERT_EQ(pvdfT->lo + paPVdfF->lo(), 0);
-    ASSERT_EQ(pvdfT->hi + paPVdfF->hi(), 2 * nSample);
+    ASSERT_EQ(std::vector<Long>({nTraj1X + nTraj1Z, pvdfT->lo, paPVdfF->lo(), pvdfT->hi, paPVdfF->hi()}),
+              std::vector<Long>({14, 0, 0, nSample, nSample}));
     EXPECT_EQ((*pvdfT)[nSample], 7.7);
     for (Long i = 0; i < nSample; i++)
         EXPECT_EQ((*pvdfT)[i], 1.1 + (static_cast<double>(i) / nSample) * (7.7 - 1.1)) << i;
@@ -81,8 +72,7 @@ TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNot
     EXPECT_EQ(szOut, "");
     EXPECT_FALSE(bPlanExists());
     EXPECT_NE(pvdfParamTraj1, nullptr);  // the numbers were read
-    EXPECT_EQ(pvdfUKnotTraj1X, nullptr);
-    EXPECT_EQ(pvdfT, nullptr);
+    EXPECT_EQ(pvdfUKnotTraj1X == nullptr && pvdfT == nullptr, true);
     writeFltplanTxt();
     writeTraj1lTxt();
     EXPECT_EQ(readFile("fltplan.txt"), "old plan\n");
@@ -103,47 +93,6 @@ TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNot
     testing::internal::CaptureStderr();
     writeTraj1lTxt();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "can't write traj1l.txt\n");
-}
-
-// The bundled hop: within thrust and propellant, clear of the terrain, and
-// flown with its plan it comes to rest upright where planned.
-TEST_F(PlanStateTest, BundledHopStaysWithinTheLimitsAndLandsWherePlanned) {
-    std::filesystem::copy_file(VT_EXAMPLES "/handmade/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    ASSERT_TRUE(bRunPlan(&szOut));
-    const Long iLast = pvdfT->hi;
-    const double fX0 = (*pvdfAt(paPVdfX, 0))[1], fXEnd = (*pvdfAt(paPVdfX, iLast))[1];
-    // From the pad at x = 0 to the far plain (from x = 27.2395), leaving the
-    // 1 m landing tolerance on it.
-    EXPECT_EQ(fX0, 0.0);
-    EXPECT_EQ((*pvdfAt(paPVdfX, 0))[3], 0.0);
-    EXPECT_GT(fXEnd - 1.0, 27.23947192824111);
-    EXPECT_NEAR((*pvdfAt(paPVdfX, iLast))[3], 0.0, 1e-12);
-    EXPECT_GE(fFThrusterMin, 0.0);
-    EXPECT_LE(fFThrusterMax, fFcThrustMax / 3.0);
-    EXPECT_LT(fMsProp, 5.0);
-    // At least 0.5 m above the terrain, except in the vertical take-off and
-    // landing columns (within 0.5 m of the ends), never below it.
-    for (Long i = 0; i <= iLast; i++) {
-        const double x = (*pvdfAt(paPVdfX, i))[1];
-        const bool bColumn = std::fabs(x - fX0) <= 0.5 || std::fabs(x - fXEnd) <= 0.5;
-        EXPECT_GE((*pvdfAt(paPVdfX, i))[3] - fZGndAt(x), bColumn ? -1e-9 : 0.5) << "x = " << x;
-    }
-    A1Val<double> arFTi(1, 0);
-    A1Val<void*> arPSt(1, 0);
-    flyScheduleFile("fltplan.txt", &arFTi, &arPSt);
-    ASSERT_GE(arPSt.iLast(), 1);
-    const Stvehicle3dof& st = *static_cast<Stvehicle3dof*>(arPSt[arPSt.iLast()]);
-    EXPECT_LT(arFTi[arFTi.iLast()], 30.0);  // at rest before the 30 s limit
-    EXPECT_LT(std::hypot(st.fVeXf, st.fVeZf), 0.01);
-    EXPECT_LT(std::fabs(st.fPitch), 5.0 / 180.0 * 3.141592653589793);
-    EXPECT_NEAR(st.fXf, fXEnd, 1.0);
-    EXPECT_NEAR(st.fZf, fZGndAt(st.fXf), 0.1);
-    double fZMax = 0.0;  // it flew
-    for (Long i = 1; i <= arPSt.iLast(); i++)
-        fZMax = std::max(fZMax, static_cast<Stvehicle3dof*>(arPSt[i])->fZf);
-    EXPECT_GT(fZMax, 1.0);
-    deleteStoredRun(&arFTi, &arPSt);
 }
 
 TEST(SummaryTest, EqualExtremesGiveZeroThrottleRangeAndPercentOfOneShare) {
@@ -209,9 +158,8 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
 
     ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
-    EXPECT_EQ(fMsProp, r.fMsProp);
-    EXPECT_EQ(fFThrusterMin, r.fFThrusterMin);
-    EXPECT_EQ(fFThrusterMax, r.fFThrusterMax);
+    EXPECT_EQ(std::vector<double>({fMsProp, fFThrusterMin, fFThrusterMax}),
+              std::vector<double>({r.fMsProp, r.fFThrusterMin, r.fFThrusterMax}));
     EXPECT_GE(fFThrusterMin, 0.0);
     EXPECT_LE(fFThrusterMax, (1.0 - spec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
     EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));

@@ -132,30 +132,6 @@ TEST_F(ParamFileTest, BadFilesEndInOneFatalErrorNamingTheProblem) {
 
 // ---- knot vector and fit ---------------------------------------------------------------
 
-TEST(FitTest, KnotVectorsAreClampedAndEvenlySpacedInBetween) {
-    const struct { Long n, p, m; double fLo, fHi; std::vector<double> vfU; } acase[] = {
-        {10, 6, 17, 0.0, 100.0, {0, 0, 0, 0, 0, 0, 0, 20, 40, 60, 80, 100, 100, 100, 100, 100, 100, 100}},
-        {5, 5, 11, 1.5, 4.0, {1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 4, 4, 4, 4, 4, 4}},  // no interior knot
-        {8, 5, 14, -1.0, 2.0, {-1, -1, -1, -1, -1, -1, -0.25, 0.5, 1.25, 2, 2, 2, 2, 2, 2}}};
-    for (auto const& c : acase) {
-        Vd<double> vdfU(0, c.m);
-        getBSplineVdfUKnot(c.n, c.p, c.m, c.fLo, c.fHi, &vdfU);
-        EXPECT_EQ(std::vector<double>(vdfU.pdata, vdfU.pdata + c.m + 1), c.vfU) << c.n;
-    }
-}
-
-TEST(FitTest, FourWaypointsGiveTenAndSixControlPoints) {
-    Fit fit({0, 0, 0, 1, 1, 2, 2, 3, 2, 3, 4, 0});
-    ASSERT_TRUE(fit.bOk);
-    EXPECT_EQ(std::vector<double>({double(fit.nX), double(fit.pX), double(fit.mX), double(fit.nZ),
-                                   double(fit.pZ), double(fit.mZ), fit.fTi, fit.fTf,
-                                   double(fit.paPVdfXCpX->hi()), double(fit.paPVdfXCpZ->hi())}),
-              std::vector<double>({9, 6, 16, 5, 5, 11, 0.0, 3.0, 9, 5}));
-    const Vd<double>& vdfX2 = *pvdfAt(fit.paPVdfXParam, 2);  // waypoint 2 as (x, 0, z)
-    EXPECT_EQ(std::vector<double>(vdfX2.pdata, vdfX2.pdata + 3), std::vector<double>({3, 0, 2}));
-    EXPECT_EQ((*fit.pvdfTParam)[2], 2.0);
-}
-
 TEST(FitTest, CurvesPassThroughEveryWaypointAndStartAndEndAtRest) {
     for (const auto* pvf : {&vfHopShort, &vfHopLong}) {
         Fit fit(*pvf);
@@ -301,15 +277,4 @@ TEST(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
     Vd<double> vdfT1 = vdfOf({1.3}, 7);
     Path path1(fit, &vdfT1);
     EXPECT_EQ((*path1.pvdfMs)[7] + path1.fMsProp + path1.fHorzRange, 100.0);
-    // Hovering in place (four waypoints at one place) splits the weight evenly.
-    Fit fitHover({0, 2, 1, 1, 2, 1, 2, 2, 1, 3, 2, 1});
-    Vd<double> vdfT2 = vdfOf({0.0, 3.0}, 0);
-    Path pathHover(fitHover, &vdfT2);
-    const double fMsEnd = 100.0 - 3.0 * 370.0 / 549.36;
-    EXPECT_NEAR((*pathHover.pvdfPitch)[0], 0.0, 1e-12);
-    EXPECT_NEAR(f(pathHover.paF, 0, 1), 0.0, 1e-10);
-    EXPECT_NEAR(f(pathHover.paF, 0, 3), 370.0, 1e-10);
-    EXPECT_NEAR(f(pathHover.paF, 1, 3), fMsEnd * 3.7, 1e-9);
-    EXPECT_NEAR(pathHover.fFMax, 370.0 / 3.0, 1e-9);
-    EXPECT_NEAR(pathHover.fFMin, fMsEnd * 3.7 / 3.0, 1e-9);
 }
