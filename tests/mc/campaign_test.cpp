@@ -50,7 +50,6 @@ protected:
         EXPECT_EQ(res.fPitchRest, st.fPitch);
         EXPECT_EQ(res.fMsPropLeft, st.fMs - vehicle.fMsEmpty);
     }
-
     McSchedule sched;
     McWork work;
     A1Val<double> arFTiRun{0};
@@ -184,12 +183,10 @@ TEST_F(McCampaign, GuidedRunsAreTheGuidedFlightAndDoNotDependOnThreads) {
     guided.pref = &ref, guided.gains = guidanceGainsFm(gs, vehicle, planet);
     guided.uRngSeed = disp.uRngSeed;
     for (int j = 0; j < nMcSensor; j++) guided.arPertSensor[j] = disp.arPertSensor[j];
-
     const McRunResult res0 = mcRunFly(sched, McInputs{}, 0, &work, &guided);
     ASSERT_TRUE(bFlyGuidedScheduleFile("fltplan.txt", "no_guidance.txt", &arFTiRun, &arPStRun,
                                        &szErr)) << szErr;
     expectRestIsLastOfStoredRun(res0);
-
     const std::vector<Long> aiRun = aiMcRunsOfRank(disp.nRun, 0, 1);
     std::vector<McRunResult> a1(aiRun.size()), a2(aiRun.size()), a3(aiRun.size());
     mcFlyRuns(a1.data(), aiRun, sched, disp, 1, nullptr, nullptr, &guided);

@@ -97,8 +97,6 @@ TEST_F(DispersionFileOnDisk, ReadsAFileNamesAMissingOneAndTheExampleIsValid) {
     for (int j = 0; j < nMcParam; j++) EXPECT_GT(disp.arPert[j].fSd, 0.0) << szMcParamName(j);
 }
 
-// ---- random draws ----------------------------------------------------------------------
-
 TEST(DispersionDraws, TheStreamIsSplitmix64AndNormalHasTheMomentsOfAStandardNormal) {
     // Published outputs of splitmix64 started from 1234567.
     McRng rng{1234567};

@@ -156,7 +156,6 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     ASSERT_TRUE(r.bOk) << r.szError;
     EXPECT_FALSE(bPlanExists());  // the design leaves the program's plan alone
     ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
-
     ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
     EXPECT_EQ(std::vector<double>({fMsProp, fFThrusterMin, fFThrusterMax}),
               std::vector<double>({r.fMsProp, r.fFThrusterMin, r.fFThrusterMax}));
@@ -165,7 +164,6 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));
     EXPECT_EQ((*pvdfT)[pvdfT->hi], r.fTiFlight);
     EXPECT_EQ((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], 28.5);
-
     const double fMsPropDesigned = fMsProp;
     ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
     EXPECT_LT(fMsPropDesigned, fMsProp);
@@ -181,7 +179,6 @@ TEST_F(PlanStateTest, UnreachableTargetsNameTheBindingLimit) {
                               "binds: the least-propellant hop found burns ", 0), 0u) << r.szError;
     EXPECT_NE(r.szError.find("more than the 4.5000 kg that keep 10.0 % in reserve"),
               std::string::npos);
-
     spec.fXTarget = 28.5, spec.bTimeGiven = true, spec.fTiFlight = 2.0;
     r = designHop(spec);
     EXPECT_FALSE(r.bOk);

@@ -17,8 +17,7 @@ namespace {
 
 struct Spline {
     Long n, p;
-    std::vector<double> u;   // knots 0..n+p+1
-    std::vector<double> cp;  // control points 0..n
+    std::vector<double> u, cp;  // knots 0..n+p+1, control points 0..n
 };
 
 Spline splineFm(Long n, Long p, Vd<double>* pvdfU, A<unsigned char*>* paCp) {
@@ -32,22 +31,14 @@ Spline splineFm(Long n, Long p, Vd<double>* pvdfU, A<unsigned char*>* paCp) {
 // degree; the last non-empty interval is closed on the right so that the end
 // of the range belongs to it.
 double fBasis(const Spline& s, Long i, Long q, Long k, double t) {
-    if (q == 0) {
-        if (k > 0) return 0.0;
-        const double fEnd = s.u[s.n + 1];
-        if (t == fEnd) return (s.u[i] < t && s.u[i + 1] == t) ? 1.0 : 0.0;
-        return (s.u[i] <= t && t < s.u[i + 1]) ? 1.0 : 0.0;
-    }
+    const std::vector<double>& u = s.u;
+    if (q == 0)
+        return k > 0 ? 0.0 : t == u[s.n + 1] ? (u[i] < t && u[i + 1] == t) : (u[i] <= t && t < u[i + 1]);
+    const double d1 = u[i + q] - u[i], d2 = u[i + q + 1] - u[i + 1];
+    const Long kLower = std::max<Long>(k - 1, 0);
     double f = 0.0;
-    const double d1 = s.u[i + q] - s.u[i];
-    const double d2 = s.u[i + q + 1] - s.u[i + 1];
-    if (k == 0) {
-        if (d1 > 0) f += (t - s.u[i]) / d1 * fBasis(s, i, q - 1, 0, t);
-        if (d2 > 0) f += (s.u[i + q + 1] - t) / d2 * fBasis(s, i + 1, q - 1, 0, t);
-    } else {
-        if (d1 > 0) f += q / d1 * fBasis(s, i, q - 1, k - 1, t);
-        if (d2 > 0) f -= q / d2 * fBasis(s, i + 1, q - 1, k - 1, t);
-    }
+    if (d1 > 0) f += (k == 0 ? (t - u[i]) / d1 : q / d1) * fBasis(s, i, q - 1, kLower, t);
+    if (d2 > 0) f += (k == 0 ? (u[i + q + 1] - t) / d2 : -q / d2) * fBasis(s, i + 1, q - 1, kLower, t);
     return f;
 }
 
@@ -64,7 +55,6 @@ struct Fit {
     double fTi = -99.0, fTf = -99.0;
     Long nX = -1, pX = -1, mX = -1, nZ = -1, pZ = -1, mZ = -1;
     Vd<double>*pvdfUKnotX = nullptr, *pvdfUKnotZ = nullptr;
-
     explicit Fit(const std::vector<double>& vfParam) {
         Vd<double> vdfParam(1, static_cast<Long>(vfParam.size()));
         std::copy(vfParam.begin(), vfParam.end(), vdfParam.pdata);
@@ -130,8 +120,6 @@ TEST_F(ParamFileTest, BadFilesEndInOneFatalErrorNamingTheProblem) {
                 szHead + "can't open traj1r.txt\n$");
 }
 
-// ---- knot vector and fit ---------------------------------------------------------------
-
 TEST(FitTest, CurvesPassThroughEveryWaypointAndStartAndEndAtRest) {
     for (const auto* pvf : {&vfHopShort, &vfHopLong}) {
         Fit fit(*pvf);
@@ -183,8 +171,6 @@ TEST(FitTest, TimesTheKnotsCannotHoldFailCleanlyAndWriteNothing) {
     }
 }
 
-// ---- analysis ----------------------------------------------------------------------------
-
 namespace {
 
 struct Path {
@@ -193,7 +179,6 @@ struct Path {
     Vd<double>*pvdfPitch = nullptr, *pvdfPitchDot = nullptr, *pvdfPitchDot2 = nullptr,
     *pvdfMs = nullptr;
     double fHorzRange = -1, fMsProp = -1, fFMin = -1, fFMax = -1;
-
     Path(const Fit& fit, Vd<double>* pvdfT) {
         analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
                            fit.mZ, fit.pvdfUKnotZ, fit.paPVdfXCpZ, pvdfT, &paX, &pvdfPitch,
