@@ -80,18 +80,13 @@ TEST(DispersionFile, EachBadLineNamesTheFileTheLineAndTheProblem) {
 
 class DispersionFileOnDisk : public InTempDir {};
 
-TEST_F(DispersionFileOnDisk, ReadsAFileNamesAMissingOneAndTheExampleIsValid) {
+TEST_F(DispersionFileOnDisk, ReadsAFileAndTheExampleIsValid) {
     vttest::writeFile("d.txt", "runs 7\r\nmoment_bias 2\n");  // CR is white space
     McDispersion disp;
     std::string szErr;
     ASSERT_TRUE(bReadDispersionFile(&disp, "d.txt", &szErr)) << szErr;
     EXPECT_EQ(disp.nRun, 7);
     EXPECT_EQ(disp.arPert[mcParamMomentBias].fSd, 2.0);
-    EXPECT_FALSE(bReadDispersionFile(&disp, "missing.txt", &szErr));
-    EXPECT_EQ(szErr, "can't read dispersion file missing.txt");
-    vttest::writeFile("bad.txt", "runs 7\nwind 3\n");
-    EXPECT_FALSE(bReadDispersionFile(&disp, "bad.txt", &szErr));
-    EXPECT_EQ(szErr, "bad.txt:2: unknown name 'wind'");
     ASSERT_TRUE(bReadDispersionFile(&disp, VT_EXAMPLES "/dispersion.txt", &szErr)) << szErr;
     EXPECT_GE(disp.nRun, 100);
     for (int j = 0; j < nMcParam; j++) EXPECT_GT(disp.arPert[j].fSd, 0.0) << szMcParamName(j);

@@ -134,18 +134,16 @@ TEST_F(McSummaryFiles, ThePictureIsA1200By900PngOrSaysWhyNot) {
     ares[0].bUpright = 1;
     std::string szErr;
     const bool bOk = bWriteMcPicture("rest.png", ares.data(), 3, 30.0, 0.0, 0.3, 0.8, &szErr);
-    if (!bMcPictureAvailable()) {
-        EXPECT_FALSE(bOk);
-        EXPECT_EQ(szErr, "this build has no picture support (Qt 6 Gui); rest.png not written");
-        EXPECT_FALSE(vttest::fileExists("rest.png"));
+    if (!bMcPictureAvailable()) {  // a build without Qt says so and writes nothing
+        EXPECT_EQ(szErr + std::to_string(bOk + vttest::fileExists("rest.png")),
+                  "this build has no picture support (Qt 6 Gui); rest.png not written0");
         return;
     }
     ASSERT_TRUE(bOk) << szErr;
     const std::string szPng = vttest::readFile("rest.png");
     ASSERT_GT(szPng.size(), 33u);
     EXPECT_EQ(szPng.substr(0, 16), std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
-    EXPECT_EQ(uBigEndian(szPng, 16), 1200u);
-    EXPECT_EQ(uBigEndian(szPng, 20), 900u);
+    EXPECT_EQ(uBigEndian(szPng, 16) * 10000 + uBigEndian(szPng, 20), 12000900u);  // 1200 by 900
     // A second picture in the same process works as well; a bad path is named.
     EXPECT_TRUE(bWriteMcPicture("again.png", ares.data(), 1, 30.0, 0.0, 0.0, 0.0, &szErr));
     EXPECT_FALSE(bWriteMcPicture("no/such/dir/p.png", ares.data(), 1, 0.0, 0.0, 0.0, 0.0, &szErr));
