@@ -10,11 +10,10 @@
 #include <cstring>
 #include <iterator>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "mc/summary.h"
-#include "plan/planstate.h"
-#include "sim/flight.h"
 #include "sim/fltsim.h"
 #include "support/testutil.h"
 
@@ -188,14 +187,12 @@ TEST_F(McCampaign, GuidedRunsAreTheGuidedFlightAndDoNotDependOnThreads) {
                                        &szErr)) << szErr;
     expectRestIsLastOfStoredRun(res0);
     const std::vector<Long> aiRun = aiMcRunsOfRank(disp.nRun, 0, 1);
-    std::vector<McRunResult> a1(aiRun.size()), a2(aiRun.size()), a3(aiRun.size());
-    mcFlyRuns(a1.data(), aiRun, sched, disp, 1, nullptr, nullptr, &guided);
-    mcFlyRuns(a2.data(), aiRun, sched, disp, 2, nullptr, nullptr, &guided);
-    mcFlyRuns(a3.data(), aiRun, sched, disp, 3, nullptr, nullptr, &guided);
     McGuided guidedQuiet = guided;  // the same runs without sensor noise
     for (int j = 0; j < nMcSensor; j++) guidedQuiet.arPertSensor[j] = McPerturbation{};
-    std::vector<McRunResult> aQuiet(aiRun.size());
-    mcFlyRuns(aQuiet.data(), aiRun, sched, disp, 2, nullptr, nullptr, &guidedQuiet);
+    std::vector<McRunResult> a1(aiRun.size()), a2 = a1, a3 = a1, aQuiet = a1;
+    for (auto [pa, nThread, pguided] : {std::tuple(&a1, 1, &guided), std::tuple(&a2, 2, &guided),
+                                        std::tuple(&a3, 3, &guided), std::tuple(&aQuiet, 2, &guidedQuiet)})
+        mcFlyRuns(pa->data(), aiRun, sched, disp, nThread, nullptr, nullptr, pguided);
     for (std::size_t i = 0; i < aiRun.size(); i++) {
         SCOPED_TRACE(aiRun[i]);
         EXPECT_EQ(std::memcmp(&a1[i], &a2[i], sizeof(McRunResult)), 0);

@@ -101,8 +101,7 @@ class McSummaryFiles : public InTempDir {};
 
 TEST_F(McSummaryFiles, CsvRowsWithAndWithoutTouchdownInOrderAfterTheHeader) {
     McRunResult res = resAt(12, 30.25, -0.037);
-    res.arFDev[mcParamThrustScale] = -0.0123456789012;
-    res.arFDev[mcParamCommandDelay] = 0.005;
+    res.arFDev[mcParamThrustScale] = -0.0123456789012, res.arFDev[mcParamCommandDelay] = 0.005;
     res.fTiRest = 6.35, res.fPitchRest = 1e-5, res.fTiTouchdown = 5.5, res.fVeXfTouchdown = 0.3;
     res.fVeZfTouchdown = -0.4, res.fMsPropLeft = 0.75;
     res.bTouchdown = res.bUpright = 1, res.nStep = 321;

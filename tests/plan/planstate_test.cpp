@@ -1,10 +1,7 @@
 // The planning chain of `p` on the program-wide plan, the reports of `l`
 // and `f`, and hop design: the hop file's checks, and designs judged by the
 // planning chain run on the written waypoint file.
-#include <algorithm>
-#include <cmath>
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -17,10 +14,7 @@
 #include "sim/params.h"
 #include "support/testutil.h"
 
-using vttest::copyTestData;
-using vttest::fileExists;
-using vttest::readFile;
-using vttest::writeFile;
+using namespace vttest;
 
 namespace {
 
