@@ -112,12 +112,10 @@ TEST_F(ParamFileTest, BadFilesEndInOneFatalErrorNamingTheProblem) {
     for (const auto& c : acase) {
         writeFile("traj1r.txt", c.szText);
         EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
-                    szHead + c.szMsg + "\n$")
-            << c.szText.substr(0, 40);
+                    szHead + c.szMsg + "\n$") << c.szText.substr(0, 40);
     }
-    std::remove("traj1r.txt");
-    EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
-                szHead + "can't open traj1r.txt\n$");
+    EXPECT_EXIT(pvdfParamTraj1FromFile("none.txt"), ::testing::ExitedWithCode(1),
+                szHead + "can't open none.txt\n$");
 }
 
 TEST(FitTest, CurvesPassThroughEveryWaypointAndStartAndEndAtRest) {
@@ -131,8 +129,7 @@ TEST(FitTest, CurvesPassThroughEveryWaypointAndStartAndEndAtRest) {
             EXPECT_NEAR(fSpline(sZ, 0, t), (*pvf)[i + 2], 1e-10) << "z at " << t;
         }
         for (double t : {fit.fTi, fit.fTf}) {
-            for (Long k = 1; k <= 3; k++)
-                EXPECT_NEAR(fSpline(sX, k, t), 0.0, 1e-8) << k << " " << t;
+            for (Long k = 1; k <= 3; k++) EXPECT_NEAR(fSpline(sX, k, t), 0.0, 1e-8) << k << " " << t;
             EXPECT_NEAR(fSpline(sZ, 1, t), 0.0, 1e-9) << t;
         }
         // Not trivially at rest everywhere: the motion in between is real.
@@ -158,16 +155,10 @@ TEST(FitTest, TimesTheKnotsCannotHoldFailCleanlyAndWriteNothing) {
         {-1e308, 0, 0, 0, 1, 1, 1, 2, 2, 1e308, 3, 0},  // a range beyond the largest double
         {0, 0, 0, 1, 1, 1, 1, 2, 2, 3, 3, 0},    // a repeated interior time: singular
     };
-    for (const auto& vf : avfBad) {
-        Fit fit(vf);
-        EXPECT_EQ(fit.bOk, 0);
-        EXPECT_EQ(fit.paPVdfXCpZ, nullptr);
-        EXPECT_EQ(fit.paPVdfXCpX, nullptr);
-    }
-    for (std::size_t i = 0; i < 5; i++) {
+    for (std::size_t i = 0; i < avfBad.size(); i++) {
         Fit fit(avfBad[i]);
-        EXPECT_EQ(fit.pvdfTParam, nullptr);
-        EXPECT_EQ(fit.fTi + fit.nX, -100.0);
+        EXPECT_TRUE(fit.bOk == 0 && fit.paPVdfXCpZ == nullptr && fit.paPVdfXCpX == nullptr) << i;
+        EXPECT_TRUE(i == 5 || (fit.pvdfTParam == nullptr && fit.fTi + fit.nX == -100.0)) << i;
     }
 }
 
