@@ -19,6 +19,10 @@
 
 namespace {
 
+std::vector<double> vfRest(McRunResult const& res) {
+    return {res.fTiRest, res.fXfRest, res.fZfRest, res.fPitchRest, res.fMsPropLeft};
+}
+
 class McCampaign : public InTempDir {
 protected:
     void SetUp() override {
@@ -37,17 +41,12 @@ protected:
         readMcSchedule(&sched, pfile, "fltplan.txt");
         std::fclose(pfile);
     }
-    McRunResult fly(McInputs const& inputs, Long iRun = 1) {
-        return mcRunFly(sched, inputs, iRun, &work);
-    }
+    McRunResult fly(McInputs const& inputs, Long iRun = 1) { return mcRunFly(sched, inputs, iRun, &work); }
     // The run's rest point is the last state of the stored flight, bit for bit.
     void expectRestIsLastOfStoredRun(McRunResult const& res) {
         Stvehicle3dof const& st = *static_cast<Stvehicle3dof*>(arPStRun[arPStRun.iLast()]);
-        EXPECT_EQ(res.fTiRest, arFTiRun[arFTiRun.iLast()]);
-        EXPECT_EQ(res.fXfRest, st.fXf);
-        EXPECT_EQ(res.fZfRest, st.fZf);
-        EXPECT_EQ(res.fPitchRest, st.fPitch);
-        EXPECT_EQ(res.fMsPropLeft, st.fMs - vehicle.fMsEmpty);
+        EXPECT_EQ(vfRest(res), std::vector<double>({arFTiRun[arFTiRun.iLast()], st.fXf, st.fZf,
+                                                    st.fPitch, st.fMs - vehicle.fMsEmpty}));
     }
     McSchedule sched;
     McWork work;
@@ -155,11 +154,8 @@ TEST_F(McCampaign, EachDeviationChangesTheFlightAsItsNameSays) {
         double fTiRest = 0.0;
         const Stvehicle3dof st = stRestByHand(sched, c.hand, &fTiRest);
         EXPECT_EQ(res.arFDev[c.iParam], c.fDev);
-        EXPECT_EQ(res.fTiRest, fTiRest);
-        EXPECT_EQ(res.fXfRest, st.fXf);
-        EXPECT_EQ(res.fZfRest, st.fZf);
-        EXPECT_EQ(res.fPitchRest, st.fPitch);
-        EXPECT_EQ(res.fMsPropLeft, st.fMs - 95.0);  // extra mass is propellant
+        // (Extra mass is propellant.)
+        EXPECT_EQ(vfRest(res), std::vector<double>({fTiRest, st.fXf, st.fZf, st.fPitch, st.fMs - 95.0}));
         EXPECT_TRUE(st.fXf != stNominal.fXf || st.fMs != stNominal.fMs || fTiRest != fTiNominal);
     }
 }

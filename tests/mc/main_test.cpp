@@ -37,8 +37,7 @@ TEST_F(McProgram, HelpVersionAndUsageErrors) {
     EXPECT_NE(r.szOut.find("Exit status: 0 when the campaign ran, 1 when the flight plan could"),
               std::string::npos);
     EXPECT_EQ(rv.szOut.rfind("vantorell-mc ", 0), 0u);
-    for (const char* szArgs : {"-j 0", "-j x", "-j", "--runs 0", "--target 3", "--bogus",
-                               "a.txt b.txt"}) {
+    for (const char* szArgs : {"-j 0", "-j x", "-j", "--runs 0", "--target 3", "--bogus", "a b"}) {
         const vttest::RunResult ru = run(szArgs);
         EXPECT_EQ(ru.iExit, 2) << szArgs;
         EXPECT_NE(ru.szErr.find("Try 'vantorell-mc --help'"), std::string::npos) << szArgs;

@@ -79,18 +79,13 @@ TEST(McSummaryText, ExactLayout) {
     const McSummaryLabels labels{"fltplan.txt", "dispersion.txt", 18446744073709551615ULL,
                                  "rest point of the undispersed flight", ""};
     EXPECT_EQ(szMcSummaryText(summ, labels),
-              "LANDING DISPERSION\n"
-              "    flight plan        = fltplan.txt\n"
-              "    dispersion file    = dispersion.txt\n"
-              "    runs               = 1000\n"
+              "LANDING DISPERSION\n" "    flight plan        = fltplan.txt\n"
+              "    dispersion file    = dispersion.txt\n" "    runs               = 1000\n"
               "    random seed        = 18446744073709551615\n"
               "    planned end point  = (   30.1235    -0.0371) m, rest point of the undispersed "
-              "flight\n"
-              "    rest x mean        =    30.5000 m\n"
-              "    rest x std dev     =     0.2500 m\n"
-              "    miss R50           =     0.1250 m\n"
-              "    miss R90           =     0.5000 m\n"
-              "    miss R95           =     1.0000 m\n"
+              "flight\n" "    rest x mean        =    30.5000 m\n"
+              "    rest x std dev     =     0.2500 m\n" "    miss R50           =     0.1250 m\n"
+              "    miss R90           =     0.5000 m\n" "    miss R95           =     1.0000 m\n"
               "    upright at rest    =     0.9870 (987 of 1000)\n"
               "    ran dry in the air =     0.0030 (3 of 1000)\n"
               "    stopped            = at rest 990, at 30 s 8, step too small 1, not flown 1\n"

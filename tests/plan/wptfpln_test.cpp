@@ -70,11 +70,9 @@ struct Fit {
 };
 
 // The waypoints of the short reference hop, and a longer, uneven one.
-const std::vector<double> vfHopShort = {0,   0,   0,   0.8,  0.04, 0.84, 1.6, 0.3,
-                                        1.5, 2.4, 0.56, 0.84, 3.2,  0.6,  0};
-const std::vector<double> vfHopLong = {1.0, 2.0, 0.0,  2.5, 2.5, 1.5,  4.0, 6.0, 4.0,
-                                       6.5, 11.0, 5.0, 8.0, 16.0, 3.0, 10.0, 19.5, 1.0,
-                                       11.0, 20.0, 0.0};
+const std::vector<double> vfHopShort = {0, 0, 0, 0.8, 0.04, 0.84, 1.6, 0.3, 1.5, 2.4, 0.56, 0.84, 3.2, 0.6, 0};
+const std::vector<double> vfHopLong = {1.0, 2.0, 0.0, 2.5, 2.5, 1.5, 4.0, 6.0, 4.0, 6.5, 11.0, 5.0,
+                                       8.0, 16.0, 3.0, 10.0, 19.5, 1.0, 11.0, 20.0, 0.0};
 
 }  // namespace
 
