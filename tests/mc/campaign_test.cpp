@@ -1,11 +1,9 @@
-// Flying the runs of a campaign: the undispersed run is the simulate
-// command's flight, every deviation reaches the flight it should, and
-// threads and process shares do not change anything.
+// Flying the runs of a campaign: the undispersed run is the simulate command's
+// flight, every deviation reaches the flight it should, threads change nothing.
 #include "mc/campaign.h"
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstring>
 #include <iterator>
@@ -119,8 +117,7 @@ Stvehicle3dof stRestByHand(McSchedule const& sched, ByHand const& hand, double* 
     Planet pla = planet;
     ArFFnFArFModel model(&pla, &veh, 0.05, arFTi, arFFc, arFMm);
     A1Val<double> arFIC(1, 7);
-    const double afIC[7] = {0.0, 0.0, hand.fPitch0, hand.fVeXf0, 0.0, hand.fPitchDot0,
-                            100.0 + hand.fMsAdd};
+    const double afIC[7] = {0, 0, hand.fPitch0, hand.fVeXf0, 0, hand.fPitchDot0, 100 + hand.fMsAdd};
     for (Long i = 1; i <= 7; i++) arFIC[i] = afIC[i - 1];
     A1Val<double> arFTiData(0);
     A1Val<void*> arPSt(0);

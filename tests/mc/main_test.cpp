@@ -61,8 +61,7 @@ TEST_F(McProgram, ACampaignWritesTheThreeReports) {
     copyInputs();
     const vttest::RunResult r = run("-j 2 --runs 40");
     ASSERT_EQ(r.iExit, 0) << r.szErr;
-    const std::string szSummary = vttest::readFile("mc_summary.txt");
-    const std::string szCsv = vttest::readFile("mc_runs.csv");
+    const std::string szSummary = vttest::readFile("mc_summary.txt"), szCsv = vttest::readFile("mc_runs.csv");
     EXPECT_EQ(r.szOut, szSummary);
     EXPECT_NE(szSummary.find("    runs               = 40\n    random seed        = 20240601\n"),
               std::string::npos);
@@ -77,10 +76,7 @@ TEST_F(McProgram, ACampaignWritesTheThreeReports) {
     if (szErr.rfind(szNoPicture, 0) == 0) szErr.erase(0, szErr.find('\n') + 1);
     EXPECT_EQ(szErr.rfind("vantorell-mc: 40 runs in ", 0), 0u) << r.szErr;
     EXPECT_EQ(nLines(szErr), 1u) << r.szErr;
-    if (szErr.size() == r.szErr.size()) {
-        EXPECT_EQ(vttest::readFile("mc_rest_points.png").substr(0, 8),
-                  std::string("\x89PNG\r\n\x1a\n", 8));
-    }
+    EXPECT_TRUE(szErr.size() != r.szErr.size() || vttest::fileExists("mc_rest_points.png"));
 }
 
 TEST_F(McProgram, AnAbortDuringTheFlightsNamesTheRunsInFlight) {

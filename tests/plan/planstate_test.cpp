@@ -89,9 +89,8 @@ TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNot
 
 TEST(SummaryTest, EqualExtremesGiveZeroThrottleRangeAndPercentOfOneShare) {
     // A third of the maximum thrust is 100 % of one thruster's share.
-    EXPECT_EQ(vttest::szPrinted([](std::FILE* pf) {
-                  printSummary(pf, false, 0.0, 0.0, 1480.0 / 3.0, 1480.0 / 3.0, 1480.0);
-              }),
+    const auto fn = [](std::FILE* pf) { printSummary(pf, false, 0, 0, 1480.0 / 3, 1480.0 / 3, 1480); };
+    EXPECT_EQ(vttest::szPrinted(fn),
               "SUMMARY\n    horizontal range   =     0.0000\n    propellant mass    =     0.0000\n"
               "    max thruster force =   493.3333 (100.0 %)\n"
               "    min thruster force =   493.3333 (100.0 %)\n    throttle range     =        0.0 %\n");
@@ -154,8 +153,8 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     EXPECT_GE(fFThrusterMin, 0.0);
     EXPECT_LE(fFThrusterMax, (1.0 - spec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
     EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));
-    EXPECT_EQ((*pvdfT)[pvdfT->hi], r.fTiFlight);
-    EXPECT_EQ((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], 28.5);
+    EXPECT_EQ(std::vector<double>({(*pvdfT)[pvdfT->hi], (*pvdfAt(paPVdfX, paPVdfX->hi()))[1]}),
+              std::vector<double>({r.fTiFlight, 28.5}));
     const double fMsPropDesigned = fMsProp;
     ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
     EXPECT_LT(fMsPropDesigned, fMsProp);

@@ -1,17 +1,13 @@
 // Waypoint file, B-spline fit and path analysis, checked against independent
-// computations: a Cox-de Boor evaluation written here, closed forms and
-// finite differences.
+// computations: a Cox-de Boor evaluation written here, and closed forms.
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <string>
 #include <vector>
 
 #include "plan/wptfpln.h"
 #include "sim/params.h"
 #include "support/testutil.h"
-
-using vttest::writeFile;
 
 namespace {
 
@@ -89,7 +85,7 @@ TEST_F(ParamFileTest, NumbersOfTheFirstLineInFileOrder) {
         {"1" + std::string(4092, ' ') + "\n", {1.0}},
         {szOnes + "\n", std::vector<double>(2047, 1.0)}};
     for (const auto& c : acase) {
-        writeFile("traj1r.txt", c.szText);
+        vttest::writeFile("traj1r.txt", c.szText);
         Vd<double>* pvdf = pvdfParamTraj1FromFile("traj1r.txt");
         EXPECT_EQ(pvdf->lo, 1);
         EXPECT_EQ(std::vector<double>(pvdf->pdata, pvdf->pdata + pvdf->n()), c.vf) << c.szText;
@@ -108,7 +104,7 @@ TEST_F(ParamFileTest, BadFilesEndInOneFatalErrorNamingTheProblem) {
         {"1 nan 2\n", "number not finite in traj1r.txt"}, {"1 -inf\n", "number not finite in traj1r.txt"},
         {"1e999\n", "number not finite in traj1r.txt"}, {"INFINITY 1\n", "number not finite in traj1r.txt"}};
     for (const auto& c : acase) {
-        writeFile("traj1r.txt", c.szText);
+        vttest::writeFile("traj1r.txt", c.szText);
         EXPECT_EXIT(pvdfParamTraj1FromFile("traj1r.txt"), ::testing::ExitedWithCode(1),
                     szHead + c.szMsg + "\n$") << c.szText.substr(0, 40);
     }
@@ -163,10 +159,8 @@ TEST(FitTest, TimesTheKnotsCannotHoldFailCleanlyAndWriteNothing) {
 namespace {
 
 struct Path {
-    A<unsigned char*>*paX = nullptr, *paXDot = nullptr, *paXDot2 = nullptr, *paF = nullptr,
-    *paM = nullptr;
-    Vd<double>*pvdfPitch = nullptr, *pvdfPitchDot = nullptr, *pvdfPitchDot2 = nullptr,
-    *pvdfMs = nullptr;
+    A<unsigned char*>*paX = nullptr, *paXDot = nullptr, *paXDot2 = nullptr, *paF = nullptr, *paM = nullptr;
+    Vd<double>*pvdfPitch = nullptr, *pvdfPitchDot = nullptr, *pvdfPitchDot2 = nullptr, *pvdfMs = nullptr;
     double fHorzRange = -1, fMsProp = -1, fFMin = -1, fFMax = -1;
     Path(const Fit& fit, Vd<double>* pvdfT) {
         analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
