@@ -1,40 +1,27 @@
-// The planning chain of `p` on the program-wide plan, and the reports of
-// `l` and `f`, on the reference hops.
-#include <algorithm>
-#include <cmath>
+// The planning chain of `p` on the program-wide plan, the reports of `l`
+// and `f`, and hop design: the hop file's checks, and designs judged by the
+// planning chain run on the written waypoint file.
 #include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <vector>
 
+#include "design/design.h"
+#include "design/hopfile.h"
 #include "plan/planstate.h"
 #include "plan/report.h"
 #include "plan/wptfpln.h"
-#include "sim/flight.h"
-#include "sim/ground.h"
 #include "sim/params.h"
 #include "support/testutil.h"
 
-using vttest::copyTestData;
-using vttest::fileExists;
-using vttest::readFile;
-using vttest::writeFile;
+using namespace vttest;
 
 namespace {
 
-std::string szRef(const std::string& szRel) {
-    return readFile(std::string(VT_TEST_DATA) + "/reference/plan/" + szRel);
-}
-
-// Runs the `p` command with its standard output captured.
+// Runs the `p` command; its standard output goes to *pszOut.
 bool bRunPlan(std::string* pszOut) {
-    char* pch = nullptr;
-    std::size_t nCh = 0;
-    std::FILE* pfile = open_memstream(&pch, &nCh);
-    const bool bOk = bRunPlanCommand(pfile);
-    std::fclose(pfile);
-    *pszOut = std::string(pch, nCh);
-    std::free(pch);
+    bool bOk = false;
+    *pszOut = vttest::szPrinted([&](std::FILE* pf) { bOk = bRunPlanCommand(pf); });
     return bOk;
 }
 
@@ -54,158 +41,142 @@ protected:
 
 }  // namespace
 
-TEST_F(PlanStateTest, ShortHopMatchesTheReferenceReportsByteForByte) {
-    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    ASSERT_TRUE(bRunPlan(&szOut));
-    EXPECT_EQ(szOut, szRef("hop_short/expected/summary.txt"));
-    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
-    EXPECT_FALSE(fileExists("traj1l.txt"));  // only `l` writes the listing
-    writeTraj1lTxt();
-    EXPECT_EQ(readFile("traj1l.txt"), szRef("hop_short/expected/traj1l.txt"));
-}
-
 TEST_F(PlanStateTest, SampleTimesRunFromFirstToLastWaypointTimeExactly) {
-    // 1.1 to 7.7 in N = 5 * (nX + nZ) steps, each time computed as written.
-    // The formula gives 7.699999999999999 at i = N; the last sample must be
-    // the last waypoint time itself.
+    // 1.1 to 7.7 in N = 5 * (nX + nZ) steps; the formula gives
+    // 7.699999999999999 at i = N, the last sample must be 7.7 itself.
     writeFile("traj1r.txt", "1.1 0 0 3.3 0.1 0.5 5.5 0.2 0.5 7.7 0.3 0\n");
     ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
-    const Long nSample = 5 * (nTraj1X + nTraj1Z);
-    EXPECT_EQ(nSample, 5 * (9 + 5));
-    ASSERT_EQ(pvdfT->lo, 0);
-    ASSERT_EQ(pvdfT->hi, nSample);
-    EXPECT_EQ((*pvdfT)[0], 1.1);
+    const Long nSample = 5 * (9 + 5);
+    ASSERT_EQ(std::vector<Long>({nTraj1X + nTraj1Z, pvdfT->lo, paPVdfF->lo(), pvdfT->hi, paPVdfF->hi()}),
+              std::vector<Long>({14, 0, 0, nSample, nSample}));
     EXPECT_EQ((*pvdfT)[nSample], 7.7);
     for (Long i = 0; i < nSample; i++)
         EXPECT_EQ((*pvdfT)[i], 1.1 + (static_cast<double>(i) / nSample) * (7.7 - 1.1)) << i;
-    EXPECT_EQ(paPVdfF->lo(), 0);
-    EXPECT_EQ(paPVdfF->hi(), nSample);
     EXPECT_TRUE(bPlanExists());
 }
 
-TEST_F(PlanStateTest, FailedFitLeavesNoPlanSoListingAndFlightPlanDoNothing) {
+TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNothing) {
     copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
     std::string szOut;
     ASSERT_TRUE(bRunPlan(&szOut));
-    ASSERT_TRUE(bPlanExists());
     writeFile("fltplan.txt", "old plan\n");
-    // A waypoint after the last time: "couldn't solve".
-    copyTestData("plan/couldnt_solve/traj1r.txt", "traj1r.txt");
-    ASSERT_FALSE(bRunPlan(&szOut));
-    EXPECT_EQ(szOut, "");
-    EXPECT_FALSE(bPlanExists());
-    EXPECT_NE(pvdfParamTraj1, nullptr);  // the numbers were read
-    EXPECT_EQ(pvdfUKnotTraj1X, nullptr);
-    EXPECT_EQ(pvdfT, nullptr);
-    writeFltplanTxt();
-    writeTraj1lTxt();
-    EXPECT_EQ(readFile("fltplan.txt"), "old plan\n");
-    EXPECT_FALSE(fileExists("traj1l.txt"));
+    for (int iCase = 0; iCase < 2; iCase++) {
+        if (iCase == 0)  // a waypoint after the last time: "couldn't solve"
+            copyTestData("plan/couldnt_solve/traj1r.txt", "traj1r.txt");
+        else  // a fit that solves, but whose accelerations (a swing by 1e306 m) overflow
+            writeFile("traj1r.txt", "0 0 0 1 1e306 0 2 -1e306 0 3 0 0\n");
+        ASSERT_FALSE(bRunPlan(&szOut));
+        EXPECT_EQ(szOut, "");
+        EXPECT_FALSE(bPlanExists());
+        EXPECT_NE(pvdfParamTraj1, nullptr);  // the numbers were read
+        EXPECT_TRUE(paPVdfXCpTraj1X == nullptr && pvdfT == nullptr);
+        writeFltplanTxt();
+        writeTraj1lTxt();
+        EXPECT_EQ(readFile("fltplan.txt"), "old plan\n");
+        EXPECT_FALSE(fileExists("traj1l.txt"));
+    }
     // The next good file plans again.
     copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
     ASSERT_TRUE(bRunPlan(&szOut));
-    EXPECT_EQ(readFile("fltplan.txt"), szRef("hop_short/expected/fltplan.txt"));
-}
-
-TEST_F(PlanStateTest, AnalysisThatOverflowsIsAFailedFitAndWritesNoReport) {
-    // The fit itself solves, but the accelerations of a path swinging by
-    // 1e306 m overflow: such a plan would print NaN and infinities.
-    writeFile("traj1r.txt", "0 0 0 1 1e306 0 2 -1e306 0 3 0 0\n");
-    std::string szOut;
-    EXPECT_FALSE(bRunPlan(&szOut));
-    EXPECT_EQ(szOut, "");
-    EXPECT_FALSE(bPlanExists());
-    EXPECT_EQ(paPVdfXCpTraj1X, nullptr);
-    EXPECT_FALSE(fileExists("fltplan.txt"));
-}
-
-TEST_F(PlanStateTest, UnwritableReportIsSkippedWithOneLine) {
-    copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
-    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
-    std::filesystem::create_directory("traj1l.txt");  // cannot be opened for writing
+    EXPECT_EQ(readFile("fltplan.txt"),
+              readFile(std::string(VT_TEST_DATA) + "/reference/plan/hop_short/expected/fltplan.txt"));
+    // An unwritable report is skipped with one line.
+    std::filesystem::create_directory("traj1l.txt");
     testing::internal::CaptureStderr();
     writeTraj1lTxt();
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "can't write traj1l.txt\n");
 }
 
-// ---- the bundled example hop ----------------------------------------------------
-
-namespace {
-
-double fZGndAt(double x) {
-    double xGnd = 0.0, yGnd = 0.0, zGnd = 0.0;
-    EXPECT_TRUE(bPtOnGndAtXY(&xGnd, &yGnd, &zGnd, x, 0.0, &arPArPPtVtxPgnGnd)) << x;
-    return zGnd;
-}
-
-const double fXFarPlain = 27.23947192824111;  // where the far plain begins
-
-}  // namespace
-
-TEST_F(PlanStateTest, BundledHopStaysWithinThrustAndPropellantAndClearsTheTerrain) {
-    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
-    const Long iLast = pvdfT->hi;
-    const double fX0 = (*pvdfAt(paPVdfX, 0))[1];
-    const double fXEnd = (*pvdfAt(paPVdfX, iLast))[1];
-    // From the pad at x = 0 to the far plain, leaving the 1 m landing
-    // tolerance on the plain.
-    EXPECT_EQ(fX0, 0.0);
-    EXPECT_EQ((*pvdfAt(paPVdfX, 0))[3], 0.0);
-    EXPECT_GT(fXEnd - 1.0, fXFarPlain);
-    EXPECT_NEAR((*pvdfAt(paPVdfX, iLast))[3], 0.0, 1e-12);
-
-    // Every thruster between 0 and 100 % of its share of the maximum thrust.
-    EXPECT_GE(fFThrusterMin, 0.0);
-    EXPECT_LE(fFThrusterMax, fFcThrustMax / 3.0);
-    // Less propellant than the 5 kg on board.
-    EXPECT_LT(fMsProp, 5.0);
-    EXPECT_GT((*pvdfMs)[iLast], fMsEmpty);
-
-    // At least 0.5 m above the terrain, except in the vertical take-off and
-    // landing columns (within 0.5 m of the end points), where the path is
-    // never below the ground.
-    for (Long i = 0; i <= iLast; i++) {
-        const double x = (*pvdfAt(paPVdfX, i))[1];
-        const double fClear = (*pvdfAt(paPVdfX, i))[3] - fZGndAt(x);
-        if (std::fabs(x - fX0) > 0.5 && std::fabs(x - fXEnd) > 0.5)
-            EXPECT_GE(fClear, 0.5) << "t = " << (*pvdfT)[i] << ", x = " << x;
-        else
-            EXPECT_GE(fClear, -1e-9) << "t = " << (*pvdfT)[i] << ", x = " << x;
-    }
-}
-
-TEST_F(PlanStateTest, BundledHopFlownWithItsPlanComesToRestUprightWherePlanned) {
-    std::filesystem::copy_file(VT_EXAMPLES "/handmade/traj1r.txt", "traj1r.txt");
-    std::string szOut;
-    ASSERT_TRUE(bRunPlan(&szOut));
-    const double fXEnd = (*pvdfAt(paPVdfX, pvdfT->hi))[1];
-    A1Val<double> arFTi(1, 0);
-    A1Val<void*> arPSt(1, 0);
-    flyScheduleFile("fltplan.txt", &arFTi, &arPSt);
-    ASSERT_GE(arPSt.iLast(), 1);
-    const Stvehicle3dof& st = *static_cast<Stvehicle3dof*>(arPSt[arPSt.iLast()]);
-    // The run stopped at rest, before the 30 s limit.
-    EXPECT_LT(arFTi[arFTi.iLast()], 30.0);
-    EXPECT_LT(std::fabs(st.fVeXf), 0.01);
-    EXPECT_LT(std::fabs(st.fVeZf), 0.01);
-    // Upright, on the ground, within 1 m of the planned end point.
-    EXPECT_LT(std::fabs(st.fPitch), 5.0 / 180.0 * 3.141592653589793);
-    EXPECT_NEAR(st.fXf, fXEnd, 1.0);
-    EXPECT_NEAR(st.fZf, fZGndAt(st.fXf), 0.1);
-    // It flew: it cleared the ground on the way.
-    double fZMax = 0.0;
-    for (Long i = 1; i <= arPSt.iLast(); i++)
-        fZMax = std::max(fZMax, static_cast<Stvehicle3dof*>(arPSt[i])->fZf);
-    EXPECT_GT(fZMax, 1.0);
-    deleteStoredRun(&arFTi, &arPSt);
-}
-
 TEST(SummaryTest, EqualExtremesGiveZeroThrottleRangeAndPercentOfOneShare) {
     // A third of the maximum thrust is 100 % of one thruster's share.
-    const std::string sz = vttest::szPrinted(
-        [](std::FILE* pf) { printSummary(pf, false, 0.0, 0.0, 1480.0 / 3.0, 1480.0 / 3.0, 1480.0); });
-    EXPECT_NE(sz.find("    max thruster force =   493.3333 (100.0 %)\n"), std::string::npos) << sz;
-    EXPECT_NE(sz.find("    min thruster force =   493.3333 (100.0 %)\n"), std::string::npos) << sz;
-    EXPECT_NE(sz.find("    throttle range     =        0.0 %\n"), std::string::npos) << sz;
+    const auto fn = [](std::FILE* pf) { printSummary(pf, false, 0, 0, 1480.0 / 3, 1480.0 / 3, 1480); };
+    EXPECT_EQ(vttest::szPrinted(fn),
+              "SUMMARY\n    horizontal range   =     0.0000\n    propellant mass    =     0.0000\n"
+              "    max thruster force =   493.3333 (100.0 %)\n"
+              "    min thruster force =   493.3333 (100.0 %)\n    throttle range     =        0.0 %\n");
+}
+
+TEST_F(PlanStateTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
+    const struct { const char* szText; const char* szError; } abad[] = {
+        {"target_x 20\nclearence 1\n", "hop.txt:2: unknown name 'clearence'"},
+        {"# hop\ntarget_x 2O\n", "hop.txt:2: bad number '2O' for target_x"},
+        {"target_x 20\ntime 4 s\n", "hop.txt:2: expected 'time VALUE', found 3 words"},
+        {"target_x 20\ntime\n", "hop.txt:2: expected 'time VALUE', found 1 word"},
+        {"target_x 20\n\ntarget_x 21\n", "hop.txt:3: target_x given again (first on line 1)"},
+        {"time 5\n", "hop.txt: target_x is missing"},
+        {"target_x 5000\n", "hop.txt:1: target_x 5000 m is off the terrain"},
+        {"target_x 20\nthruster_margin -0.1\n", "hop.txt:2: thruster_margin -0.1 is negative"},
+        {"target_x 20\npropellant_reserve -1e-3\n",
+         "hop.txt:2: propellant_reserve -0.001 is negative"},
+        {"target_x 20\nclearance -0.5\n", "hop.txt:2: clearance -0.5 m is negative"},
+        {"target_x 20\ntime 0\n", "hop.txt:2: time 0 s is not positive"},
+        {"target_x 20\ntime nan\n", "hop.txt:2: bad number 'nan' for time"},
+        {"target_x 20\nwaypoints 4.5\n",
+         "hop.txt:2: waypoints 4.5 is not a whole number from 2 to 20"},
+        {"target_x 0.8\n",
+         "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
+        {"target_x 20\n\x01\xff 3\n", "hop.txt:2: unknown name '?" "?'"},
+    };
+    HopSpec spec;
+    std::string szError;
+    for (auto const& bad : abad) {
+        writeFile("hop.txt", bad.szText);
+        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &spec, &szError)) << bad.szText;
+        EXPECT_EQ(szError, bad.szError);
+    }
+    EXPECT_FALSE(bHopSpecFmFile("none.txt", &spec, &szError));
+    EXPECT_EQ(szError, "none.txt: can't open: No such file or directory");
+    writeFile("hop.txt",
+              "# a hop\n\n  target_x\t-12.5   # behind the pad\ntime 4\r\nthruster_margin 0.2\n"
+              "propellant_reserve 0\nclearance 1.5\nwaypoints 7");
+    ASSERT_TRUE(bHopSpecFmFile("hop.txt", &spec, &szError)) << szError;
+    EXPECT_EQ(std::vector<double>({spec.fXTarget, double(spec.bTimeGiven), spec.fTiFlight,
+                                   spec.fThrusterMargin, spec.fPropReserve, spec.fClearance,
+                                   double(spec.nWptInterior)}),
+              std::vector<double>({-12.5, 1, 4, 0.2, 0, 1.5, 7}));
+}
+
+// The bundled hop's end point, with the shipped hop file: `p` on the written
+// file gives the design's propellant to the last bit, within the limits,
+// and less than the hand-made hop to the same point.
+TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
+    HopSpec spec;
+    std::string szError;
+    ASSERT_TRUE(bHopSpecFmFile(VT_EXAMPLES "/designed/hop.txt", &spec, &szError));
+    const DesignResult r = designHop(spec);
+    ASSERT_TRUE(r.bOk) << r.szError;
+    EXPECT_FALSE(bPlanExists());  // the design leaves the program's plan alone
+    ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
+    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    EXPECT_EQ(std::vector<double>({fMsProp, fFThrusterMin, fFThrusterMax}),
+              std::vector<double>({r.fMsProp, r.fFThrusterMin, r.fFThrusterMax}));
+    EXPECT_GE(fFThrusterMin, 0.0);
+    EXPECT_LE(fFThrusterMax, (1.0 - spec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
+    EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));
+    EXPECT_EQ(std::vector<double>({(*pvdfT)[pvdfT->hi], (*pvdfAt(paPVdfX, paPVdfX->hi()))[1]}),
+              std::vector<double>({r.fTiFlight, 28.5}));
+    const double fMsPropDesigned = fMsProp;
+    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
+    EXPECT_LT(fMsPropDesigned, fMsProp);
+}
+
+// Out of reach: the message names the limit that binds, and by how much.
+TEST_F(PlanStateTest, UnreachableTargetsNameTheBindingLimit) {
+    HopSpec spec;
+    spec.fXTarget = 45.0;
+    DesignResult r = designHop(spec);
+    EXPECT_FALSE(r.bOk);
+    EXPECT_EQ(r.szError.rfind("no hop to x = 45.0000 m within the limits: the propellant reserve "
+                              "binds: the least-propellant hop found burns ", 0), 0u) << r.szError;
+    EXPECT_NE(r.szError.find("more than the 4.5000 kg that keep 10.0 % in reserve"),
+              std::string::npos);
+    spec.fXTarget = 28.5, spec.bTimeGiven = true, spec.fTiFlight = 2.0;
+    r = designHop(spec);
+    EXPECT_FALSE(r.bOk);
+    // 4 d / T^2 = 28.5 m/s^2 against 3 x 419.3333 N / 95 kg = 13.2421 m/s^2.
+    EXPECT_EQ(r.szError,
+              "no hop to x = 28.5000 m in 2.0000 s within the limits: the thrusters bind: a hop "
+              "from rest to rest over 28.5000 m in 2.0000 s needs at least 28.5000 m/s^2 along x "
+              "(4 d / T^2), 15.2579 m/s^2 more than the three thrusters less the margin can give "
+              "(3 x 419.3333 N on 95.0000 kg)");
 }
