@@ -23,7 +23,6 @@ namespace {
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
 
-// ---- helpers ---------------------------------------------------------------------------
 
 struct Row {
     double fTi, fFc, fMm;
@@ -48,8 +47,6 @@ struct Schedule {
         std::fclose(pfile);
     }
 };
-
-std::string szSimData(const char* szName) { return std::string(VT_TEST_DATA) + "/sim/" + szName; }
 
 // A stored run that frees its records.
 struct StoredFlight {
@@ -102,7 +99,6 @@ protected:
     }
 };
 
-// ---- actuators ------------------------------------------------------------------------
 
 TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     Vehicle vehicleLowCap = vehicle;
@@ -110,15 +106,12 @@ TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     const struct { Vehicle* pv; double fFcCmd, fMmCmd, fMs, fFc, fMm; } acase[] = {
         {&vehicle, 2000.0, 0.0, 100.0, 1480.0, 0.0},     // the thrust limit
         {&vehicle, -50.0, 0.0, 100.0, 0.0, 0.0},         // no negative thrust
-        {&vehicle, 765.25, 0.0, 96.0, 765.25, 0.0},
         {&vehicle, 1000.0, 1000.0, 100.0, 1000.0, 400.0},  // lever arm 0.4 m limits
-        {&vehicle, 1000.0, -1000.0, 100.0, 1000.0, -400.0},
         {&vehicle, 5000.0, -5000.0, 100.0, 1480.0, -592.0},
         {&vehicleLowCap, 1000.0, 300.0, 100.0, 1000.0, 100.0},  // the cap limits
         {&vehicle, 250.0, -60.0, 100.0, 250.0, -60.0},
         {&vehicle, 0.0, 300.0, 100.0, 0.0, 0.0},  // no thrust, no moment
         {&vehicle, 600.0, 50.0, 95.0, 0.0, 0.0},  // nothing at or below the empty mass
-        {&vehicle, 600.0, 50.0, 94.0, 0.0, 0.0},
         {&vehicle, 600.0, 50.0, std::nextafter(95.0, 96.0), 600.0, 50.0}};
     for (const auto& c : acase) {
         double fFc = -1.0, fMm = -1.0;
@@ -128,7 +121,6 @@ TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     }
 }
 
-// ---- command look-up --------------------------------------------------------------------
 
 TEST_F(Sim, CommandsAtAndBetweenTableTimesAndOutside) {
     Schedule sch{{1.0, 100.0, -10.0}, {2.0, 300.0, 10.0}, {4.0, 500.0, 50.0}};
@@ -159,67 +151,12 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     EXPECT_DEATH(model.cmdAtFTi(&fFc, &fMm, 5.0), "Assertion failed: fH != 0.0");
 }
 
-// ---- the derivative ---------------------------------------------------------------------
 
 // Evaluates the model once.
 A1Val<double> arFDerivAt(ArFFnFArFModel* pmodel, double fTi, A1Val<double> const& arFSt) {
     A1Val<double> arFDeriv(1, 7);
     pmodel->arFAtFArF(&arFDeriv, fTi, arFSt);
     return arFDeriv;
-}
-
-TEST_F(Sim, DerivativeOfThrustGravityMassAndMoment) {
-    Schedule sch{{0.0, 800.0, 100.0}, {10.0, 800.0, 100.0}};
-    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    const double fPitch = 0.3;
-    const A1Val<double> arFD =
-        arFDerivAt(&model, 1.0, arFState(2.0, 5.0, fPitch, 1.5, -2.5, 0.7, 98.0));
-    // The kinematic rows carry the velocities over, in the vector's order.
-    EXPECT_EQ(arFD[1], 1.5);
-    EXPECT_EQ(arFD[2], -2.5);
-    EXPECT_EQ(arFD[3], 0.7);
-    // Thrust along the body axis, tilted towards -x for positive pitch.
-    EXPECT_NEAR(arFD[4], -800.0 * std::sin(fPitch) / 98.0, 1e-13);
-    EXPECT_NEAR(arFD[5], 800.0 * std::cos(fPitch) / 98.0 - 3.7, 1e-13);
-    // Moment over the inertia of the current mass; mass flow thrust / exhaust speed.
-    EXPECT_NEAR(arFD[6], 100.0 / (13.06 + (98.0 - 95.0) / 5.0 * (13.83 - 13.06)), 1e-13);
-    EXPECT_NEAR(arFD[7], -800.0 / 549.36, 1e-15);
-}
-
-// Drag force in the flight frame from an independent decomposition along the
-// body axes: body z along the thrust (-sin p, 0, cos p), body x
-// (-cos p, 0, -sin p); each axis opposes the velocity's component along it
-// with 0.5 rho CdA v|v|.
-void dragExpected(double* pfX, double* pfZ, double fPitch, double vx, double vz) {
-    const double bxX = -std::cos(fPitch), bxZ = -std::sin(fPitch);
-    const double bzX = -std::sin(fPitch), bzZ = std::cos(fPitch);
-    const double u = vx * bxX + vz * bxZ;
-    const double w = vx * bzX + vz * bzZ;
-    const double fFcU = -0.5 * 0.01 * 0.09 * u * std::fabs(u);
-    const double fFcW = -0.5 * 0.01 * (M_PI / 4.0) * w * std::fabs(w);
-    *pfX = fFcU * bxX + fFcW * bzX;
-    *pfZ = fFcU * bxZ + fFcW * bzZ;
-}
-
-TEST_F(Sim, DragOpposesTheVelocityInEachBodyAxis) {
-    Schedule sch{{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    const double fMs = 100.0;
-    A1Val<double> arFD(1, 7);
-    // Any attitude (upright, on its side, ...) and velocity: the two body-axis
-    // terms, and the force never has a component along the velocity.
-    for (double fPitch : {-2.5, -0.7, 0.0, 0.4, M_PI / 2.0, 1.2, 3.0}) {
-        for (double vx : {-7.0, 0.0, 3.0, 10.0}) {
-            for (double vz : {-10.0, -5.0, 0.0, 0.5, 6.0, 10.0}) {
-                arFD = arFDerivAt(&model, 1.0, arFState(0, 5, fPitch, vx, vz, 0, fMs));
-                double fX, fZ;
-                dragExpected(&fX, &fZ, fPitch, vx, vz);
-                EXPECT_NEAR(arFD[4] * fMs, fX, 1e-12) << fPitch << " " << vx << " " << vz;
-                EXPECT_NEAR(arFD[5] * fMs + 370.0, fZ, 1e-12) << fPitch << " " << vx << " " << vz;
-                EXPECT_LE((arFD[4] * fMs) * vx + (arFD[5] * fMs + 370.0) * vz, 1e-12);
-            }
-        }
-    }
 }
 
 class SimContact : public Sim {
@@ -265,67 +202,21 @@ TEST_F(SimContact, LevelGroundForcesAndTorquesAsTheContactLawSays) {
     EXPECT_EQ(fPitchGndAtLandingSite, 0.0);
 }
 
-TEST_F(Sim, FirstContactCutsTheEngineFromTheNextEvaluationOn) {
-    Schedule sch{{0.0, 800.0, 50.0}, {10.0, 800.0, 50.0}};
-    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    arFDerivAt(&model, 0.0, arFState(0, 2.0, 0, 0, 0, 0, 100));  // clears the pad
-    // The evaluation that finds the ground still has the engine's thrust.
-    A1Val<double> arFD = arFDerivAt(&model, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
-    EXPECT_NEAR(arFD[5] * 100.0, 800.0 - 370.0 + 100.0, 1e-9);
-    EXPECT_NEAR(arFD[7], -800.0 / 549.36, 1e-15);
-    EXPECT_TRUE(model.bEngineOff);
-    // From then on, on the ground or not, nothing.
-    arFD = arFDerivAt(&model, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
-    EXPECT_NEAR(arFD[5] * 100.0, -370.0 + 100.0, 1e-9);
-    EXPECT_EQ(arFD[7], 0.0);
-    arFD = arFDerivAt(&model, 1.0, arFState(-5.0, 3.0, 0, 0, 0, 0, 100));
-    EXPECT_EQ(arFD[7], 0.0);
-    EXPECT_EQ(arFD[5], -3.7);
-    EXPECT_EQ(arFD[6], 0.0);
-}
-
-TEST_F(SimContact, NoRestoringTorqueOnGroundLessSteepThanTheLandingSite) {
-    // Landed on the 20-degree slope: back on level ground |20 deg| - 0 is not
-    // below 0.001 rad, so only the damping acts there; on the slope the
-    // torque turns the vehicle towards it.
+TEST_F(SimContact, RestoringTorqueOnlyWhereTheGroundIsAtLeastAsSteepAsTheLandingSite) {
+    // |pitch at landing site| - |ground pitch| < 0.001 rad: landed on the
+    // 20-degree slope, level ground gets the damping alone and the slope the
+    // torque; landed on level ground, the slope gets the torque.
     const double fI = vehicle.fIPitchAtFMs(100.0);
     const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
+    const A1Val<double> arFSlope = arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100);
     arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20, 0, 0, 0, 100));
     ASSERT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
-    A1Val<double> arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.1, 0, 0, 0.5, 100));
-    EXPECT_NEAR(arFD[6] * fI, -100.0 * 0.5, 1e-9);
-    arFD = arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100));
-    EXPECT_NEAR(arFD[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
-}
-
-TEST_F(SimContact, RestoringTorqueOnGroundSteeperThanTheLandingSite) {
-    // Landed on level ground: on the slope 0 - |20 deg| is below 0.001 rad.
-    const double fI = vehicle.fIPitchAtFMs(100.0);
-    const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
-    arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
-    A1Val<double> arFD =
-        arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100));
-    EXPECT_NEAR(arFD[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
-}
-
-TEST_F(SimContact, OnTheTwentyDegreeSlopeTheSpringActsAlongTheNormal) {
-    // 1 cm vertically below the slope at x = 5, tipped (pitch 1.5 rad is more
-    // than 50 deg off the slope) so that there is no friction. The penetration normal to the slope
-    // is h cos 20; the spring reads its depth in z from the foot (h cos^2 20) and scales by cos 20
-    // again: |N| = k h cos^3 20, along the slope's normal (sin 20, 0, cos 20).
-    const double h = 0.01;
-    const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
-    A1Val<double> arFD =
-        arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - h, 1.5, 0.1, 0.0, 0.0, 100.0));
-    const double fN = 10000.0 * h * std::pow(std::cos(fRdn20), 3);
-    // Sliding at 0.1 m/s (fast enough for a horizontal contact force), with
-    // the damper's 50 N against it.
-    EXPECT_NEAR(arFD[4] * 100.0, fN * std::sin(fRdn20) - 500.0 * 0.1, 1e-9);
-    EXPECT_NEAR(arFD[5] * 100.0 + 370.0, fN * std::cos(fRdn20), 1e-9);
-    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
-    // The landing site's slope is kept after the first contact.
-    arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.0, 0.0, 0.0, 0.0, 100.0));
-    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
+    EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.1, 0, 0, 0.5, 100))[6] * fI,
+                -100.0 * 0.5, 1e-9);
+    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);  // kept after the first contact
+    EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFSlope)[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
+    fPitchGndAtLandingSite = 0.0;
+    EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFSlope)[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
 }
 
 TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
@@ -351,49 +242,6 @@ TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
     EXPECT_NEAR(run.st(run.n()).fZf, -100.0 * 3.7 / 10000.0, 0.005);
 }
 
-TEST_F(Sim, RecordsKeepTheInitialInertiaAndActualsFromTheCommands) {
-    Schedule sch;
-    sch.readFile(szSimData("hop_moment_limits.txt"));
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    StoredFlight run;
-    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
-    // The inertia of the initial mass in every record, though propellant burns.
-    EXPECT_LT(run.st(run.n()).fMs, 99.0);
-    for (Long i = 1; i <= run.n(); i++) EXPECT_EQ(run.st(i).fIPitch, 13.83) << i;
-    int nChecked = 0;
-    for (Long i = 1; i <= run.n() && run.fTi(i) < 1.59; i++) {
-        Stvehicle3dof const& st = run.st(i);
-        double fFc, fMm;
-        vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, st.fFcThrustCmd, st.fMmPitchCmd, st.fMs);
-        EXPECT_EQ(st.fFcThrustAct, fFc);
-        EXPECT_EQ(st.fMmPitchAct, fMm);
-        if (run.fTi(i) > 1.06 && run.fTi(i) < 1.29) {
-            EXPECT_NEAR(st.fMmPitchCmd, 200.0, 1e-9);
-            EXPECT_NEAR(st.fMmPitchAct, 100.0, 1e-9);  // 0.4 m * 250 N
-            nChecked++;
-        }
-        if (run.fTi(i) > 1.36) {
-            EXPECT_NEAR(st.fMmPitchCmd, -2000.0, 1e-9);
-            EXPECT_NEAR(st.fMmPitchAct, -0.4 * st.fFcThrustAct, 1e-9);
-            nChecked++;
-        }
-    }
-    EXPECT_GT(nChecked, 6);
-}
-
-// ---- the driver's stops -------------------------------------------------------------------------
-
-TEST_F(Sim, LastRecordIsExactlyAtTheFinalTime) {
-    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    StoredFlight run;
-    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100), 1.0);
-    ASSERT_EQ(run.n(), 21);
-    EXPECT_EQ(run.arFTi.iFirst(), 1);
-    EXPECT_EQ(run.fTi(1), 0.0);
-    EXPECT_EQ(run.fTi(run.n()), 1.0);
-    for (Long i = 2; i <= run.n(); i++) EXPECT_NEAR(run.fTi(i) - run.fTi(i - 1), 0.05, 1e-6);
-}
 
 TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
     // Hovering 5 m up: thrust equal to the weight. After the first step the
@@ -446,30 +294,6 @@ TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
     EXPECT_EQ(run.st(1).fMs, 100.0);
 }
 
-TEST_F(SimInTempDir, StepThatCannotAdvanceTheClockLeavesTheStepperDump) {
-    // At t = 1e17 s the clock cannot move by 0.05 s: the stepper writes
-    // "debug.txt" and fails.
-    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    EXPECT_DEATH(
-        {
-            StoredFlight run;
-            simRun(&run, &model, 1e17, arFState(0, 5, 0, 0, 0, 0, 100), 2e17);
-        },
-        "Assertion failed");
-    const std::string szDump = vttest::readFile("debug.txt");
-    EXPECT_EQ(szDump.rfind("Step size too small in routine rk5StepQC\n    iLoop       = 1\n", 0),
-              0u)
-        << szDump;
-    // The step lands on the next output time, 1e17 + 0.05 - 1e17: zero.
-    EXPECT_NE(szDump.find("    fX          =     1.0000000000e+17\n"
-                          "    fHTry       =     0.0000000000e+00\n"),
-              std::string::npos)
-        << szDump;
-}
-
-// ---- the schedule reader
-// --------------------------------------------------------------------------
 
 // Reads szText as plan.txt: the rows as (time, thrust, moment).
 std::vector<std::array<double, 3>> vrowRead(const std::string& szText) {
@@ -493,7 +317,6 @@ TEST_F(SimInTempDir, ReaderRowsSkipsShortLinesAndEarlyEnds) {
          {{0, 600, 0}, {1.5, 650, 10}, {2, 0, -20}}},
         // Nothing is skipped when the first data line is at most 2.
         {"1 4\n0 1 2\n1 2 3\n2 3 4\n3 4 5\n9 9 9\n", {{0, 1, 2}, {1, 2, 3}, {2, 3, 4}, {3, 4, 5}}},
-        {"2 3\n0 1 2\n1 2 3\n", {{0, 1, 2}, {1, 2, 3}}},
         // A short line keeps the previous row's values.
         {"2 4\n0 600 12\n1\n2 300\n", {{0, 600, 12}, {1, 600, 12}, {2, 300, 12}}},
         // Past the end of the file the last line read is scanned again.
@@ -523,14 +346,10 @@ TEST_F(SimInTempDir, ReaderRejectsBadHeadersAndNumbersThatAreNotFinite) {
         {"   3    2\nx\n", "plan\\.txt: data lines 3 to 2 give no rows or more than 1000000"},
         {"   3 2000000000\nx\n0 1 2\n",
          "plan\\.txt: data lines 3 to 2000000000 give no rows or more than 1000000"},
-        {"3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n", "plan\\.txt, line 4: a number is not finite"},
-        {"3 5\nh\n0 1 2\n1 1 2\n2 0 -inf\n", "plan\\.txt, line 5: a number is not finite"},
-        {"3 3\nh\n1e999 1 2\n", "plan\\.txt, line 3: a number is not finite"}};
+        {"3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n", "plan\\.txt, line 4: a number is not finite"}};
     for (const auto& c : acase) expectReaderFatal(c.szText, c.szMsg.c_str());
 }
 
-// ---- look-up in the stored run
-// --------------------------------------------------------------------
 
 class StoredRun : public Sim {
 protected:
