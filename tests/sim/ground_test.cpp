@@ -7,7 +7,6 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
-#include <random>
 #include <vector>
 
 #include "sim/params.h"
@@ -50,37 +49,6 @@ double zTerrainAt(double x) {
     return 0.0;
 }
 
-// ---- planes, normals, feet ------------------------------------------------------------
-
-TEST_F(Ground, PlaneOfATiltedSquareByNewell) {
-    // The square z = 2 + 0.5 x over [0,2] x [0,2], counter-clockwise from above.
-    // Newell's sums give the normal (-0.5, 0, 1) scaled by twice the area
-    // projected on x-y (2 * 4): (-4, 0, 8).
-    Pgn pgn({Pt3c(0, 0, 2), Pt3c(2, 0, 3), Pt3c(2, 2, 3), Pt3c(0, 2, 2)});
-    double a, b, c, d;
-    plnEqnPgn(&a, &b, &c, &d, pgn.par());
-    EXPECT_DOUBLE_EQ(a, -4.0);
-    EXPECT_DOUBLE_EQ(b, 0.0);
-    EXPECT_DOUBLE_EQ(c, 8.0);
-    // Every vertex lies in the plane.
-    for (Pt3c const& pt : {Pt3c(0, 0, 2), Pt3c(2, 0, 3), Pt3c(2, 2, 3), Pt3c(0, 2, 2)})
-        EXPECT_NEAR(a * pt.fX + b * pt.fY + c * pt.fZ + d, 0.0, 1e-12);
-    const Dr3c dr = dr3cPgnNormal(pgn.par());
-    EXPECT_NEAR(dr.fX, -1.0 / std::sqrt(5.0), 1e-15);
-    EXPECT_NEAR(dr.fY, 0.0, 1e-15);
-    EXPECT_NEAR(dr.fZ, 2.0 / std::sqrt(5.0), 1e-15);
-}
-
-TEST_F(Ground, FootOfPerpendicularLiesInThePlaneAlongTheNormal) {
-    const double a = 1.0, b = -2.0, c = 2.0, d = -3.0;  // |(a,b,c)| = 3
-    double x, y, z;
-    ptAtFootOfPerp(&x, &y, &z, 4.0, 1.0, 5.0, a, b, c, d);
-    EXPECT_NEAR(a * x + b * y + c * z + d, 0.0, 1e-12);
-    // Distance from the point: (4 - 2 + 10 - 3)/3 = 3 along the unit normal.
-    EXPECT_NEAR(x, 4.0 - 3.0 * a / 3.0, 1e-12);
-    EXPECT_NEAR(y, 1.0 - 3.0 * b / 3.0, 1e-12);
-    EXPECT_NEAR(z, 5.0 - 3.0 * c / 3.0, 1e-12);
-}
 
 TEST_F(Ground, PlaneFollowsAPolygonChangedInPlace) {
     // Planes are kept between calls; a polygon moved in place, or given other
@@ -114,65 +82,6 @@ TEST_F(Ground, PlaneFollowsAPolygonChangedInPlace) {
     }
 }
 
-// ---- containment ----------------------------------------------------------------------------
-
-// The winding-angle rule written out plainly, to compare against.
-bool bInsideByAngleSum(double x, double y, A1Val<double> const& arX, A1Val<double> const& arY) {
-    const Long n = arX.n();
-    if (n < 1) return false;
-    double fSum = 0.0;
-    for (Long i = 1; i <= n; i++) {
-        const Long j = (i == n) ? 1 : i + 1;
-        const double px = arX[i] - x, py = arY[i] - y;
-        const double qx = arX[j] - x, qy = arY[j] - y;
-        const double fL = std::sqrt((px * px + py * py) * (qx * qx + qy * qy));
-        fSum += std::atan2((px * qy - qx * py) / fL, (px * qx + py * qy) / fL);
-    }
-    return std::fabs(fSum) >= M_PI;
-}
-
-TEST_F(Ground, WindingTestAgreesWithThePlainAngleSumNearEdgesAndVertices) {
-    // Random polygons (convex and not, either winding) and points on, just
-    // beside (a few ulps), near and far from their edges and vertices.
-    std::mt19937 rng(20261122);
-    std::uniform_real_distribution<double> unif(-1.0, 1.0);
-    int nInside = 0, nCases = 0;
-    for (int iPgn = 0; iPgn < 60; iPgn++) {
-        const Long n = 3 + iPgn % 5;
-        A1Val<double> arX(1, n), arY(1, n);
-        for (Long i = 1; i <= n; i++) {
-            // Around a circle (convex) or with random radii (often not).
-            const double fAng = 2.0 * M_PI * (i - 1) / n * (iPgn % 2 ? 1.0 : -1.0);
-            const double fRad = (iPgn % 3 == 0) ? 1.0 : 0.3 + std::fabs(unif(rng));
-            const double fScale = std::pow(10.0, iPgn % 7 - 3);
-            arX[i] = fScale * (fRad * std::cos(fAng) + 0.1 * unif(rng));
-            arY[i] = fScale * (fRad * std::sin(fAng) + 0.1 * unif(rng));
-        }
-        for (int k = 0; k < 200; k++) {
-            const Long i = 1 + static_cast<Long>(rng() % n);
-            const Long j = (i == n) ? 1 : i + 1;
-            const double t = (k % 4 == 0) ? 0.0 : (k % 4 == 1) ? 0.5 : 0.5 + 0.5 * unif(rng);
-            double x = arX[i] + t * (arX[j] - arX[i]);
-            double y = arY[i] + t * (arY[j] - arY[i]);
-            const int nUlp = k % 9 - 4;  // -4..4 ulps away
-            for (int u = 0; u < std::abs(nUlp); u++) {
-                x = std::nextafter(x, nUlp > 0 ? INFINITY : -INFINITY);
-                if (k % 2) y = std::nextafter(y, nUlp > 0 ? -INFINITY : INFINITY);
-            }
-            if (k % 10 == 9) {  // somewhere in the box or beyond
-                x = 2.0 * std::fabs(arX[1]) * unif(rng) * 1.5;
-                y = 2.0 * std::fabs(arY[1]) * unif(rng) * 1.5;
-            }
-            const bool bExpected = bInsideByAngleSum(x, y, arX, arY);
-            ASSERT_EQ(bPt2dInsidePgn(x, y, &arX, &arY), bExpected)
-                << "polygon " << iPgn << " point " << k << " (" << x << ", " << y << ")";
-            nInside += bExpected;
-            nCases++;
-        }
-    }
-    EXPECT_GT(nInside, nCases / 10);
-    EXPECT_LT(nInside, nCases * 9 / 10);
-}
 
 TEST_F(Ground, ThreeDTestDropsTheDominantNormalAxis) {
     // A wall in the plane x = 3 (normal along x): tested in (y, z).
@@ -207,7 +116,6 @@ TEST_F(Ground, ThreeDTestWithNaNNormalIsAnAssertion) {
                  "Assertion failed: fAbsC >= fAbsA && fAbsC >= fAbsB");
 }
 
-// ---- the contact query --------------------------------------------------------------------
 
 // The query into ar = (foot x, y, z, normal x, y, z), over the given polygons
 // or, with pplns, through the planes taken once.
@@ -312,7 +220,6 @@ TEST_F(Ground, BoxShortcutsAnswerAsTheWindingRuleAtTheirMargins) {
     EXPECT_GT(nBelow, 500);
 }
 
-// ---- the height query ---------------------------------------------------------------------
 
 TEST_F(Ground, HeightAlongAllSixStripsMatchesTheClosedForm) {
     int nChecked = 0;
