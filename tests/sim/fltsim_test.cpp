@@ -23,7 +23,6 @@ namespace {
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
 
-
 struct Row {
     double fTi, fFc, fMm;
 };
