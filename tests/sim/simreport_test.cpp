@@ -76,28 +76,4 @@ INSTANTIATE_TEST_SUITE_P(
         Case{"sink", 0.0, 0.0, SimStop::TimeLimit, false, false}),
     [](auto const& info) { return std::string(info.param.szName); });
 
-// The touchdown of a drop from rest at height h with no thrust: free fall
-// (drag at these speeds is below 0.1 % of the weight) reaches the pad after
-// t = sqrt(2 h / g) at vz = -g t. The report's touchdown is the first
-// evaluation in contact, which lies within one step (at most 0.05 s) after.
-TEST(SimReport, TouchdownOfADropMatchesFreeFall) {
-    initParams();
-    Stvehicle3dof st0 = stvehicle3dof0;
-    const double fH = 10.0;
-    st0.fZf = fH;
-    ConstSchedule sched(0.0);
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sched.arFTi, sched.arFFc, sched.arFMm);
-    StoredRun run;
-    SimReport rep;
-    flyModel(&run.arFTi, &run.arPSt, &model, st0, FlightSettings(), &rep);
-    const double fGround = stvehicle3dof0.fZf;
-    const double fTiFall = std::sqrt(2.0 * (fH - fGround) / planet.fAcG);
-    ASSERT_TRUE(rep.bTouchdown);
-    EXPECT_GE(rep.fTiTouchdown, fTiFall * (1.0 - 1e-3));
-    EXPECT_LE(rep.fTiTouchdown, fTiFall + 0.05);
-    EXPECT_NEAR(rep.fVeZfTouchdown, -planet.fAcG * rep.fTiTouchdown,
-                1e-2 * planet.fAcG * rep.fTiTouchdown);
-    EXPECT_EQ(rep.fVeXfTouchdown, 0.0);
-}
-
 }  // namespace
