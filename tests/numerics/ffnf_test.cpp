@@ -27,7 +27,6 @@ A1Val<double> arFm(Long iFirst, std::initializer_list<double> lf) {
 
 }  // namespace
 
-
 TEST(FPolyFTest, CoefficientsFromAHigherIndexLackTheLowerPowers) {
     FPolyF fn(arFm(0, {1.0, -2.0, 0.5, 3.0}));
     EXPECT_DOUBLE_EQ(fn.fRAtFD(1.7), 1.0 - 2.0 * 1.7 + 0.5 * 1.7 * 1.7 + 3.0 * 1.7 * 1.7 * 1.7);
@@ -40,7 +39,6 @@ TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
     EXPECT_DEATH(FPolyF(arFm(-1, {1.0, 2.0})), szAssert(szExpr));
     EXPECT_DEATH(FPolyF(A1Val<double>(1, 0)), szAssert(szExpr));
 }
-
 
 TEST(F1PwFTest, InterpolatesLinearlyAndExtrapolatesTheEndSegments) {
     F1PwF fn(arFm(1, {0.0, 1.0, 3.0}), arFm(1, {1.0, 3.0, 2.0}));
@@ -62,7 +60,6 @@ TEST(F1PwFTest, DefinitionErrorsAreAssertions) {
     EXPECT_DEATH(F1PwF(arFm(1, {1.0, NAN}), arFm(1, {1.0, 2.0})), szZero);
     EXPECT_DEATH(F1PwF(1, 0.0, 0.0, 1.0, 1.0), szZero);
 }
-
 
 TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     // Points (0,0), (1,1), (2,0), natural ends: M0 = M2 = 0 and
@@ -106,7 +103,6 @@ TEST(F3PwFTest, DefinitionErrorsAreAssertions) {
                  szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
     EXPECT_DEATH(F3PwF(2, 2.0, 0.0, 1.0, 1.0), szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
 }
-
 
 TEST(F1PwLogLogFTest, FollowsAPowerLawAndExtrapolatesIt) {
     F1PwLogLogF fn(2, 1.0, 1.0, 10.0, 100.0);  // x^2

@@ -34,7 +34,6 @@ F1PwF fnHat(double fW) { return F1PwF(4, 0.0, 0.0, fW, 1.0, 2.0 * fW, 0.0, 1.0, 
 
 }  // namespace
 
-
 TEST(QTrapzdTest, PointCounterWrapsAfterFifteenRefinements) {
     // Deliberate: the counter is 16 bits. After 15 refinements it reads
     // -32768, then 0; the refinements after that add no points and halve the
@@ -59,7 +58,6 @@ TEST(QTrapzdTest, PointCounterWrapsAfterFifteenRefinements) {
     EXPECT_NEAR(q.fValue(), 0.25 * fExact15, 1e-15);
     EXPECT_TRUE(std::isfinite(q.fValue()));
 }
-
 
 TEST(QTrapTest, DefaultToleranceIsOneInAHundredThousand) {
     // f is 1 at both ends and c at the midpoint, linear in between: stage 1
@@ -98,7 +96,6 @@ TEST(QTrapTest, StageLimitCountsFromStageTwo) {
         },
         szTooMany);
 }
-
 
 TEST(QSimpTest, SmoothIntegrandAndReversedLimits) {
     FnCounted fn([](double x) { return std::sin(x); });

@@ -42,7 +42,6 @@ TEST_F(FlightFile, BadPlansAreFatalErrorsNamingTheFile) {
                 "fltplan\\.txt: read error");
 }
 
-
 TEST_F(FlightFile, ResultsThatCannotBeWrittenAreSkippedQuietly) {
     vttest::copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
     flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun);

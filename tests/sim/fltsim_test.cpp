@@ -147,7 +147,6 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     EXPECT_DEATH(model.cmdAtFTi(&fFc, &fMm, 5.0), "Assertion failed: fH != 0.0");
 }
 
-
 // Evaluates the model once.
 A1Val<double> arFDerivAt(ArFFnFArFModel* pmodel, double fTi, A1Val<double> const& arFSt) {
     A1Val<double> arFDeriv(1, 7);
@@ -270,7 +269,6 @@ TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
     ASSERT_EQ(run.n(), 1);  // 0.05 s is not a full output interval less 0.2 s
     EXPECT_EQ(run.st(1).fMs, 100.0);
 }
-
 
 // Reads szText as plan.txt: the rows as (time, thrust, moment).
 std::vector<std::array<double, 3>> vrowRead(const std::string& szText) {
