@@ -118,26 +118,6 @@ TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     }
 }
 
-TEST_F(Sim, CommandsAtAndBetweenTableTimesAndOutside) {
-    Schedule sch{{1.0, 100.0, -10.0}, {2.0, 300.0, 10.0}, {4.0, 500.0, 50.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    // On a row, linear between rows, the last row at the last time, nothing
-    // outside the table.
-    const double aafCase[][3] = {{1.0, 100.0, -10.0}, {2.0, 300.0, 10.0}, {1.25, 150.0, -5.0},
-                                 {3.5, 450.0, 40.0},  {4.0, 500.0, 50.0}, {0.999, 0.0, 0.0},
-                                 {4.001, 0.0, 0.0}};
-    for (const auto& af : aafCase) {
-        double fFc, fMm;
-        model.cmdAtFTi(&fFc, &fMm, af[0]);
-        EXPECT_NEAR(fFc, af[1], 1e-12) << af[0];
-        EXPECT_NEAR(fMm, af[2], 1e-12) << af[0];
-    }
-    model.bEngineOff = true;  // engine off: nothing anywhere
-    double fFc, fMm;
-    model.cmdAtFTi(&fFc, &fMm, 2.0);
-    EXPECT_EQ(fFc + std::fabs(fMm), 0.0);
-}
-
 TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     Schedule sch{{0.0, 600.0, 0.0}, {5.0, 600.0, 0.0}, {5.0, 0.0, 0.0}};
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
