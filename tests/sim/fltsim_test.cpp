@@ -23,15 +23,11 @@ namespace {
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
 
-struct Row {
-    double fTi, fFc, fMm;
-};
+struct Row { double fTi, fFc, fMm; };
 
 // A command schedule in memory (1..n).
 struct Schedule {
-    A1Val<double> arFTi{0};
-    A1Val<double> arFFc{0};
-    A1Val<double> arFMm{0};
+    A1Val<double> arFTi{0}, arFFc{0}, arFMm{0};
     Schedule() = default;
     Schedule(std::initializer_list<Row> rows) {
         const Long n = static_cast<Long>(rows.size());
@@ -71,12 +67,6 @@ void simRun(StoredFlight* prun, ArFFnFArFModel* pmodel, double fTiIC, A1Val<doub
             double fTiMax, double fDTiStepMin = 1e-6, Long iNStepMax = 20000) {
     sim(&prun->arFTi, &prun->arPSt, pmodel, fTiIC, arFStateIC, fTiMax, 0.05, fDTiStepMin,
         iNStepMax, 0.001, 0.001, 0.001, 0.001, 0.001);
-}
-
-// Flies the model with the program's usual settings from a given state.
-void fly(StoredFlight* prun, ArFFnFArFModel* pmodel, A1Val<double> arFStateIC,
-         double fTiMax = 30.0) {
-    simRun(prun, pmodel, 0.0, arFStateIC, fTiMax);
 }
 
 class Sim : public ::testing::Test {
@@ -218,7 +208,7 @@ TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
     Schedule sch{{0.0, 370.0, 0.0}, {30.0, 370.0, 0.0}};
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
-    fly(&run, &model, arFState(0, 5.0, 0, 0, 0, 0, 100));
+    simRun(&run, &model, 0.0, arFState(0, 5.0, 0, 0, 0, 0, 100), 30.0);
     ASSERT_EQ(run.n(), 2);
     EXPECT_DOUBLE_EQ(run.fTi(2), 0.05);
     EXPECT_NEAR(run.st(2).fZf, 5.0, 1e-4);

@@ -29,11 +29,7 @@ GuidanceRefPoint refHover(Vehicle const& v, double fG) {
     return ref;
 }
 
-struct PoleCase {
-    const char* szGuidance;
-};
-
-class GuidancePoles : public ::testing::TestWithParam<PoleCase> {};
+class GuidancePoles : public ::testing::TestWithParam<const char*> {};
 
 // The linearised vehicle about hover (x, z, pitch, vx, vz, pitch rate; inputs
 // thrust and moment), closed through the law's own Jacobian (central
@@ -44,7 +40,7 @@ TEST_P(GuidancePoles, ClosedLoopEigenvaluesAreTheDesignedPoles) {
     initParams();
     GuidanceSettings gs;
     std::string szErr;
-    ASSERT_TRUE(bParseGuidanceText(&gs, GetParam().szGuidance, "guidance.txt", &szErr)) << szErr;
+    ASSERT_TRUE(bParseGuidanceText(&gs, GetParam(), "guidance.txt", &szErr)) << szErr;
     const GuidanceGains gains = guidanceGainsFm(gs, vehicle, planet);
     const double g = planet.fAcG, m = vehicle.fMsGTO, fI = vehicle.fIPitchGTO;
     const GuidanceRefPoint ref = refHover(vehicle, g);
@@ -92,9 +88,8 @@ TEST_P(GuidancePoles, ClosedLoopEigenvaluesAreTheDesignedPoles) {
 
 INSTANTIATE_TEST_SUITE_P(
     Settings, GuidancePoles,
-    ::testing::Values(PoleCase{""},
-                      PoleCase{"attitude_bandwidth 5\nposition_bandwidth 1.7\n"
-                               "vertical_bandwidth 0.9\ndamping 1.3  # overdamped\n"}));
+    ::testing::Values("", "attitude_bandwidth 5\nposition_bandwidth 1.7\n"
+                          "vertical_bandwidth 0.9\ndamping 1.3  # overdamped\n"));
 
 // Whatever the errors, the commands are finite and within the vehicle: each
 // thruster of the split between 0 and a third of the maximum thrust, the
