@@ -97,10 +97,7 @@ TEST(QTrapTest, StageLimitCountsFromStageTwo) {
         szTooMany);
 }
 
-TEST(QSimpTest, SmoothIntegrandAndReversedLimits) {
-    FnCounted fn([](double x) { return std::sin(x); });
-    QSimp q(&fn, 0.0, M_PI, 1e-10, 20);
-    EXPECT_NEAR(q.fValue(), 2.0, 1e-9);
+TEST(QSimpTest, ReversedLimits) {
     FnCounted fnSq([](double x) { return x * x; });
     QSimp qRev(&fnSq, 1.0, 0.0, 1e-6, 20);
     EXPECT_NEAR(qRev.fValue(), -1.0 / 3.0, 1e-15);

@@ -141,20 +141,16 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
             for (size_t iP = 0; iP < vecPitch.size(); iP++) {
                 // Each state twice: the second time the pitch is unchanged.
                 for (int iRep = 0; iRep < 2; iRep++, nEval++) {
-                    const double afS[7] = {x,
-                                           z,
-                                           vecPitch[iP],
-                                           vecVe[static_cast<size_t>(nEval) % vecVe.size()],
-                                           vecVe[static_cast<size_t>(nEval / 5) % vecVe.size()],
-                                           0.1 * static_cast<double>(nEval % 7) - 0.3,
-                                           nEval % 11 == 0 ? vehicle.fMsEmpty : 98.5};
+                    const size_t k = static_cast<size_t>(nEval);
+                    const double afS[7] = {x, z, vecPitch[iP], vecVe[k % vecVe.size()],
+                                           vecVe[k / 5 % vecVe.size()], 0.1 * static_cast<double>(k % 7) - 0.3,
+                                           k % 11 == 0 ? vehicle.fMsEmpty : 98.5};
                     const double fTi = vecTi[static_cast<size_t>(nEval / 2) % vecTi.size()];
                     if (iRep == 0) {
                         flags.bClearedGnd = nEval % 4 != 0;
                         flags.bLanded = nEval % 3 == 0;
                         flags.bEngineOff = flags.bLanded || nEval % 5 == 0;
-                        model.bClearedGnd = flags.bClearedGnd;
-                        model.bLanded = flags.bLanded;
+                        model.bClearedGnd = flags.bClearedGnd, model.bLanded = flags.bLanded;
                         model.bEngineOff = flags.bEngineOff;
                     }
                     const double fPitchGndBefore = fPitchGndAtLandingSite;
