@@ -193,8 +193,7 @@ TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
     A1Val<double> arFSt = arFState(0, 0.998, 0, 0, 0.1, 0, 100);
     A1Val<double> arFD = arFDerivAt(&model, 0.0, arFSt);
     EXPECT_FALSE(model.bClearedGnd);
-    A1Val<double> arFScale(1, 7);
-    for (Long i = 1; i <= 7; i++) arFScale[i] = 0.001;
+    A1Val<double> arFScale = arFState(1e-3, 1e-3, 1e-3, 1e-3, 1e-3, 1e-3, 1e-3);
     double fTiNext, fHUsed, fHNext;
     rk5StepQC(&arFSt, &fTiNext, &fHUsed, &fHNext, 0.0, &arFSt, &arFD, 7, 0.05, 1.0, &arFScale,
               &model);
@@ -215,28 +214,25 @@ TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
     EXPECT_FALSE(model.bLanded);
 }
 
-TEST_F(Sim, NonPositiveSpanAndTooManyStepsArePrintedThenAsserted) {
+TEST_F(Sim, DriverStopsPrintTheirMessages) {
     Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
-    // The messages go to standard output.
-    EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 1.0, arFState(0, 0, 0, 0, 0, 0, 100), 0.0)),
+    const A1Val<double> arFSt0 = arFState(0, 0, 0, 0, 0, 0, 100);
+    // A span that is not positive, and too many steps: printed to standard
+    // output, then asserted.
+    EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 1.0, arFSt0, 0.0)),
                  "fTiMax =     0\\.000000e\\+00, fTiIC =     1\\.000000e\\+00, fDTi =    "
                  "-5\\.000000e-02\nAssertion failed: fDTi > 0\\.0");
-    EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 1e-6, 3)),
+    EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 0.0, arFSt0, 30.0, 1e-6, 3)),
                  "^Too many stepsAssertion failed: bStopped");
-}
-
-TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
     // With a smallest useful step of 0.2 s, the proposed next step (at most
-    // four times 0.05 s) is already too small after the first step.
-    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    StoredFlight run;
+    // four times 0.05 s) is already too small after the first step: the run
+    // ends softly, before a full output interval.
     testing::internal::CaptureStdout();
-    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 0.2);
+    simRun(&run, &model, 0.0, arFSt0, 30.0, 0.2);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Step size too small\n");
-    ASSERT_EQ(run.n(), 1);  // 0.05 s is not a full output interval less 0.2 s
+    ASSERT_EQ(run.n(), 1);
     EXPECT_EQ(run.st(1).fMs, 100.0);
 }
 
