@@ -182,9 +182,8 @@ TEST(BulirschStoerStep, ProposedStepFollowsTheStageThatConverged) {
     // Stage j costs nseq[j] derivative calls, so the call count tells the
     // stage: 2+4+6+8 = 20 calls is stage 4, then 32, 48, 72, 104, 152, 216, 312.
     const struct { double fH, fEps; long nCall; double fRatio; } acase[] = {
-        {0.1, 1e-6, 20, 16.0 / 8},    {1.0, 1e-6, 32, 16.0 / 12}, {1.0, 1e-10, 48, 1.2},
-        {1.0, 1e-13, 72, 0.95},       {2.0, 1e-13, 104, 16.0 / 32}, {3.0, 1e-13, 216, 16.0 / 64},
-        {5.0, 1e-13, 312, 16.0 / 96}};
+        {0.1, 1e-6, 20, 16.0 / 8}, {1.0, 1e-10, 48, 1.2}, {1.0, 1e-13, 72, 0.95},
+        {2.0, 1e-13, 104, 16.0 / 32}, {5.0, 1e-13, 312, 16.0 / 96}};
     for (const auto& c : acase) {
         Oscillator osc;
         StepIO io({1.0, 0.0}, {0.0, -1.0});

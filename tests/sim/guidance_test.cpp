@@ -106,20 +106,17 @@ TEST(Guidance, CommandsStayWithinTheThrustersAndSitOnTheLimitTheyBreak) {
         double fAcZRef;  // the reference's upward acceleration
         double fT, fM;   // expected
     } acase[] = {
-        // Far below while the plan climbs at 2.5 g: the correction (at most
-        // g) asks 4.5 m g, more than the maximum; at full thrust thruster 3
-        // has nothing left above its share, the pair nothing below: no moment.
+        // Far below while the plan climbs at 2.5 g: 4.5 m g asked, full
+        // thrust given, which leaves no thruster room for a moment.
         {{0, -50, 0, -10, 0, 0}, 2.5 * g, fTMax, 0.0},
         {{0, 50, 0, 10, 0, 0}, 0.0, 0.0, 0.0},  // far above: no thrust, so no moment
-        // Climbing hard and tipped 0.3 rad: attitude first. The thrust gives
-        // way to where the room for a moment of that sign is largest: up,
-        // where 0.4 T = 0.8 (Tmax - T)/3 (T = 0.4 Tmax); down, where
-        // 0.8 T/3 = 1.6 (Tmax - T)/3 (T = 2/3 Tmax).
+        // Climbing hard and tipped 0.3 rad: attitude first, the thrust gives
+        // way to where the room for that moment is largest (0.4 T = 0.8
+        // (Tmax - T)/3 one way, 0.8 T/3 = 1.6 (Tmax - T)/3 the other).
         {{0, 0, 0, 0, -0.3, 0}, 2.5 * g, 0.4 * fTMax, 0.16 * fTMax},
         {{0, 0, 0, 0, 0.3, 0}, 2.5 * g, 2.0 / 3.0 * fTMax, -0.8 * 2.0 / 9.0 * fTMax},
-        // Tipped 1 rad: the thrust is the force along the body axis; the
-        // moment back is limited by thruster 3 reaching 0 (one way) and by
-        // the 0.4 m lever arm (the other way).
+        // Tipped 1 rad: the thrust along the body axis, the moment limited by
+        // thruster 3 reaching 0 one way, by the 0.4 m lever arm the other.
         {{0, 0, 0, 0, 1.0, 0}, 0.0, fTHover * fCos1, -0.8 * fTHover * fCos1 / 3.0},
         {{0, 0, 0, 0, -1.0, 0}, 0.0, fTHover * fCos1, 0.4 * fTHover * fCos1},
         {{0, 0, 0, 0, 0, 0}, 0.0, fTHover, 0.0},    // on the reference: its commands
