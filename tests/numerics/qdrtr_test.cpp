@@ -56,7 +56,6 @@ TEST(QTrapzdTest, PointCounterWrapsAfterFifteenRefinements) {
     EXPECT_EQ(q.iT(), 0);
     EXPECT_EQ(fn.nEval, 32769);
     EXPECT_NEAR(q.fValue(), 0.25 * fExact15, 1e-15);
-    EXPECT_TRUE(std::isfinite(q.fValue()));
 }
 
 TEST(QTrapTest, DefaultToleranceIsOneInAHundredThousand) {

@@ -1,8 +1,7 @@
-// The vehicle model's shortcuts against the computation it documents: the
-// drag through 4 x 4 frame changes, the schedule by bisection, the slope from
-// the ground query's normal, the attitude error through fmod, sin and cos
-// afresh. Every bit of the derivative, the flags and the touchdown record
-// must agree, at and next to the edges of each shortcut.
+// The vehicle model's shortcuts (drag through 4 x 4 frame changes, schedule
+// by bisection, slope from the ground query's normal, attitude error through
+// fmod) against the computation they replace: every bit of the derivative,
+// the flags and the touchdown record, at and next to each shortcut's edges.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -143,7 +142,8 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
                 for (int iRep = 0; iRep < 2; iRep++, nEval++) {
                     const size_t k = static_cast<size_t>(nEval);
                     const double afS[7] = {x, z, vecPitch[iP], vecVe[k % vecVe.size()],
-                                           vecVe[k / 5 % vecVe.size()], 0.1 * static_cast<double>(k % 7) - 0.3,
+                                           vecVe[k / 5 % vecVe.size()],
+                                           0.1 * static_cast<double>(k % 7) - 0.3,
                                            k % 11 == 0 ? vehicle.fMsEmpty : 98.5};
                     const double fTi = vecTi[static_cast<size_t>(nEval / 2) % vecTi.size()];
                     if (iRep == 0) {
