@@ -1,7 +1,6 @@
 // ODE steppers: the acceptance and growth rules of the adaptive step, the
 // Bulirsch-Stoer stages, the step dumps and the asserted input ranges.
 #include <cmath>
-#include <string>
 #include <utility>
 #include <vector>
 

@@ -2,9 +2,8 @@
 // shared stage-limit failure and the wrap of the 16-bit point counter.
 #include "numerics/qdrtr.h"
 
-#include <cmath>
+#include <cstdint>
 #include <functional>
-#include <string>
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
