@@ -27,21 +27,11 @@ A1Val<double> arFm(Long iFirst, std::initializer_list<double> lf) {
 
 }  // namespace
 
-// ---- FPolyF ------------------------------------------------------------------------
-
-TEST(FPolyFTest, HornerMatchesTheWrittenPolynomial) {
-    FPolyF fn(arFm(0, {1.0, -2.0, 0.5, 3.0}));
-    for (double x : {-2.0, -0.3, 0.0, 1.0, 1.7, 10.0}) {
-        const double fExpected = 1.0 - 2.0 * x + 0.5 * x * x + 3.0 * x * x * x;
-        EXPECT_NEAR(fn.fRAtFD(x), fExpected, 1e-14 * (1.0 + std::fabs(fExpected))) << x;
-    }
-}
-
 TEST(FPolyFTest, CoefficientsFromAHigherIndexLackTheLowerPowers) {
-    FPolyF fn(arFm(2, {1.5, -0.5}));  // 1.5 x^2 - 0.5 x^3
-    for (auto [x, f] : {std::pair{2.0, 2.0}, {-1.0, 2.0}, {0.0, 0.0}}) EXPECT_EQ(fn.fRAtFD(x), f) << x;
-    EXPECT_EQ(FPolyF(arFm(3, {2.0})).fRAtFD(-3.0), -54.0);
-    EXPECT_EQ(FPolyF(arFm(0, {4.0})).fRAtFD(123.0), 4.0);
+    FPolyF fn(arFm(0, {1.0, -2.0, 0.5, 3.0}));
+    EXPECT_DOUBLE_EQ(fn.fRAtFD(1.7), 1.0 - 2.0 * 1.7 + 0.5 * 1.7 * 1.7 + 3.0 * 1.7 * 1.7 * 1.7);
+    FPolyF fnFrom2(arFm(2, {1.5, -0.5}));  // 1.5 x^2 - 0.5 x^3
+    for (auto [x, f] : {std::pair{2.0, 2.0}, {-1.0, 2.0}, {0.0, 0.0}}) EXPECT_EQ(fnFrom2.fRAtFD(x), f) << x;
 }
 
 TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
@@ -49,8 +39,6 @@ TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
     EXPECT_DEATH(FPolyF(arFm(-1, {1.0, 2.0})), szAssert(szExpr));
     EXPECT_DEATH(FPolyF(A1Val<double>(1, 0)), szAssert(szExpr));
 }
-
-// ---- F1PwF -------------------------------------------------------------------------
 
 TEST(F1PwFTest, InterpolatesLinearlyAndExtrapolatesTheEndSegments) {
     F1PwF fn(arFm(1, {0.0, 1.0, 3.0}), arFm(1, {1.0, 3.0, 2.0}));
@@ -66,16 +54,12 @@ TEST(F1PwFTest, DefinitionErrorsAreAssertions) {
     EXPECT_DEATH(F1PwF(1, afD, afD), szAssert("iN > 1"));
     const std::string szZero = szAssert("0");
     EXPECT_DEATH(F1PwF(arFm(1, {1.0, 2.0, 3.0}), arFm(1, {1.0, 2.0})), szZero);
-    EXPECT_DEATH(F1PwF(arFm(1, {1.0}), arFm(1, {1.0})), szZero);
     EXPECT_DEATH(F1PwF(arFm(0, {1.0, 2.0}), arFm(0, {1.0, 2.0})), szZero);
     EXPECT_DEATH(F1PwF(arFm(1, {1.0, 2.0}), arFm(2, {1.0, 2.0})), szZero);
     EXPECT_DEATH(F1PwF(arFm(1, {1.0, 1.0}), arFm(1, {1.0, 2.0})), szZero);
-    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 3.0, 2.0}), arFm(1, {1.0, 2.0, 3.0})), szZero);
     EXPECT_DEATH(F1PwF(arFm(1, {1.0, NAN}), arFm(1, {1.0, 2.0})), szZero);
     EXPECT_DEATH(F1PwF(1, 0.0, 0.0, 1.0, 1.0), szZero);
 }
-
-// ---- F3PwF -------------------------------------------------------------------------
 
 TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     // Points (0,0), (1,1), (2,0), natural ends: M0 = M2 = 0 and
@@ -83,11 +67,7 @@ TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     // 0.5*0 + 0.5*1 + (0.5^3 - 0.5) * (-3) / 6 = 0.6875.
     F3PwF fn(3, 0.0, 0.0, 1.0, 1.0, 2.0, 0.0);
     EXPECT_DOUBLE_EQ(fn.fRAtFD(0.5), 0.6875);
-    EXPECT_DOUBLE_EQ(fn.fRAtFD(1.5), 0.6875);
     EXPECT_EQ(fn.fRAtFD(1.0), 1.0);
-    EXPECT_EQ(fn.n(), 3);
-    EXPECT_EQ(fn.fDI(3), 2.0);
-    EXPECT_EQ(fn.fRI(2), 1.0);
 }
 
 TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {
@@ -123,8 +103,6 @@ TEST(F3PwFTest, DefinitionErrorsAreAssertions) {
     EXPECT_DEATH(F3PwF(2, 2.0, 0.0, 1.0, 1.0), szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
 }
 
-// ---- F1PwLogLogF ---------------------------------------------------------------------
-
 TEST(F1PwLogLogFTest, FollowsAPowerLawAndExtrapolatesIt) {
     F1PwLogLogF fn(2, 1.0, 1.0, 10.0, 100.0);  // x^2
     EXPECT_NEAR(fn.fRAtFD(100.0), 10000.0, 1e-9);
@@ -145,7 +123,6 @@ TEST(F1PwLogLogFTest, NonPositiveValuesAndArgumentsAreAssertions) {
     EXPECT_DEATH(F1PwLogLogF(2, 2.0, 1.0, 1.0, 1.0), szAssert("0"));
     F1PwLogLogF fn(2, 1.0, 1.0, 10.0, 100.0);
     EXPECT_DEATH(fn.fRAtFD(0.0), szAssert("fD > 0.0"));
-    EXPECT_DEATH(fn.fRAtFD(-2.0), szAssert("fD > 0.0"));
 }
 
 TEST(F1PwLogLogFTest, AbscissasWithEqualLogarithmsFailAtEvaluation) {

@@ -2,9 +2,8 @@
 // shared stage-limit failure and the wrap of the 16-bit point counter.
 #include "numerics/qdrtr.h"
 
-#include <cmath>
+#include <cstdint>
 #include <functional>
-#include <string>
 
 #include <gtest/gtest.h>
 
@@ -34,25 +33,6 @@ F1PwF fnHat(double fW) { return F1PwF(4, 0.0, 0.0, fW, 1.0, 2.0 * fW, 0.0, 1.0, 
 
 }  // namespace
 
-// ---- QTrapzd -------------------------------------------------------------------------
-
-TEST(QTrapzdTest, StagesMatchTheClosedFormTrapezoidSum) {
-    // For x^2 on [0, 1] with N intervals the trapezoid sum is 1/3 + 1/(6 N^2).
-    FnCounted fn([](double x) { return x * x; });
-    QTrapzd q(&fn, 0.0, 1.0);
-    EXPECT_EQ(q.fValue(), 0.5);
-    EXPECT_EQ(fn.nEval, 2);
-    EXPECT_EQ(q.iT(), 1);
-    double fN = 1.0;
-    for (int k = 1; k <= 10; k++) {
-        q.refine();
-        fN *= 2.0;
-        EXPECT_NEAR(q.fValue(), 1.0 / 3.0 + 1.0 / (6.0 * fN * fN), 1e-15) << k;
-    }
-    EXPECT_EQ(q.iT(), 1024);
-    EXPECT_EQ(fn.nEval, 1025);
-}
-
 TEST(QTrapzdTest, PointCounterWrapsAfterFifteenRefinements) {
     // Deliberate: the counter is 16 bits. After 15 refinements it reads
     // -32768, then 0; the refinements after that add no points and halve the
@@ -75,10 +55,7 @@ TEST(QTrapzdTest, PointCounterWrapsAfterFifteenRefinements) {
     EXPECT_EQ(q.iT(), 0);
     EXPECT_EQ(fn.nEval, 32769);
     EXPECT_NEAR(q.fValue(), 0.25 * fExact15, 1e-15);
-    EXPECT_TRUE(std::isfinite(q.fValue()));
 }
-
-// ---- QTrap ---------------------------------------------------------------------------
 
 TEST(QTrapTest, DefaultToleranceIsOneInAHundredThousand) {
     // f is 1 at both ends and c at the midpoint, linear in between: stage 1
@@ -96,6 +73,14 @@ TEST(QTrapTest, DefaultToleranceIsOneInAHundredThousand) {
     EXPECT_EQ(fnFar.nEval, 5);
 }
 
+TEST(QTrapTest, DefaultLimitReachesStageSixteen) {
+    // Exact from stage 15 (spacing 2^-14): agreement at stage 16, the last
+    // stage that still adds points.
+    F1PwF fn = fnHat(1.0 / 16384.0);
+    QTrap q(&fn, 0.0, 1.0);
+    EXPECT_DOUBLE_EQ(q.fValue(), 1.0 / 16384.0);
+}
+
 TEST(QTrapTest, StageLimitCountsFromStageTwo) {
     // Exact from stage 5 on (grid spacing 1/16), so the first agreement is
     // between stages 5 and 6: a limit of 6 suffices, 5 does not.
@@ -110,71 +95,23 @@ TEST(QTrapTest, StageLimitCountsFromStageTwo) {
         szTooMany);
 }
 
-TEST(QTrapTest, DefaultLimitReachesStageSixteen) {
-    // Exact from stage 15 (spacing 2^-14): agreement at stage 16, the last
-    // stage that still adds points.
-    F1PwF fn = fnHat(1.0 / 16384.0);
-    QTrap q(&fn, 0.0, 1.0);
-    EXPECT_DOUBLE_EQ(q.fValue(), 1.0 / 16384.0);
-}
-
-TEST(QTrapTest, CounterWrapKeepsStageSeventeenFromEverAgreeing) {
-    // Exact from stage 16 (spacing 2^-15). Without the wrap, stage 17 would
-    // agree; with it, stage 17 adds no points and halves the estimate, and
-    // every later stage halves again, so the default limit of 20 runs out.
-    F1PwF fn = fnHat(1.0 / 32768.0);
-    EXPECT_DEATH(
-        {
-            QTrap q(&fn, 0.0, 1.0);
-            q.fValue();
-        },
-        szTooMany);
-}
-
-TEST(QTrapTest, ZeroIntegralNeverConverges) {
-    FnCounted fnZero([](double) { return 0.0; });
-    EXPECT_DEATH(
-        {
-            QTrap q(&fnZero, 0.0, 1.0);
-            q.fValue();
-        },
-        szTooMany);
-    FnCounted fnOne([](double) { return 1.0; });
-    EXPECT_DEATH(
-        {
-            QTrap q(&fnOne, 2.0, 2.0);  // a == b: 0 at stage 1
-            q.fValue();
-        },
-        szTooMany);
-}
-
-// ---- QSimp ---------------------------------------------------------------------------
-
-TEST(QSimpTest, SmoothIntegrandAndReversedLimits) {
-    FnCounted fn([](double x) { return std::sin(x); });
-    QSimp q(&fn, 0.0, M_PI, 1e-10, 20);
-    EXPECT_NEAR(q.fValue(), 2.0, 1e-9);
+TEST(QSimpTest, ReversedLimits) {
     FnCounted fnSq([](double x) { return x * x; });
     QSimp qRev(&fnSq, 1.0, 0.0, 1e-6, 20);
     EXPECT_NEAR(qRev.fValue(), -1.0 / 3.0, 1e-15);
 }
 
-TEST(QSimpTest, FailuresShareTheTrapezoidMessage) {
+TEST(QTrapTest, NeverAgreeingStagesFailWithTheSameMessage) {
+    // Exact from stage 16 (spacing 2^-15). Without the counter's wrap stage
+    // 17 would agree; with it, stage 17 adds no points and halves the
+    // estimate, every later stage halves again, and the limit of 20 runs out.
+    F1PwF fnWrap = fnHat(1.0 / 32768.0);
+    FnCounted fnZero([](double) { return 0.0; }), fnOne([](double) { return 1.0; });
     FnCounted fnLinear([](double x) { return x; });
-    for (std::int16_t nStepMax : {1, 0, -5}) {
-        EXPECT_DEATH(
-            {
-                QSimp q(&fnLinear, 0.0, 1.0, 1e-6, nStepMax);
-                q.fValue();
-            },
-            szTooMany)
-            << nStepMax;
-    }
-    FnCounted fnZero([](double) { return 0.0; });
-    EXPECT_DEATH(
-        {
-            QSimp q(&fnZero, 0.0, 1.0, 1e-6, 20);
-            q.fValue();
-        },
-        szTooMany);
+    EXPECT_DEATH(QTrap(&fnWrap, 0.0, 1.0).fValue(), szTooMany);
+    EXPECT_DEATH(QTrap(&fnZero, 0.0, 1.0).fValue(), szTooMany);  // a zero integral
+    EXPECT_DEATH(QTrap(&fnOne, 2.0, 2.0).fValue(), szTooMany);   // a == b
+    EXPECT_DEATH(QSimp(&fnZero, 0.0, 1.0, 1e-6, 20).fValue(), szTooMany);
+    for (std::int16_t nStepMax : {1, 0, -5})
+        EXPECT_DEATH(QSimp(&fnLinear, 0.0, 1.0, 1e-6, nStepMax).fValue(), szTooMany) << nStepMax;
 }

@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <cstring>
 #include <initializer_list>
-#include <limits>
 #include <string>
 #include <utility>
 #include <vector>
@@ -23,17 +22,11 @@ namespace {
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
 
-// ---- helpers ---------------------------------------------------------------------------
-
-struct Row {
-    double fTi, fFc, fMm;
-};
+struct Row { double fTi, fFc, fMm; };
 
 // A command schedule in memory (1..n).
 struct Schedule {
-    A1Val<double> arFTi{0};
-    A1Val<double> arFFc{0};
-    A1Val<double> arFMm{0};
+    A1Val<double> arFTi{0}, arFFc{0}, arFMm{0};
     Schedule() = default;
     Schedule(std::initializer_list<Row> rows) {
         const Long n = static_cast<Long>(rows.size());
@@ -48,8 +41,6 @@ struct Schedule {
         std::fclose(pfile);
     }
 };
-
-std::string szSimData(const char* szName) { return std::string(VT_TEST_DATA) + "/sim/" + szName; }
 
 // A stored run that frees its records.
 struct StoredFlight {
@@ -77,12 +68,6 @@ void simRun(StoredFlight* prun, ArFFnFArFModel* pmodel, double fTiIC, A1Val<doub
         iNStepMax, 0.001, 0.001, 0.001, 0.001, 0.001);
 }
 
-// Flies the model with the program's usual settings from a given state.
-void fly(StoredFlight* prun, ArFFnFArFModel* pmodel, A1Val<double> arFStateIC,
-         double fTiMax = 30.0) {
-    simRun(prun, pmodel, 0.0, arFStateIC, fTiMax);
-}
-
 class Sim : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -102,23 +87,17 @@ protected:
     }
 };
 
-// ---- actuators ------------------------------------------------------------------------
-
 TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     Vehicle vehicleLowCap = vehicle;
     vehicleLowCap.fMmPitchMax = 100.0;
     const struct { Vehicle* pv; double fFcCmd, fMmCmd, fMs, fFc, fMm; } acase[] = {
         {&vehicle, 2000.0, 0.0, 100.0, 1480.0, 0.0},     // the thrust limit
         {&vehicle, -50.0, 0.0, 100.0, 0.0, 0.0},         // no negative thrust
-        {&vehicle, 765.25, 0.0, 96.0, 765.25, 0.0},
         {&vehicle, 1000.0, 1000.0, 100.0, 1000.0, 400.0},  // lever arm 0.4 m limits
-        {&vehicle, 1000.0, -1000.0, 100.0, 1000.0, -400.0},
-        {&vehicle, 5000.0, -5000.0, 100.0, 1480.0, -592.0},
         {&vehicleLowCap, 1000.0, 300.0, 100.0, 1000.0, 100.0},  // the cap limits
         {&vehicle, 250.0, -60.0, 100.0, 250.0, -60.0},
         {&vehicle, 0.0, 300.0, 100.0, 0.0, 0.0},  // no thrust, no moment
         {&vehicle, 600.0, 50.0, 95.0, 0.0, 0.0},  // nothing at or below the empty mass
-        {&vehicle, 600.0, 50.0, 94.0, 0.0, 0.0},
         {&vehicle, 600.0, 50.0, std::nextafter(95.0, 96.0), 600.0, 50.0}};
     for (const auto& c : acase) {
         double fFc = -1.0, fMm = -1.0;
@@ -126,28 +105,6 @@ TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
         EXPECT_EQ(fFc, c.fFc) << c.fFcCmd << " " << c.fMmCmd << " " << c.fMs;
         EXPECT_EQ(fMm, c.fMm) << c.fFcCmd << " " << c.fMmCmd << " " << c.fMs;
     }
-}
-
-// ---- command look-up --------------------------------------------------------------------
-
-TEST_F(Sim, CommandsAtAndBetweenTableTimesAndOutside) {
-    Schedule sch{{1.0, 100.0, -10.0}, {2.0, 300.0, 10.0}, {4.0, 500.0, 50.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    // On a row, linear between rows, the last row at the last time, nothing
-    // outside the table.
-    const double aafCase[][3] = {{1.0, 100.0, -10.0}, {2.0, 300.0, 10.0}, {1.25, 150.0, -5.0},
-                                 {3.5, 450.0, 40.0},  {4.0, 500.0, 50.0}, {0.999, 0.0, 0.0},
-                                 {4.001, 0.0, 0.0}};
-    for (const auto& af : aafCase) {
-        double fFc, fMm;
-        model.cmdAtFTi(&fFc, &fMm, af[0]);
-        EXPECT_NEAR(fFc, af[1], 1e-12) << af[0];
-        EXPECT_NEAR(fMm, af[2], 1e-12) << af[0];
-    }
-    model.bEngineOff = true;  // engine off: nothing anywhere
-    double fFc, fMm;
-    model.cmdAtFTi(&fFc, &fMm, 2.0);
-    EXPECT_EQ(fFc + std::fabs(fMm), 0.0);
 }
 
 TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
@@ -159,67 +116,11 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     EXPECT_DEATH(model.cmdAtFTi(&fFc, &fMm, 5.0), "Assertion failed: fH != 0.0");
 }
 
-// ---- the derivative ---------------------------------------------------------------------
-
 // Evaluates the model once.
 A1Val<double> arFDerivAt(ArFFnFArFModel* pmodel, double fTi, A1Val<double> const& arFSt) {
     A1Val<double> arFDeriv(1, 7);
     pmodel->arFAtFArF(&arFDeriv, fTi, arFSt);
     return arFDeriv;
-}
-
-TEST_F(Sim, DerivativeOfThrustGravityMassAndMoment) {
-    Schedule sch{{0.0, 800.0, 100.0}, {10.0, 800.0, 100.0}};
-    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    const double fPitch = 0.3;
-    const A1Val<double> arFD =
-        arFDerivAt(&model, 1.0, arFState(2.0, 5.0, fPitch, 1.5, -2.5, 0.7, 98.0));
-    // The kinematic rows carry the velocities over, in the vector's order.
-    EXPECT_EQ(arFD[1], 1.5);
-    EXPECT_EQ(arFD[2], -2.5);
-    EXPECT_EQ(arFD[3], 0.7);
-    // Thrust along the body axis, tilted towards -x for positive pitch.
-    EXPECT_NEAR(arFD[4], -800.0 * std::sin(fPitch) / 98.0, 1e-13);
-    EXPECT_NEAR(arFD[5], 800.0 * std::cos(fPitch) / 98.0 - 3.7, 1e-13);
-    // Moment over the inertia of the current mass; mass flow thrust / exhaust speed.
-    EXPECT_NEAR(arFD[6], 100.0 / (13.06 + (98.0 - 95.0) / 5.0 * (13.83 - 13.06)), 1e-13);
-    EXPECT_NEAR(arFD[7], -800.0 / 549.36, 1e-15);
-}
-
-// Drag force in the flight frame from an independent decomposition along the
-// body axes: body z along the thrust (-sin p, 0, cos p), body x
-// (-cos p, 0, -sin p); each axis opposes the velocity's component along it
-// with 0.5 rho CdA v|v|.
-void dragExpected(double* pfX, double* pfZ, double fPitch, double vx, double vz) {
-    const double bxX = -std::cos(fPitch), bxZ = -std::sin(fPitch);
-    const double bzX = -std::sin(fPitch), bzZ = std::cos(fPitch);
-    const double u = vx * bxX + vz * bxZ;
-    const double w = vx * bzX + vz * bzZ;
-    const double fFcU = -0.5 * 0.01 * 0.09 * u * std::fabs(u);
-    const double fFcW = -0.5 * 0.01 * (M_PI / 4.0) * w * std::fabs(w);
-    *pfX = fFcU * bxX + fFcW * bzX;
-    *pfZ = fFcU * bxZ + fFcW * bzZ;
-}
-
-TEST_F(Sim, DragOpposesTheVelocityInEachBodyAxis) {
-    Schedule sch{{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    const double fMs = 100.0;
-    A1Val<double> arFD(1, 7);
-    // Any attitude (upright, on its side, ...) and velocity: the two body-axis
-    // terms, and the force never has a component along the velocity.
-    for (double fPitch : {-2.5, -0.7, 0.0, 0.4, M_PI / 2.0, 1.2, 3.0}) {
-        for (double vx : {-7.0, 0.0, 3.0, 10.0}) {
-            for (double vz : {-10.0, -5.0, 0.0, 0.5, 6.0, 10.0}) {
-                arFD = arFDerivAt(&model, 1.0, arFState(0, 5, fPitch, vx, vz, 0, fMs));
-                double fX, fZ;
-                dragExpected(&fX, &fZ, fPitch, vx, vz);
-                EXPECT_NEAR(arFD[4] * fMs, fX, 1e-12) << fPitch << " " << vx << " " << vz;
-                EXPECT_NEAR(arFD[5] * fMs + 370.0, fZ, 1e-12) << fPitch << " " << vx << " " << vz;
-                EXPECT_LE((arFD[4] * fMs) * vx + (arFD[5] * fMs + 370.0) * vz, 1e-12);
-            }
-        }
-    }
 }
 
 class SimContact : public Sim {
@@ -265,67 +166,21 @@ TEST_F(SimContact, LevelGroundForcesAndTorquesAsTheContactLawSays) {
     EXPECT_EQ(fPitchGndAtLandingSite, 0.0);
 }
 
-TEST_F(Sim, FirstContactCutsTheEngineFromTheNextEvaluationOn) {
-    Schedule sch{{0.0, 800.0, 50.0}, {10.0, 800.0, 50.0}};
-    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    arFDerivAt(&model, 0.0, arFState(0, 2.0, 0, 0, 0, 0, 100));  // clears the pad
-    // The evaluation that finds the ground still has the engine's thrust.
-    A1Val<double> arFD = arFDerivAt(&model, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
-    EXPECT_NEAR(arFD[5] * 100.0, 800.0 - 370.0 + 100.0, 1e-9);
-    EXPECT_NEAR(arFD[7], -800.0 / 549.36, 1e-15);
-    EXPECT_TRUE(model.bEngineOff);
-    // From then on, on the ground or not, nothing.
-    arFD = arFDerivAt(&model, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
-    EXPECT_NEAR(arFD[5] * 100.0, -370.0 + 100.0, 1e-9);
-    EXPECT_EQ(arFD[7], 0.0);
-    arFD = arFDerivAt(&model, 1.0, arFState(-5.0, 3.0, 0, 0, 0, 0, 100));
-    EXPECT_EQ(arFD[7], 0.0);
-    EXPECT_EQ(arFD[5], -3.7);
-    EXPECT_EQ(arFD[6], 0.0);
-}
-
-TEST_F(SimContact, NoRestoringTorqueOnGroundLessSteepThanTheLandingSite) {
-    // Landed on the 20-degree slope: back on level ground |20 deg| - 0 is not
-    // below 0.001 rad, so only the damping acts there; on the slope the
-    // torque turns the vehicle towards it.
+TEST_F(SimContact, RestoringTorqueOnlyWhereTheGroundIsAtLeastAsSteepAsTheLandingSite) {
+    // |pitch at landing site| - |ground pitch| < 0.001 rad: landed on the
+    // 20-degree slope, level ground gets the damping alone and the slope the
+    // torque; landed on level ground, the slope gets the torque.
     const double fI = vehicle.fIPitchAtFMs(100.0);
     const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
+    const A1Val<double> arFSlope = arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100);
     arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20, 0, 0, 0, 100));
     ASSERT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
-    A1Val<double> arFD = arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.1, 0, 0, 0.5, 100));
-    EXPECT_NEAR(arFD[6] * fI, -100.0 * 0.5, 1e-9);
-    arFD = arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100));
-    EXPECT_NEAR(arFD[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
-}
-
-TEST_F(SimContact, RestoringTorqueOnGroundSteeperThanTheLandingSite) {
-    // Landed on level ground: on the slope 0 - |20 deg| is below 0.001 rad.
-    const double fI = vehicle.fIPitchAtFMs(100.0);
-    const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
-    arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0, 0, 0, 0, 100));
-    A1Val<double> arFD =
-        arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100));
-    EXPECT_NEAR(arFD[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
-}
-
-TEST_F(SimContact, OnTheTwentyDegreeSlopeTheSpringActsAlongTheNormal) {
-    // 1 cm vertically below the slope at x = 5, tipped (pitch 1.5 rad is more
-    // than 50 deg off the slope) so that there is no friction. The penetration normal to the slope
-    // is h cos 20; the spring reads its depth in z from the foot (h cos^2 20) and scales by cos 20
-    // again: |N| = k h cos^3 20, along the slope's normal (sin 20, 0, cos 20).
-    const double h = 0.01;
-    const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
-    A1Val<double> arFD =
-        arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - h, 1.5, 0.1, 0.0, 0.0, 100.0));
-    const double fN = 10000.0 * h * std::pow(std::cos(fRdn20), 3);
-    // Sliding at 0.1 m/s (fast enough for a horizontal contact force), with
-    // the damper's 50 N against it.
-    EXPECT_NEAR(arFD[4] * 100.0, fN * std::sin(fRdn20) - 500.0 * 0.1, 1e-9);
-    EXPECT_NEAR(arFD[5] * 100.0 + 370.0, fN * std::cos(fRdn20), 1e-9);
-    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
-    // The landing site's slope is kept after the first contact.
-    arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.0, 0.0, 0.0, 0.0, 100.0));
-    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
+    EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.1, 0, 0, 0.5, 100))[6] * fI,
+                -100.0 * 0.5, 1e-9);
+    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);  // kept after the first contact
+    EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFSlope)[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
+    fPitchGndAtLandingSite = 0.0;
+    EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFSlope)[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
 }
 
 TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
@@ -337,62 +192,12 @@ TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
     A1Val<double> arFSt = arFState(0, 0.998, 0, 0, 0.1, 0, 100);
     A1Val<double> arFD = arFDerivAt(&model, 0.0, arFSt);
     EXPECT_FALSE(model.bClearedGnd);
-    A1Val<double> arFScale(1, 7);
-    for (Long i = 1; i <= 7; i++) arFScale[i] = 0.001;
+    A1Val<double> arFScale = arFState(1e-3, 1e-3, 1e-3, 1e-3, 1e-3, 1e-3, 1e-3);
     double fTiNext, fHUsed, fHNext;
     rk5StepQC(&arFSt, &fTiNext, &fHUsed, &fHNext, 0.0, &arFSt, &arFD, 7, 0.05, 1.0, &arFScale,
               &model);
     EXPECT_LT(arFSt[2], 1.0);
     EXPECT_TRUE(model.bClearedGnd);
-    // So the whole flight lands on the pad instead of passing through it.
-    StoredFlight run;
-    fly(&run, &model, arFState(0, 0.998, 0, 0, 0.1, 0, 100));
-    EXPECT_LT(run.fTi(run.n()), 29.0);  // came to rest
-    EXPECT_NEAR(run.st(run.n()).fZf, -100.0 * 3.7 / 10000.0, 0.005);
-}
-
-TEST_F(Sim, RecordsKeepTheInitialInertiaAndActualsFromTheCommands) {
-    Schedule sch;
-    sch.readFile(szSimData("hop_moment_limits.txt"));
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    StoredFlight run;
-    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100));
-    // The inertia of the initial mass in every record, though propellant burns.
-    EXPECT_LT(run.st(run.n()).fMs, 99.0);
-    for (Long i = 1; i <= run.n(); i++) EXPECT_EQ(run.st(i).fIPitch, 13.83) << i;
-    int nChecked = 0;
-    for (Long i = 1; i <= run.n() && run.fTi(i) < 1.59; i++) {
-        Stvehicle3dof const& st = run.st(i);
-        double fFc, fMm;
-        vehicle.fFcThrustMmPitchActFmCmd(&fFc, &fMm, st.fFcThrustCmd, st.fMmPitchCmd, st.fMs);
-        EXPECT_EQ(st.fFcThrustAct, fFc);
-        EXPECT_EQ(st.fMmPitchAct, fMm);
-        if (run.fTi(i) > 1.06 && run.fTi(i) < 1.29) {
-            EXPECT_NEAR(st.fMmPitchCmd, 200.0, 1e-9);
-            EXPECT_NEAR(st.fMmPitchAct, 100.0, 1e-9);  // 0.4 m * 250 N
-            nChecked++;
-        }
-        if (run.fTi(i) > 1.36) {
-            EXPECT_NEAR(st.fMmPitchCmd, -2000.0, 1e-9);
-            EXPECT_NEAR(st.fMmPitchAct, -0.4 * st.fFcThrustAct, 1e-9);
-            nChecked++;
-        }
-    }
-    EXPECT_GT(nChecked, 6);
-}
-
-// ---- the driver's stops -------------------------------------------------------------------------
-
-TEST_F(Sim, LastRecordIsExactlyAtTheFinalTime) {
-    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    StoredFlight run;
-    fly(&run, &model, arFState(0, 0, 0, 0, 0, 0, 100), 1.0);
-    ASSERT_EQ(run.n(), 21);
-    EXPECT_EQ(run.arFTi.iFirst(), 1);
-    EXPECT_EQ(run.fTi(1), 0.0);
-    EXPECT_EQ(run.fTi(run.n()), 1.0);
-    for (Long i = 2; i <= run.n(); i++) EXPECT_NEAR(run.fTi(i) - run.fTi(i - 1), 0.05, 1e-6);
 }
 
 TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
@@ -401,75 +206,34 @@ TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
     Schedule sch{{0.0, 370.0, 0.0}, {30.0, 370.0, 0.0}};
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
-    fly(&run, &model, arFState(0, 5.0, 0, 0, 0, 0, 100));
+    simRun(&run, &model, 0.0, arFState(0, 5.0, 0, 0, 0, 0, 100), 30.0);
     ASSERT_EQ(run.n(), 2);
     EXPECT_DOUBLE_EQ(run.fTi(2), 0.05);
     EXPECT_NEAR(run.st(2).fZf, 5.0, 1e-4);
     EXPECT_FALSE(model.bLanded);
 }
 
-TEST_F(Sim, NonPositiveSpanPrintsTheTimesAndFails) {
-    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    EXPECT_DEATH(
-        {
-            dup2(2, 1);  // the times go to standard output
-            StoredFlight run;
-            simRun(&run, &model, 1.0, arFState(0, 0, 0, 0, 0, 0, 100), 0.0);
-        },
-        "fTiMax =     0\\.000000e\\+00, fTiIC =     1\\.000000e\\+00, fDTi =    "
-        "-5\\.000000e-02\nAssertion failed: fDTi > 0\\.0");
-}
-
-TEST_F(Sim, TooManyStepsIsPrintedThenAnAssertion) {
-    Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    EXPECT_DEATH(
-        {
-            dup2(2, 1);
-            StoredFlight run;
-            simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 1e-6, 3);
-        },
-        "^Too many stepsAssertion failed: bStopped");
-}
-
-TEST_F(Sim, CollapsingStepEndsTheRunSoftly) {
-    // With a smallest useful step of 0.2 s, the proposed next step (at most
-    // four times 0.05 s) is already too small after the first step.
+TEST_F(Sim, DriverStopsPrintTheirMessages) {
     Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
     ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
+    const A1Val<double> arFSt0 = arFState(0, 0, 0, 0, 0, 0, 100);
+    // A span that is not positive, and too many steps: printed to standard
+    // output, then asserted.
+    EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 1.0, arFSt0, 0.0)),
+                 "fTiMax =     0\\.000000e\\+00, fTiIC =     1\\.000000e\\+00, fDTi =    "
+                 "-5\\.000000e-02\nAssertion failed: fDTi > 0\\.0");
+    EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 0.0, arFSt0, 30.0, 1e-6, 3)),
+                 "^Too many stepsAssertion failed: bStopped");
+    // With a smallest useful step of 0.2 s, the proposed next step (at most
+    // four times 0.05 s) is already too small after the first step: the run
+    // ends softly, before a full output interval.
     testing::internal::CaptureStdout();
-    simRun(&run, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100), 30.0, 0.2);
+    simRun(&run, &model, 0.0, arFSt0, 30.0, 0.2);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "Step size too small\n");
-    ASSERT_EQ(run.n(), 1);  // 0.05 s is not a full output interval less 0.2 s
+    ASSERT_EQ(run.n(), 1);
     EXPECT_EQ(run.st(1).fMs, 100.0);
 }
-
-TEST_F(SimInTempDir, StepThatCannotAdvanceTheClockLeavesTheStepperDump) {
-    // At t = 1e17 s the clock cannot move by 0.05 s: the stepper writes
-    // "debug.txt" and fails.
-    Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    EXPECT_DEATH(
-        {
-            StoredFlight run;
-            simRun(&run, &model, 1e17, arFState(0, 5, 0, 0, 0, 0, 100), 2e17);
-        },
-        "Assertion failed");
-    const std::string szDump = vttest::readFile("debug.txt");
-    EXPECT_EQ(szDump.rfind("Step size too small in routine rk5StepQC\n    iLoop       = 1\n", 0),
-              0u)
-        << szDump;
-    // The step lands on the next output time, 1e17 + 0.05 - 1e17: zero.
-    EXPECT_NE(szDump.find("    fX          =     1.0000000000e+17\n"
-                          "    fHTry       =     0.0000000000e+00\n"),
-              std::string::npos)
-        << szDump;
-}
-
-// ---- the schedule reader
-// --------------------------------------------------------------------------
 
 // Reads szText as plan.txt: the rows as (time, thrust, moment).
 std::vector<std::array<double, 3>> vrowRead(const std::string& szText) {
@@ -493,7 +257,6 @@ TEST_F(SimInTempDir, ReaderRowsSkipsShortLinesAndEarlyEnds) {
          {{0, 600, 0}, {1.5, 650, 10}, {2, 0, -20}}},
         // Nothing is skipped when the first data line is at most 2.
         {"1 4\n0 1 2\n1 2 3\n2 3 4\n3 4 5\n9 9 9\n", {{0, 1, 2}, {1, 2, 3}, {2, 3, 4}, {3, 4, 5}}},
-        {"2 3\n0 1 2\n1 2 3\n", {{0, 1, 2}, {1, 2, 3}}},
         // A short line keeps the previous row's values.
         {"2 4\n0 600 12\n1\n2 300\n", {{0, 600, 12}, {1, 600, 12}, {2, 300, 12}}},
         // Past the end of the file the last line read is scanned again.
@@ -523,78 +286,53 @@ TEST_F(SimInTempDir, ReaderRejectsBadHeadersAndNumbersThatAreNotFinite) {
         {"   3    2\nx\n", "plan\\.txt: data lines 3 to 2 give no rows or more than 1000000"},
         {"   3 2000000000\nx\n0 1 2\n",
          "plan\\.txt: data lines 3 to 2000000000 give no rows or more than 1000000"},
-        {"3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n", "plan\\.txt, line 4: a number is not finite"},
-        {"3 5\nh\n0 1 2\n1 1 2\n2 0 -inf\n", "plan\\.txt, line 5: a number is not finite"},
-        {"3 3\nh\n1e999 1 2\n", "plan\\.txt, line 3: a number is not finite"}};
+        {"3 5\nh\n0 1 2\n1 nan 2\n2 0 0\n", "plan\\.txt, line 4: a number is not finite"}};
     for (const auto& c : acase) expectReaderFatal(c.szText, c.szMsg.c_str());
 }
 
-// ---- look-up in the stored run
-// --------------------------------------------------------------------
+// Records at 0, 1 and fTi3 as the stored run, their fields distinct numbers.
+void storeRun(double fTi3) {
+    deleteStoredRun(&arFTiData, &arPStvehicle);
+    arFTiData.reconstructIFirstILast(1, 3);
+    arPStvehicle.reconstructIFirstILast(1, 3);
+    for (Long i = 1; i <= 3; i++) {
+        const double f = 10.0 * i;
+        arFTiData[i] = i == 1 ? 0.0 : i == 2 ? 1.0 : fTi3;
+        arPStvehicle[i] = new Stvehicle3dof(f + 1, f + 2, f + 3, f + 4, f + 5, f + 6, 96.0 + i,
+                                            50.0 + i, f + 9, f + 10, f + 11, f + 12);
+    }
+}
 
-class StoredRun : public Sim {
-protected:
-    void SetUp() override {
-        Sim::SetUp();
-        deleteStoredRun(&arFTiData, &arPStvehicle);
-    }
-    void TearDown() override { deleteStoredRun(&arFTiData, &arPStvehicle); }
-    // Records at times 0, 1, 3 whose fields are distinct numbers.
-    void store(double fTi3 = 3.0) {
-        arFTiData.reconstructIFirstILast(1, 3);
-        arPStvehicle.reconstructIFirstILast(1, 3);
-        const double arFTi[3] = {0.0, 1.0, fTi3};
-        for (Long i = 1; i <= 3; i++) {
-            const double f = 10.0 * i;
-            arFTiData[i] = arFTi[i - 1];
-            arPStvehicle[i] = new Stvehicle3dof(f + 1, f + 2, f + 3, f + 4, f + 5, f + 6, 96.0 + i,
-                                                50.0 + i, f + 9, f + 10, f + 11, f + 12);
-        }
-    }
-    static double field(Stvehicle3dof const& st, int iField) {
-        const double arF[12] = {st.fXf,          st.fZf,          st.fVeXf,       st.fVeZf,
-                                st.fPitch,       st.fPitchDot,    st.fMs,         st.fIPitch,
-                                st.fFcThrustCmd, st.fFcThrustAct, st.fMmPitchCmd, st.fMmPitchAct};
-        return arF[iField];
-    }
-    static Stvehicle3dof const& stored(Long i) {
-        return *static_cast<Stvehicle3dof*>(arPStvehicle[i]);
-    }
-};
+std::array<double, 12> afFields(Stvehicle3dof const& st) {
+    return {st.fXf,     st.fZf,       st.fVeXf, st.fVeZf,        st.fPitch,       st.fPitchDot,
+            st.fMs,     st.fIPitch,   st.fFcThrustCmd, st.fFcThrustAct, st.fMmPitchCmd,
+            st.fMmPitchAct};
+}
 
-TEST_F(StoredRun, BeforeAtBetweenAndAfterTheRecords) {
-    store();
+TEST_F(Sim, StoredRunBeforeAtBetweenAndAfterTheRecords) {
+    storeRun(3.0);
+    auto stored = [](Long i) { return *static_cast<Stvehicle3dof*>(arPStvehicle[i]); };
     Stvehicle3dof st;
     for (auto [fTi, i] : {std::pair{-5.0, 1}, {0.0, 1}, {3.5, 3}}) {
         stvehicle3dofAtFTi(&st, fTi);
-        EXPECT_EQ(std::memcmp(&st, &stored(i), sizeof st), 0) << fTi;
+        EXPECT_EQ(std::memcmp(&st, arPStvehicle[i], sizeof st), 0) << fTi;
     }
-    // At the last time exactly: interpolated with weight 1 on the last
-    // record, and the inertia recomputed from its mass.
+    // At the last time exactly: weight 1 on the last record; between records
+    // every field linear. The inertia is recomputed from the mass.
     stvehicle3dofAtFTi(&st, 3.0);
-    for (int k = 0; k < 12; k++)
-        if (k != 7) {
-            EXPECT_EQ(field(st, k), field(stored(3), k)) << k;
-        }
-    EXPECT_EQ(stored(3).fIPitch, 53.0);
+    for (int k = 0; k < 12; k++) EXPECT_TRUE(k == 7 || afFields(st)[k] == afFields(stored(3))[k]) << k;
     EXPECT_DOUBLE_EQ(st.fIPitch, vehicle.fIPitchAtFMs(99.0));
-    // Between records every field is linear and the inertia follows the mass.
     stvehicle3dofAtFTi(&st, 2.5);  // three quarters from record 2 to record 3
     for (int k = 0; k < 12; k++) {
         if (k == 7) continue;
-        EXPECT_DOUBLE_EQ(field(st, k), 0.25 * field(stored(2), k) + 0.75 * field(stored(3), k))
+        EXPECT_DOUBLE_EQ(afFields(st)[k],
+                         0.25 * afFields(stored(2))[k] + 0.75 * afFields(stored(3))[k])
             << k;
     }
-    EXPECT_DOUBLE_EQ(st.fMs, 98.75);
     EXPECT_DOUBLE_EQ(st.fIPitch, vehicle.fIPitchAtFMs(98.75));
-    stvehicle3dofAtFTi(&st, 1.0);  // on an inner record: that record
-    EXPECT_DOUBLE_EQ(st.fXf, stored(2).fXf);
-}
-
-TEST_F(StoredRun, EqualSavedTimesAreAnAssertion) {
-    store(1.0);
-    Stvehicle3dof st;
+    storeRun(1.0);
     EXPECT_DEATH(stvehicle3dofAtFTi(&st, 1.0), "Assertion failed: fH != 0.0");
+    deleteStoredRun(&arFTiData, &arPStvehicle);
 }
 
 }  // namespace
