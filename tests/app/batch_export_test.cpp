@@ -1,9 +1,7 @@
 // The batch mode's extras after the key chain: the plan warnings on standard
 // error, the CSV export (--csv) and the charts as PNG files (--plots), run
 // as a user runs them.
-#include <cstdio>
 #include <filesystem>
-#include <sstream>
 #include <string>
 
 #include "app/plotdata.h"
@@ -81,37 +79,6 @@ TEST_F(BatchExportTest, EachPlanIsCheckedAndAFlyablePlanIsSilent) {
 }
 
 // ---- CSV ------------------------------------------------------------------------
-
-TEST_F(BatchExportTest, CsvRowsAreTheRecordsOfTheResultsFile) {
-    std::filesystem::copy_file(szExample(), "traj1r.txt");
-    const auto r = runCommand(szProgram() + " -k ps --csv", szDir);
-    ASSERT_EQ(r.iExit, 0) << r.szErr;
-    EXPECT_EQ(r.szErr, "");
-    std::istringstream inCsv(readFile("run.csv")), inResults(readFile("results.txt"));
-    std::string szCsv, szResults;
-    ASSERT_TRUE(std::getline(inCsv, szCsv));
-    EXPECT_EQ(szCsv, szRunCsvHeader);
-    std::getline(inResults, szResults);  // its own header
-    int nRow = 0;
-    for (; std::getline(inResults, szResults); nRow++) {
-        ASSERT_TRUE(std::getline(inCsv, szCsv)) << "run.csv ends early";
-        double af[13];
-        ASSERT_EQ(std::sscanf(szCsv.c_str(), "%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf,%lf",
-                              &af[0], &af[1], &af[2], &af[3], &af[4], &af[5], &af[6], &af[7],
-                              &af[8], &af[9], &af[10], &af[11], &af[12]),
-                  13);
-        char szLine[200];
-        std::snprintf(szLine, sizeof szLine,
-                      "%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.2lf%8.1lf%8.1lf%8.1lf%8.1lf",
-                      af[0], af[1], af[2], af[5] / 3.141592653589793 * 180.0, af[3], af[4],
-                      af[6] / 3.141592653589793 * 180.0, af[7], af[9], af[10], af[11], af[12]);
-        EXPECT_EQ(szResults, szLine) << nRow;
-    }
-    EXPECT_FALSE(std::getline(inCsv, szCsv)) << "run.csv has more rows";
-    EXPECT_GT(nRow, 100);
-    const std::string szPlan = readFile("plan.csv");
-    EXPECT_EQ(szPlan.substr(0, szPlan.find('\n')), szPlanCsvHeader);
-}
 
 TEST_F(BatchExportTest, ExportMessagesAndExitStatuses) {
     const bool bCharts = bChartsBuilt();

@@ -38,60 +38,6 @@ long nKbResident() {
 
 using CommandMemoryTest = InTempDir;
 
-// Start-up shows the state; S the whole path; r replays on a 25 ms timer,
-// interpolating between stored states; R and I end a replay on the whole
-// path; a replay that starts past the last sample ends at its first tick.
-TEST_F(CommandMemoryTest, DisplayModesAndReplay) {
-    vttest::copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
-    initParams();
-    QuietHost host;
-    auto szModes = [] {
-        return std::string(bDisplayState ? "T" : "F") + (bDisplayPath ? "T" : "F") +
-               (bDisplayRunPath ? "T" : "F");
-    };
-    EXPECT_EQ(szModes(), "TFF");
-    EXPECT_TRUE(bRunKeyCommand('S', host));
-    EXPECT_EQ(szModes(), "FTF");
-    host.fMsNow = 1000.0;
-    EXPECT_TRUE(bRunKeyCommand('r', host));
-    EXPECT_EQ(szModes(), "FFT");
-    EXPECT_EQ(host.iMsTimer, 25);
-    const int nBefore = host.nInvalidate;
-    replayTick(host);  // at the start: the first state, no repaint
-    EXPECT_EQ(host.nInvalidate, nBefore);
-    EXPECT_EQ(stvehicle3dof.fMs, 100.0);
-    host.fMsNow = 1000.0 + 1025.0;  // t = 1.025 s, between records 21 and 22
-    replayTick(host);
-    EXPECT_EQ(host.nInvalidate, nBefore + 1);
-    const auto* pst1 = static_cast<Stvehicle3dof*>(arPStvehicle[21]);
-    const auto* pst2 = static_cast<Stvehicle3dof*>(arPStvehicle[22]);
-    EXPECT_DOUBLE_EQ(arFTiData[21], 1.0);
-    EXPECT_NEAR(stvehicle3dof.fZf, 0.5 * (pst1->fZf + pst2->fZf), 1e-12);
-    EXPECT_TRUE(bRunKeyCommand('R', host));
-    EXPECT_EQ(szModes(), "FTF");
-    EXPECT_EQ(host.iMsTimer, 0);
-    EXPECT_TRUE(bRunKeyCommand('i', host));  // outside a replay: the state only
-    EXPECT_EQ(szModes(), "FTF");
-    EXPECT_EQ(stvehicle3dof.fZf, 0.0);
-    host.fMsNow = 0.0;
-    EXPECT_TRUE(bRunKeyCommand('r', host));
-    host.fMsNow = 1.0e6;
-    replayTick(host);
-    EXPECT_EQ(szModes(), "TFF");
-    EXPECT_EQ(host.iMsTimer, 0);
-    const auto* pstLast = static_cast<Stvehicle3dof*>(arPStvehicle[arPStvehicle.iLast()]);
-    EXPECT_EQ(stvehicle3dof.fZf, pstLast->fZf);
-    EXPECT_TRUE(bRunKeyCommand('r', host));
-    EXPECT_TRUE(bRunKeyCommand('I', host));
-    EXPECT_EQ(szModes(), "FTF");
-    host.fMsNow += 2000.0;  // the timer may still tick: nothing changes
-    replayTick(host);
-    EXPECT_EQ(szModes(), "FTF");
-    EXPECT_EQ(stvehicle3dof.fZf, 0.0);
-    for (char ch : {'x', '1', ' ', '?', 'q', 'F', 'L'}) EXPECT_FALSE(bRunKeyCommand(ch, host)) << ch;
-    releaseCommandState();
-}
-
 TEST_F(CommandMemoryTest, PlanThenSimulateTwoHundredTimesKeepsMemoryFlat) {
     vttest::copyTestData("reference/plan/hop_short/traj1r.txt", "traj1r.txt");
     initParams();
