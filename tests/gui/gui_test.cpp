@@ -6,25 +6,9 @@
 #include <link.h>
 #include <unistd.h>
 
-#include <QActionGroup>
-#include <QApplication>
-#include <QChart>
-#include <QCheckBox>
-#include <QDockWidget>
-#include <QGraphicsTextItem>
-#include <QLabel>
-#include <QLineSeries>
-#include <QListWidget>
-#include <QMenuBar>
-#include <QMessageBox>
-#include <QProcess>
-#include <QPushButton>
-#include <QRegularExpression>
-#include <QScreen>
-#include <QSlider>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QValueAxis>
+#include <QtCharts>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <cmath>
 #include <memory>
