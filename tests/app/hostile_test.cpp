@@ -28,8 +28,7 @@ std::string szLower(std::string sz) {
 }
 
 bool bHasNonFinite(const std::string& szFile) {
-    if (!fileExists(szFile)) return false;
-    const std::string sz = szLower(readFile(szFile));
+    const std::string sz = fileExists(szFile) ? szLower(readFile(szFile)) : "";
     return sz.find("nan") != std::string::npos || sz.find("inf") != std::string::npos;
 }
 
