@@ -28,8 +28,7 @@ std::string szLower(std::string sz) {
 }
 
 bool bHasNonFinite(const std::string& szFile) {
-    if (!fileExists(szFile)) return false;
-    const std::string sz = szLower(readFile(szFile));
+    const std::string sz = fileExists(szFile) ? szLower(readFile(szFile)) : "";
     return sz.find("nan") != std::string::npos || sz.find("inf") != std::string::npos;
 }
 
@@ -47,33 +46,21 @@ void expectSpecifiedEnd(const vttest::RunResult& r, const std::string& szName) {
     }
 }
 
+// One representative per branch of each reader.
 std::vector<HostileCase> waypointCases() {
     return {
         {"empty", ""},
         {"binary", std::string("\x00\x01\xff\xfe\x80 1 2 3\n", 12)},
-        {"truncated", "0 0 0 1 1"},
         {"huge numbers", "0 0 0 1 1e300 1 2 -1e300 2 3 1e308 0\n"},
         {"nan", "0 0 0 1 nan 1 2 2 2 3 3 0\n"},
-        {"inf", "0 0 0 1 1 inf 2 2 2 3 3 0\n"},
         {"words", "0 0 0 one 1 1 2 2 2 3 3 0\n"},
-        {"enormous line", [] { std::string sz; for (int i = 0; i < 5000; i++) sz += "1 "; return sz + "\n"; }()},
-        {"line just too long", std::string(4094, ' ') + "\n"},
-        {"negative times", "0 0 0 -1 1 1 2 2 2 3 3 0\n"},
+        {"line too long", std::string(5000, '1') + "\n"},
         {"reversed times", "3 0 0 2 1 1 1 2 2 0 3 0\n"},
-        {"equal times", "0 0 0 0 1 1 0 2 2 0 3 0\n"},
         {"thousands of waypoints", [] {
              std::string sz;
              for (int i = 0; i < 1300; i++) sz += std::to_string(i) + " 0 0 ";
              return sz + "\n";
          }()},
-        {"as many waypoints as the line holds", [] {  // every count is accepted
-             std::string sz;
-             for (int i = 0; sz.size() + 16 < 4094; i++)
-                 sz += std::to_string(i) + " " + std::to_string(i % 7) + " " + std::to_string(1 + i % 3) + " ";
-             return sz + "\n";
-         }()},
-        {"zero crossing tiny span", "0 0 0 1e-300 0 0 2e-300 0 0 3e-300 0 0\n"},
-        {"free fall", "0 0 0 1 0 -1.85 2 0 -7.4 3 0 -16.65\n"},
     };
 }
 
@@ -81,23 +68,12 @@ std::vector<HostileCase> scheduleCases() {
     return {
         {"empty", ""},
         {"binary", std::string("\x00\x01\xff\xfe\x80\n\x7f", 7)},
-        {"header only", "   3    8\n"},
         {"negative count", "   3   -5\n    time\n0 0 0\n"},
         {"huge count", "   3 2000000000\n    time\n0 0 0\n"},
-        {"count of a million", "   3 1000002\n    time\n0 600 0\n1 600 0\n"},
         {"nan", "   3    4\n    time\n0 nan 0\n1 600 0\n"},
-        {"inf", "   3    4\n    time\n0 600 0\ninf 600 0\n"},
         {"huge numbers", "   3    4\n    time\n0 1e308 1e308\n1e300 -1e308 0\n"},
-        {"equal times", "   3    4\n    time\n0 600 0\n0 600 0\n"},
         {"descending times", "   3    5\n    time\n2 600 0\n1 600 0\n0 600 0\n"},
         {"enormous line", "   3    4\n    time\n" + std::string(10000, '7') + " 1 1\n1 1 1\n"},
-        {"thousands of rows", [] {
-             std::string sz = "   3 5002\n    time\n";
-             for (int i = 0; i < 5000; i++)
-                 sz += std::to_string(i * 0.006) + " " + std::to_string(400 + (i % 7) * 50) + " " +
-                       std::to_string((i % 5) - 2) + "\n";
-             return sz;
-         }()},
         {"short lines", "   3    5\n    time\n0 600 0\n1\n2 0\n"},
     };
 }

