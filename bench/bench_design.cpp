@@ -13,11 +13,11 @@ namespace {
 // the valley floor, the far plain.
 void BM_DesignHop(benchmark::State& state) {
     initParams();
-    HopSpec spec;
-    spec.fXTarget = static_cast<double>(state.range(0)) / 10.0;
+    HopSpec hopspec;
+    hopspec.fXTarget = static_cast<double>(state.range(0)) / 10.0;
     DesignResult r;
     // The result is read after the loop, so the call stays.
-    for (auto _ : state) r = designHop(spec);
+    for (auto _ : state) r = designHop(hopspec);
     // ok = 0: out of reach; when only the reserve binds, the propellant and
     // time are those of the least-propellant hop found.
     state.counters["ok"] = r.bOk ? 1 : 0;

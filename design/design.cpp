@@ -155,7 +155,7 @@ constexpr std::size_t nConsPerSample = 6;
 // (1..K) at x0 + dx * v[2k-2], z0 + fLZ * v[2k-1]; the flight time, when
 // free, fTi0 * v[2K].
 struct Problem {
-    HopSpec spec;
+    HopSpec hopspec;
     double fTiStart = 0.0, fX0 = 0.0, fZ0 = 0.0;
     double fXT = 0.0, fZT = 0.0;
     double fDX = 0.0, fLZ = 1.0;
@@ -181,11 +181,11 @@ struct Problem {
     bool bGradLast = false;
 
     double fTiFlight(const double* pv) const {
-        return spec.bTimeGiven ? spec.fTiFlight : fTiFlightScale * pv[2 * spec.nWptInterior];
+        return hopspec.bTimeGiven ? hopspec.fTiFlight : fTiFlightScale * pv[2 * hopspec.nWptInterior];
     }
 
     std::vector<double> vecFParamFm(const double* pv) const {
-        const Long nK = spec.nWptInterior;
+        const Long nK = hopspec.nWptInterior;
         const double fT = fTiFlight(pv);
         std::vector<double> vec;
         vec.reserve(static_cast<std::size_t>(3 * (nK + 2)));
@@ -202,7 +202,7 @@ struct Problem {
     // The clearance the path owes at x: the full clearance, ramped down at
     // 45 degrees to nothing at the take-off and the target.
     double fClearanceReq(double x) const {
-        return std::min({spec.fClearance, std::fabs(x - fX0), std::fabs(x - fXT)});
+        return std::min({hopspec.fClearance, std::fabs(x - fX0), std::fabs(x - fXT)});
     }
 
     // Constraints c <= 0, each scaled to order one (forces and moments by
@@ -410,7 +410,7 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
         if (!bZGndAt(x, &fZGnd)) continue;
         const double fH = trial.vecZ[i] - fZGnd;
         const double fReq = prob.fClearanceReq(x);
-        if (fReq >= prob.spec.fClearance) br.fClearanceMin = std::min(br.fClearanceMin, fH);
+        if (fReq >= prob.hopspec.fClearance) br.fClearanceMin = std::min(br.fClearanceMin, fH);
         br.fHeightMin = std::min(br.fHeightMin, fH);
         if (fReq - fH > br.fZShort) {
             br.fZShort = fReq - fH;
@@ -440,9 +440,9 @@ const char* szThrusters(Long iThruster) {
 }
 
 std::string szNoHop(const Problem& prob) {
-    if (prob.spec.bTimeGiven)
+    if (prob.hopspec.bTimeGiven)
         return szFmt("no hop to x = %.4f m in %.4f s within the limits: ", prob.fXT,
-                     prob.spec.fTiFlight);
+                     prob.hopspec.fTiFlight);
     return szFmt("no hop to x = %.4f m within the limits: ", prob.fXT);
 }
 
@@ -489,32 +489,32 @@ double fBump(double u) { return 16.0 * u * u * (1.0 - u) * (1.0 - u); }
 
 }  // namespace
 
-DesignResult designHop(const HopSpec& spec) {
+DesignResult designHop(const HopSpec& hopspec) {
     const auto clockStart = std::chrono::steady_clock::now();
     DesignResult result;
     Problem prob;
-    prob.spec = spec;
+    prob.hopspec = hopspec;
     prob.fTiStart = fSTiSim0;
     prob.fX0 = stvehicle3dof0.fXf;
     prob.fZ0 = stvehicle3dof0.fZf;
-    prob.fXT = spec.fXTarget;
-    result.fXTarget = spec.fXTarget;
-    result.bTimeFree = !spec.bTimeGiven;
+    prob.fXT = hopspec.fXTarget;
+    result.fXTarget = hopspec.fXTarget;
+    result.bTimeFree = !hopspec.bTimeGiven;
     // The hop file's reader holds these; a caller that fills a HopSpec
     // itself gets the same refusals as text instead of a broken design.
     const bool bSpecOk =
-        std::isfinite(spec.fXTarget) && spec.fThrusterMargin >= 0.0 && spec.fThrusterMargin < 1.0 &&
-        spec.fPropReserve >= 0.0 && spec.fPropReserve < 1.0 && spec.fClearance >= 0.0 &&
-        spec.fClearance <= 100.0 && spec.nWptInterior >= nWptInteriorMin &&
-        spec.nWptInterior <= nWptInteriorMax &&
-        (!spec.bTimeGiven || (spec.fTiFlight > 0.0 && std::isfinite(spec.fTiFlight))) &&
-        std::fabs(spec.fXTarget - prob.fX0) > 2.0 * spec.fClearance;
+        std::isfinite(hopspec.fXTarget) && hopspec.fThrusterMargin >= 0.0 && hopspec.fThrusterMargin < 1.0 &&
+        hopspec.fPropReserve >= 0.0 && hopspec.fPropReserve < 1.0 && hopspec.fClearance >= 0.0 &&
+        hopspec.fClearance <= 100.0 && hopspec.nWptInterior >= nWptInteriorMin &&
+        hopspec.nWptInterior <= nWptInteriorMax &&
+        (!hopspec.bTimeGiven || (hopspec.fTiFlight > 0.0 && std::isfinite(hopspec.fTiFlight))) &&
+        std::fabs(hopspec.fXTarget - prob.fX0) > 2.0 * hopspec.fClearance;
     if (!bSpecOk) {
         result.szError = "hop: a number is out of its range (see design/hopfile.h)";
         return result;
     }
-    if (!bZGndAt(spec.fXTarget, &prob.fZT)) {
-        result.szError = szFmt("target x = %.4f m is off the terrain", spec.fXTarget);
+    if (!bZGndAt(hopspec.fXTarget, &prob.fZT)) {
+        result.szError = szFmt("target x = %.4f m is off the terrain", hopspec.fXTarget);
         return result;
     }
     result.fZTarget = prob.fZT;
@@ -522,11 +522,11 @@ DesignResult designHop(const HopSpec& spec) {
     const double fDist = std::fabs(prob.fDX);
     prob.fLZ = 1.0 + 0.25 * fDist;
     prob.fFShare = fFcThrustMax / 3.0;
-    prob.fFLimit = (1.0 - spec.fThrusterMargin) * prob.fFShare;
+    prob.fFLimit = (1.0 - hopspec.fThrusterMargin) * prob.fFShare;
     prob.fFFloor = 1e-4 * prob.fFShare;
     prob.fMsCarried = fMsGTO - fMsEmpty;
-    const Long nK = spec.nWptInterior;
-    prob.nVar = 2 * nK + (spec.bTimeGiven ? 0 : 1);
+    const Long nK = hopspec.nWptInterior;
+    prob.nVar = 2 * nK + (hopspec.bTimeGiven ? 0 : 1);
     // N = 5 (nX + nZ) with nX = nPt + 5 and nZ = nPt + 1 (plan/wptfpln.h).
     const Long nPt = nK + 2;
     prob.nSampleExpected = 5 * ((nPt + 5) + (nPt + 1));
@@ -537,8 +537,8 @@ DesignResult designHop(const HopSpec& spec) {
     // rest in T with |x''| <= a needs a >= 4 d / T^2 (accelerate for T/2,
     // brake for T/2: d = 2 * a (T/2)^2 / 2). The thrust gives at most
     // 3 * limit / mass along x, the most at the empty mass.
-    if (spec.bTimeGiven) {
-        const double fAcNeeded = 4.0 * fDist / (spec.fTiFlight * spec.fTiFlight);
+    if (hopspec.bTimeGiven) {
+        const double fAcNeeded = 4.0 * fDist / (hopspec.fTiFlight * hopspec.fTiFlight);
         const double fAcMax = 3.0 * prob.fFLimit / fMsEmpty;
         if (fAcNeeded > fAcMax) {
             result.szError =
@@ -547,7 +547,7 @@ DesignResult designHop(const HopSpec& spec) {
                     "the thrusters bind: a hop from rest to rest over %.4f m in %.4f s needs "
                     "at least %.4f m/s^2 along x (4 d / T^2), %.4f m/s^2 more than the three "
                     "thrusters less the margin can give (3 x %.4f N on %.4f kg)",
-                    fDist, spec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit, fMsEmpty);
+                    fDist, hopspec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit, fMsEmpty);
             return result;
         }
     }
@@ -561,17 +561,17 @@ DesignResult designHop(const HopSpec& spec) {
     // that its middle falls at 0.8 g (the longer start) or 0.4 g (the
     // shorter one), with thrust left over to turn the vehicle.
     const double fTiBallistic = std::sqrt(2.0 * fDist / fAcG);
-    prob.fTiFlightScale = spec.bTimeGiven ? spec.fTiFlight : 1.5 * fTiBallistic;
+    prob.fTiFlightScale = hopspec.bTimeGiven ? hopspec.fTiFlight : 1.5 * fTiBallistic;
     struct Start {
         double fTi;
         double fAcMid;  // downward acceleration in the middle, of g
     };
     std::vector<Start> vecStart = {{prob.fTiFlightScale, 0.8}};
-    if (!spec.bTimeGiven) vecStart.push_back({1.2 * fTiBallistic, 0.4});
+    if (!hopspec.bTimeGiven) vecStart.push_back({1.2 * fTiBallistic, 0.4});
     // Tried only while no hop within the limits has been found: longer
     // flights, where the thrust has more room.
     std::vector<Start> vecStartMore = {{2.0 * fTiBallistic, 0.5}, {1.5 * fTiBallistic, 0.4}};
-    if (!spec.bTimeGiven) vecStart.insert(vecStart.end(), vecStartMore.begin(), vecStartMore.end());
+    if (!hopspec.bTimeGiven) vecStart.insert(vecStart.end(), vecStartMore.begin(), vecStartMore.end());
     const std::size_t nVar = static_cast<std::size_t>(prob.nVar);
     std::vector<double> vecV(nVar), vecLo(nVar), vecHi(nVar);
     const double fZLo = std::min(prob.fZ0, prob.fZT) - 20.0;
@@ -583,7 +583,7 @@ DesignResult designHop(const HopSpec& spec) {
         vecLo[j + 1] = (fZLo - prob.fZ0) / prob.fLZ;
         vecHi[j + 1] = (fZHi - prob.fZ0) / prob.fLZ;
     }
-    if (!spec.bTimeGiven) {
+    if (!hopspec.bTimeGiven) {
         vecLo[nVar - 1] = 0.2;
         vecHi[nVar - 1] = 5.0;
     }
@@ -596,14 +596,14 @@ DesignResult designHop(const HopSpec& spec) {
         // a g T^2 / 16.
         const double fTiGuess = start.fTi;
         const double fRise = 0.5 * std::fabs(prob.fZT - prob.fZ0) +
-                             start.fAcMid * fAcG * fTiGuess * fTiGuess / 16.0 + spec.fClearance;
+                             start.fAcMid * fAcG * fTiGuess * fTiGuess / 16.0 + hopspec.fClearance;
         for (Long k = 1; k <= nK; k++) {
             const double u = static_cast<double>(k) / static_cast<double>(nK + 1);
             const std::size_t j = static_cast<std::size_t>(2 * k - 2);
             vecV[j] = fS7(u);
             vecV[j + 1] = ((prob.fZT - prob.fZ0) * fS5(u) + fRise * fBump(u)) / prob.fLZ;
         }
-        if (!spec.bTimeGiven) vecV[nVar - 1] = fTiGuess / prob.fTiFlightScale;
+        if (!hopspec.bTimeGiven) vecV[nVar - 1] = fTiGuess / prob.fTiFlightScale;
 
         // Continuation on the thrusters' floor. Where the thrust falls
         // towards zero the pitch needed to point it swings fast and the
@@ -657,7 +657,7 @@ DesignResult designHop(const HopSpec& spec) {
         result.szError = szBindingLimit(prob, br);
         return result;
     }
-    const double fMsAllowed = (1.0 - spec.fPropReserve) * prob.fMsCarried;
+    const double fMsAllowed = (1.0 - hopspec.fPropReserve) * prob.fMsCarried;
     result.fTiFlight = prob.fTiFlight(vecV.data());
     result.fMsProp = trial.fMsProp;
     // With no reserve asked for, the mass must still stay above the empty
@@ -666,7 +666,7 @@ DesignResult designHop(const HopSpec& spec) {
         const std::string szWhy = szFmt(
             "the propellant reserve binds: the least-propellant hop found burns %.4f kg, "
             "%.4f kg more than the %.4f kg that keep %.1f %% in reserve",
-            trial.fMsProp, trial.fMsProp - fMsAllowed, fMsAllowed, 100.0 * spec.fPropReserve);
+            trial.fMsProp, trial.fMsProp - fMsAllowed, fMsAllowed, 100.0 * hopspec.fPropReserve);
         result.szError = szNoHop(prob) + szWhy;
         return result;
     }
@@ -737,9 +737,9 @@ bool bWriteDesignedTraj1r(const char* szFile, const DesignResult& r, std::string
 }
 
 bool bRunDesignCommand(std::FILE* pfileOut, std::string* pszError) {
-    HopSpec spec;
-    if (!bHopSpecFmFile("hop.txt", &spec, pszError)) return false;
-    const DesignResult result = designHop(spec);
+    HopSpec hopspec;
+    if (!bHopSpecFmFile("hop.txt", &hopspec, pszError)) return false;
+    const DesignResult result = designHop(hopspec);
     if (!result.bOk) {
         *pszError = result.szError;
         return false;

@@ -71,10 +71,10 @@ struct DesignResult {
     double fSecTaken = 0.0;
 };
 
-// Designs the hop of spec. Needs the parameters (initParams). Never ends the
-// program and never writes a file; a spec the hop file would refuse is
+// Designs the hop that hopspec asks for. Needs the parameters (initParams). Never ends the
+// program and never writes a file; a request the hop file would refuse is
 // refused with a message too.
-DesignResult designHop(const HopSpec& spec);
+DesignResult designHop(const HopSpec& hopspec);
 
 // The DESIGN block, preceded and followed by "\n", in the style of the
 // SUMMARY.

@@ -70,7 +70,7 @@ const char* const aszName[nName] = {"target_x",           "time",      "thruster
 
 bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspec,
                     std::string* pszError) {
-    HopSpec spec;
+    HopSpec hopspec;
     Long aiLine[nName] = {0, 0, 0, 0, 0, 0};
     std::size_t iPos = 0;
     Long iLine = 0;
@@ -106,36 +106,36 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
                 double fXGnd = 0.0, fYGnd = 0.0, fZGnd = 0.0;
                 if (!bPtOnGndAtXY(&fXGnd, &fYGnd, &fZGnd, f, 0.0, &arPArPPtVtxPgnGnd))
                     return fail(szFmtError("target_x %g m is off the terrain", f));
-                spec.fXTarget = f;
+                hopspec.fXTarget = f;
                 break;
             }
             case Time:
                 if (!(f > 0.0)) return fail(szFmtError("time %g s is not positive", f));
-                spec.bTimeGiven = true;
-                spec.fTiFlight = f;
+                hopspec.bTimeGiven = true;
+                hopspec.fTiFlight = f;
                 break;
             case ThrusterMargin:
                 if (f < 0.0) return fail(szFmtError("thruster_margin %g is negative", f));
                 if (!(f < 1.0)) return fail(szFmtError("thruster_margin %g leaves no thrust", f));
-                spec.fThrusterMargin = f;
+                hopspec.fThrusterMargin = f;
                 break;
             case PropReserve:
                 if (f < 0.0) return fail(szFmtError("propellant_reserve %g is negative", f));
                 if (!(f < 1.0))
                     return fail(szFmtError("propellant_reserve %g leaves no propellant", f));
-                spec.fPropReserve = f;
+                hopspec.fPropReserve = f;
                 break;
             case Clearance:
                 if (f < 0.0) return fail(szFmtError("clearance %g m is negative", f));
                 if (f > 100.0) return fail(szFmtError("clearance %g m is above 100 m", f));
-                spec.fClearance = f;
+                hopspec.fClearance = f;
                 break;
             case Waypoints:
                 if (f != std::floor(f) || f < nWptInteriorMin || f > nWptInteriorMax)
                     return fail(szFmtError("waypoints %g is not a whole number from %ld to %ld", f,
                                            static_cast<long>(nWptInteriorMin),
                                            static_cast<long>(nWptInteriorMax)));
-                spec.nWptInterior = static_cast<Long>(f);
+                hopspec.nWptInterior = static_cast<Long>(f);
                 break;
             default:
                 break;
@@ -147,13 +147,13 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
     }
     // Take-off and touchdown each need a clearance's worth of room (the
     // clearance ramps up from both ends; see design/design.h).
-    if (std::fabs(spec.fXTarget - fXf0) <= 2.0 * spec.fClearance) {
+    if (std::fabs(hopspec.fXTarget - fXf0) <= 2.0 * hopspec.fClearance) {
         *pszError = szFmtError(
             "%s:%ld: target_x %g m is within twice the clearance (%g m) of the start (x = %g m)",
-            szName, static_cast<long>(aiLine[TargetX]), spec.fXTarget, 2.0 * spec.fClearance, fXf0);
+            szName, static_cast<long>(aiLine[TargetX]), hopspec.fXTarget, 2.0 * hopspec.fClearance, fXf0);
         return false;
     }
-    *pspec = spec;
+    *pspec = hopspec;
     return true;
 }
 

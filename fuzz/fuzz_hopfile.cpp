@@ -17,10 +17,10 @@ extern "C" int LLVMFuzzerInitialize(int*, char***) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSize) {
     writeFuzzFile("hop.txt", pData, nSize);
-    HopSpec spec;
+    HopSpec hopspec;
     std::string szError;
     try {
-        if (bHopSpecFmFile("hop.txt", &spec, &szError)) {
+        if (bHopSpecFmFile("hop.txt", &hopspec, &szError)) {
             if (!szError.empty()) std::abort();
         } else if (szError.rfind("hop.txt", 0) != 0 || szError.find('\n') != std::string::npos) {
             std::abort();

@@ -209,7 +209,7 @@ McRng mcRngForRun(std::uint64_t uRngSeed, Long iRun, int iParam) {
 
 McRng mcRngForSensor(std::uint64_t uRngSeed, Long iRun, Long iUpdate) {
     // The run's stream of a "parameter" numbered from a separate range,
-    // under a seed of its own, so no update shares a parameter's stream.
+    // under a stream key of its own, so no update shares a parameter's stream.
     const std::uint64_t uSeedSensor = uMix64(uRngSeed ^ 0x5E2503A1C3B7D9F1ULL);
     McRng rng = mcRngForRun(uSeedSensor, iRun, 0);
     rng.uState ^= uMix64(static_cast<std::uint64_t>(iUpdate) * 0xD1B54A32D192ED03ULL +

@@ -504,7 +504,7 @@ void flyCampaign(std::vector<McRunResult>* pvecRes, McSchedule const& sched,
     if (bStop) throw VtError(szStop);
 }
 
-py::dict dispersion(py::object source, py::object spec, py::object runs, py::object seed,
+py::dict dispersion(py::object source, py::object dispersionIn, py::object runs, py::object seedIn,
                     long nThreadIn, bool bGuided, py::object target, py::object guidance) {
     std::string szPlanName;
     std::shared_ptr<McSchedule> psched = pschedFm(source, &szPlanName);
@@ -515,13 +515,13 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
     McDispersion disp;
     std::string szErr;
     std::string szDispName;
-    if (bIsPath(spec)) {
-        szDispName = szPathOf(spec);
+    if (bIsPath(dispersionIn)) {
+        szDispName = szPathOf(dispersionIn);
         if (!bReadDispersionFile(&disp, szDispName.c_str(), &szErr)) throw VtError(szErr);
     } else {
         szDispName = "(dict)";
         std::string szText;
-        for (auto item : spec.cast<py::dict>()) {
+        for (auto item : dispersionIn.cast<py::dict>()) {
             szText += std::string(py::str(item.first));
             if (py::isinstance<py::tuple>(item.second) || py::isinstance<py::list>(item.second)) {
                 for (py::handle h : item.second) szText += " " + szNumber(h.cast<double>());
@@ -539,7 +539,7 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
         if (n < 1 || n > nMcRunMax) throw VtError("runs wants a number from 1 to 100000000");
         disp.nRun = static_cast<Long>(n);
     }
-    if (!seed.is_none()) disp.uRngSeed = seed.cast<std::uint64_t>();
+    if (!seedIn.is_none()) disp.uRngSeed = seedIn.cast<std::uint64_t>();
     McGuided* pmcguided = nullptr;
     if (pguided) {
         pmcguided = &pguided->mcguided;
@@ -619,7 +619,7 @@ py::dict dispersion(py::object source, py::object spec, py::object runs, py::obj
 
     py::dict s;
     s["runs"] = summ.nRun;
-    s["seed"] = disp.uRngSeed;
+    s["random_seed"] = disp.uRngSeed;
     s["target"] = py::make_tuple(fXfRef, fZfRef);
     s["rest_x_mean"] = summ.fXfRestMean;
     s["rest_x_sd"] = summ.fXfRestSd;
@@ -677,13 +677,13 @@ py::list design(double fXTarget, py::kwargs options) {
                                                         : szNumber(item.second.cast<double>());
         szText += "\n";
     }
-    HopSpec spec;
+    HopSpec hopspec;
     std::string szErr;
-    if (!bHopSpecFmText("(options)", szText, &spec, &szErr)) throw VtError(szErr);
+    if (!bHopSpecFmText("(options)", szText, &hopspec, &szErr)) throw VtError(szErr);
     DesignResult result;
     guarded([&] {
         py::gil_scoped_release release;
-        result = designHop(spec);
+        result = designHop(hopspec);
     });
     if (!result.bOk) throw VtError(result.szError);
     py::list lst;
@@ -816,10 +816,10 @@ PYBIND11_MODULE(vantorell, m) {
           "Flies a landing-dispersion campaign as vantorell-mc does, with the same\n"
           "numbers. spec: a dispersion file path, or a dict of name -> deviation or\n"
           "(deviation, lower, upper) (and optionally 'runs', 'rng_seed'). runs and\n"
-          "seed override the spec's. threads=0 uses every core. target=(x, z)\n"
+          "seed override the dispersion's. threads=0 uses every core. target=(x, z)\n"
           "measures misses from there instead of the undispersed flight's rest point.\n"
           "guided=True flies every run guided (as vantorell-mc --guided; guidance as\n"
-          "for fly), with the sensor noises of the spec.\n"
+          "for fly), with the sensor noises of the dispersion.\n"
           "Returns the columns of mc_runs.csv as arrays (touchdown columns NaN\n"
           "without a touchdown) and 'summary': the figures and the text of\n"
           "mc_summary.txt. Releases the interpreter lock while flying.");

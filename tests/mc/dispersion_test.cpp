@@ -35,7 +35,7 @@ TEST(DispersionFile, ReadsEveryParameterWithCommentsAndBounds) {
         EXPECT_EQ(disp.arPert[j].bBounded, j == 0 || j == 3 || j == 8) << szMcParamName(j);
     }
     EXPECT_EQ(disp.arPert[mcParamThrustScale].fLo * 2 + disp.arPert[mcParamThrustScale].fHi, -0.03);
-    // Nothing given: 1000 runs from seed 1, nothing perturbed.
+    // Nothing given: 1000 runs, random seed 1, nothing perturbed.
     ASSERT_EQ(szParseError("# nothing\n\n   \n", &disp), "");
     EXPECT_EQ(disp.nRun * 10 + disp.uRngSeed, 10001u);
     for (int j = 0; j < nMcParam; j++) EXPECT_EQ(disp.arPert[j].fSd + disp.arPert[j].bBounded, 0);

@@ -117,22 +117,22 @@ TEST_F(PlanStateTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
          "hop.txt:1: target_x 0.8 m is within twice the clearance (1 m) of the start (x = 0 m)"},
         {"target_x 20\n\x01\xff 3\n", "hop.txt:2: unknown name '?" "?'"},
     };
-    HopSpec spec;
+    HopSpec hopspec;
     std::string szError;
     for (auto const& bad : abad) {
         writeFile("hop.txt", bad.szText);
-        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &spec, &szError)) << bad.szText;
+        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &hopspec, &szError)) << bad.szText;
         EXPECT_EQ(szError, bad.szError);
     }
-    EXPECT_FALSE(bHopSpecFmFile("none.txt", &spec, &szError));
+    EXPECT_FALSE(bHopSpecFmFile("none.txt", &hopspec, &szError));
     EXPECT_EQ(szError, "none.txt: can't open: No such file or directory");
     writeFile("hop.txt",
               "# a hop\n\n  target_x\t-12.5   # behind the pad\ntime 4\r\nthruster_margin 0.2\n"
               "propellant_reserve 0\nclearance 1.5\nwaypoints 7");
-    ASSERT_TRUE(bHopSpecFmFile("hop.txt", &spec, &szError)) << szError;
-    EXPECT_EQ(std::vector<double>({spec.fXTarget, double(spec.bTimeGiven), spec.fTiFlight,
-                                   spec.fThrusterMargin, spec.fPropReserve, spec.fClearance,
-                                   double(spec.nWptInterior)}),
+    ASSERT_TRUE(bHopSpecFmFile("hop.txt", &hopspec, &szError)) << szError;
+    EXPECT_EQ(std::vector<double>({hopspec.fXTarget, double(hopspec.bTimeGiven), hopspec.fTiFlight,
+                                   hopspec.fThrusterMargin, hopspec.fPropReserve, hopspec.fClearance,
+                                   double(hopspec.nWptInterior)}),
               std::vector<double>({-12.5, 1, 4, 0.2, 0, 1.5, 7}));
 }
 
@@ -140,10 +140,10 @@ TEST_F(PlanStateTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
 // file gives the design's propellant to the last bit, within the limits,
 // and less than the hand-made hop to the same point.
 TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
-    HopSpec spec;
+    HopSpec hopspec;
     std::string szError;
-    ASSERT_TRUE(bHopSpecFmFile(VT_EXAMPLES "/designed/hop.txt", &spec, &szError));
-    const DesignResult r = designHop(spec);
+    ASSERT_TRUE(bHopSpecFmFile(VT_EXAMPLES "/designed/hop.txt", &hopspec, &szError));
+    const DesignResult r = designHop(hopspec);
     ASSERT_TRUE(r.bOk) << r.szError;
     EXPECT_FALSE(bPlanExists());  // the design leaves the program's plan alone
     ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
@@ -151,8 +151,8 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     EXPECT_EQ(std::vector<double>({fMsProp, fFThrusterMin, fFThrusterMax}),
               std::vector<double>({r.fMsProp, r.fFThrusterMin, r.fFThrusterMax}));
     EXPECT_GE(fFThrusterMin, 0.0);
-    EXPECT_LE(fFThrusterMax, (1.0 - spec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
-    EXPECT_LE(fMsProp, (1.0 - spec.fPropReserve) * (fMsGTO - fMsEmpty));
+    EXPECT_LE(fFThrusterMax, (1.0 - hopspec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
+    EXPECT_LE(fMsProp, (1.0 - hopspec.fPropReserve) * (fMsGTO - fMsEmpty));
     EXPECT_EQ(std::vector<double>({(*pvdfT)[pvdfT->hi], (*pvdfAt(paPVdfX, paPVdfX->hi()))[1]}),
               std::vector<double>({r.fTiFlight, 28.5}));
     const double fMsPropDesigned = fMsProp;
@@ -162,16 +162,16 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
 
 // Out of reach: the message names the limit that binds, and by how much.
 TEST_F(PlanStateTest, UnreachableTargetsNameTheBindingLimit) {
-    HopSpec spec;
-    spec.fXTarget = 45.0;
-    DesignResult r = designHop(spec);
+    HopSpec hopspec;
+    hopspec.fXTarget = 45.0;
+    DesignResult r = designHop(hopspec);
     EXPECT_FALSE(r.bOk);
     EXPECT_EQ(r.szError.rfind("no hop to x = 45.0000 m within the limits: the propellant reserve "
                               "binds: the least-propellant hop found burns ", 0), 0u) << r.szError;
     EXPECT_NE(r.szError.find("more than the 4.5000 kg that keep 10.0 % in reserve"),
               std::string::npos);
-    spec.fXTarget = 28.5, spec.bTimeGiven = true, spec.fTiFlight = 2.0;
-    r = designHop(spec);
+    hopspec.fXTarget = 28.5, hopspec.bTimeGiven = true, hopspec.fTiFlight = 2.0;
+    r = designHop(hopspec);
     EXPECT_FALSE(r.bOk);
     // 4 d / T^2 = 28.5 m/s^2 against 3 x 419.3333 N / 95 kg = 13.2421 m/s^2.
     EXPECT_EQ(r.szError,

@@ -122,10 +122,10 @@ def test_dispersion_equals_the_dispersion_program(guided, tmp_path, monkeypatch)
     names = [name[:-4] for name in result if name.endswith("_dev")]
     run = vantorell.fly("fltplan.txt", perturb={n: result[n + "_dev"][k] for n in names})
     assert (run.x[-1], run.z[-1]) == (result["rest_x"][k], result["rest_z"][k])
-    # A dict spec is parsed as the file is; one thread gives the same numbers.
-    spec = {"thrust_scale": (0.005, -0.015, 0.015), "moment_bias": 0.1, "rng_seed": 20240601}
-    one = vantorell.dispersion("fltplan.txt", spec, runs=40, threads=1)
-    two = vantorell.dispersion("fltplan.txt", spec, runs=40, threads=2)
+    # A dict of deviations is parsed as the file is; one thread gives the same numbers.
+    deviations = {"thrust_scale": (0.005, -0.015, 0.015), "moment_bias": 0.1, "rng_seed": 20240601}
+    one = vantorell.dispersion("fltplan.txt", deviations, runs=40, threads=1)
+    two = vantorell.dispersion("fltplan.txt", deviations, runs=40, threads=2)
     assert csv_rows(one) == csv_rows(two)
 
 
