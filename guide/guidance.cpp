@@ -607,22 +607,10 @@ bool bFlyGuidedScheduleFile(const char* szFltplan, const char* szGuidance,
                             std::string* pszErr, SimReport* preport) {
     GuidanceSettings gs;
     if (!bReadGuidanceFile(&gs, szGuidance, pszErr)) return false;
-    struct FileCloser {
-        void operator()(std::FILE* pfile) const { std::fclose(pfile); }
-    };
-    std::unique_ptr<std::FILE, FileCloser> pfile(std::fopen(szFltplan, "r"));
-    if (pfile == nullptr) {
-        char szMsg[400];
-        std::snprintf(szMsg, sizeof szMsg, "can't open flight plan %s", szFltplan);
-        for (char* pch = szMsg; *pch != '\0'; pch++)
-            if (*pch == '%') *pch = '?';  // the message is used as a format
-        fatalErrorSzMsg(szMsg);
-    }
     A1Val<double> arFTiCmd(0);
     A1Val<double> arFFcThrustCmd(0);
     A1Val<double> arFMmPitchCmd(0);
-    readCmdsFromPFILE(&arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd, pfile.get(), szFltplan);
-    pfile.reset();
+    readScheduleFile(szFltplan, &arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd);
 
     const FlightSettings fs;
     const GuidanceRef ref(arFTiCmd, arFFcThrustCmd, arFMmPitchCmd, vehicle, planet, stvehicle3dof0,

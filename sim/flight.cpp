@@ -23,10 +23,8 @@ void flyModel(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFM
         fs.fTolIntg, preport);
 }
 
-void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
-                     A1Val<void*>* parPStvehicle, SimReport* preport) {
-    // 1. The schedule, into arrays of our own; the file is closed before
-    // the flight.
+void readScheduleFile(const char* szFltplan, A1Val<double>* parFTiCmd,
+                      A1Val<double>* parFFcThrustCmd, A1Val<double>* parFMmPitchCmd) {
     // Closed on every way out: the robustness builds turn a fatal error in
     // the reader into an exception.
     struct FileCloser {
@@ -40,11 +38,17 @@ void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
             if (*pch == '%') *pch = '?';  // the message is used as a format
         fatalErrorSzMsg(szMsg);
     }
+    readCmdsFromPFILE(parFTiCmd, parFFcThrustCmd, parFMmPitchCmd, pfile.get(), szFltplan);
+}
+
+void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
+                     A1Val<void*>* parPStvehicle, SimReport* preport) {
+    // 1. The schedule, into arrays of our own; the file is closed before
+    // the flight.
     A1Val<double> arFTiCmd(0);
     A1Val<double> arFFcThrustCmd(0);
     A1Val<double> arFMmPitchCmd(0);
-    readCmdsFromPFILE(&arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd, pfile.get(), szFltplan);
-    pfile.reset();
+    readScheduleFile(szFltplan, &arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd);
 
     // 2. The model over the program's planet and vehicle, and the flight
     // from the initial state.

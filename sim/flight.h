@@ -27,6 +27,13 @@ void flyModel(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFM
               Stvehicle3dof const& st0, FlightSettings const& fs = FlightSettings(),
               SimReport* preport = nullptr);
 
+// Reads the schedule in szFltplan into the three arrays (re-sized to
+// 1..nCmd) and closes the file again. A file that cannot be opened is a fatal
+// error naming it ("can't open flight plan NAME"); a malformed schedule ends
+// as readCmdsFromPFILE describes.
+void readScheduleFile(const char* szFltplan, A1Val<double>* parFTiCmd,
+                      A1Val<double>* parFFcThrustCmd, A1Val<double>* parFMmPitchCmd);
+
 // Reads the schedule from szFltplan (closed again before the flight starts)
 // and flies it with the default FlightSettings from stvehicle3dof0. The saved times and records go to *parFTiData and
 // *parPStvehicle (1..nData); the caller owns the records and should release
