@@ -69,12 +69,19 @@ A1Val<T>::A1Val(Long iFirst, Long iLast)
     obtainBlock();
 }
 
+// Element by element over the count: an index loop "i <= _iLast" would step
+// past INT32_MAX when the range ends there.
+template <class T>
+void A1Val<T>::copyElements(A1Val<T> const& a) {
+    for (Long k = 0; k < _iN; k++) _pel0[_iFirst + k] = a._pel0[a._iFirst + k];
+}
+
 template <class T>
 A1Val<T>::A1Val(A1Val<T> const& a)
     : _iFirst(a._iFirst), _iLast(a._iLast), _iN(a._iN), _pel0(nullptr) {
     VT_ASSERT(_iN >= 0);
     obtainBlock();
-    for (Long i = _iFirst; i <= _iLast; i++) _pel0[i] = a._pel0[i];
+    copyElements(a);
 }
 
 template <class T>
@@ -100,7 +107,7 @@ A1Val<T>& A1Val<T>::operator=(A1Val<T> const& a) {
         _iN = a._iN;
         obtainBlock();
     }
-    for (Long i = _iFirst; i <= _iLast; i++) _pel0[i] = a._pel0[i];
+    copyElements(a);
     return *this;
 }
 

@@ -34,6 +34,7 @@ public:
 
     void reconstructIN(Long n);
     void reconstructIFirstILast(Long iFirst, Long iLast);
+    void copyElements(A1Val<T> const& a);  // same count: copies a's elements by position
 
     Long iFirst() const { return _iFirst; }
     Long iLast() const { return _iLast; }
