@@ -13,7 +13,7 @@
 #include "geom/geom3c.h"
 #include "numerics/odeintfx.h"
 
-thread_local double fPitchGndAtLandingSite = 0.0;
+thread_local constinit double fPitchGndAtLandingSite = 0.0;
 
 A1Val<double> arFTiData(0);
 A1Val<void*> arPStvehicle(0);

@@ -55,7 +55,9 @@ X4h xgmFFmB_Fm_PStvehicle3dof(Stvehicle3dof* pstvehicle3dof);
 // Ground slope angle (rad) at the point of the first touchdown of a run.
 // One per thread, so that flights may run on several threads; within a run
 // it is always written at the first ground contact before it is read.
-extern thread_local double fPitchGndAtLandingSite;
+// constinit: initialised without code, so other files reach it directly
+// rather than through a thread-local initialisation wrapper.
+extern thread_local constinit double fPitchGndAtLandingSite;
 
 class ArFFnFArFModel;
 
