@@ -10,6 +10,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "core/format.h"
 #include "plan/planstate.h"
 #include "plan/wptfpln.h"
 #include "sim/fltsim.h"
@@ -20,16 +21,6 @@ namespace {
 
 Stvehicle3dof& stStored(A1Val<void*>& arPStvehicle, Long i) {
     return *static_cast<Stvehicle3dof*>(arPStvehicle[i]);
-}
-
-std::string szFmt(const char* szFormat, ...) __attribute__((format(printf, 1, 2)));
-std::string szFmt(const char* szFormat, ...) {
-    char szBuf[512];
-    va_list args;
-    va_start(args, szFormat);
-    std::vsnprintf(szBuf, sizeof szBuf, szFormat, args);
-    va_end(args);
-    return szBuf;
 }
 
 PlotCurve curveNew(PlotQty qty, PlotSource source, const char* szLegend, Long nPt) {

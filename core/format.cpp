@@ -2,6 +2,7 @@
 #include "core/format.h"
 
 #include <cctype>
+#include <cstdarg>
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -337,4 +338,13 @@ char* szILinePFILE(char* sz, Long iLine, Long nChSz, std::FILE* pfile) {
 void skipINLinePFILE(Long iNLine, std::FILE* pfile) {
     VT_ASSERT(iNLine > 0);
     for (Long i = 0; i < iNLine; i++) skipLineInPFILE(pfile);
+}
+
+std::string szFmt(const char* szFormat, ...) {
+    char szBuf[512];
+    va_list args;
+    va_start(args, szFormat);
+    std::vsnprintf(szBuf, sizeof szBuf, szFormat, args);
+    va_end(args);
+    return szBuf;
 }

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <ctime>
+#include <string>
 
 #include "core/str.h"
 #include "core/types.h"
@@ -110,3 +111,6 @@ void skipLineInPFILE(std::FILE* pfile);
 char* szILinePFILE(char* sz, Long iLine, Long nChSz, std::FILE* pfile);
 // Skips iNLine lines. Assertion "iNLine > 0".
 void skipINLinePFILE(Long iNLine, std::FILE* pfile);
+
+// printf into a std::string, for one-line messages (cut at 511 characters).
+std::string szFmt(const char* szFormat, ...) __attribute__((format(printf, 1, 2)));

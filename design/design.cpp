@@ -12,22 +12,13 @@
 #include <cstring>
 #include <memory>
 
+#include "core/format.h"
 #include "plan/thrusters.h"
 #include "plan/wptfpln.h"
 #include "sim/ground.h"
 #include "sim/params.h"
 
 namespace {
-
-std::string szFmt(const char* szFormat, ...) __attribute__((format(printf, 1, 2)));
-std::string szFmt(const char* szFormat, ...) {
-    char szBuf[512];
-    va_list args;
-    va_start(args, szFormat);
-    std::vsnprintf(szBuf, sizeof szBuf, szFormat, args);
-    va_end(args);
-    return szBuf;
-}
 
 struct PaPVdfDeleter {
     void operator()(A<unsigned char*>* pa) const { deletePaPVdf(pa); }

@@ -9,21 +9,11 @@
 #include <cstring>
 #include <vector>
 
+#include "core/format.h"
 #include "sim/ground.h"
 #include "sim/params.h"
 
 namespace {
-
-// One line of text for a message, with the number and name in it.
-std::string szFmtError(const char* szFormat, ...) __attribute__((format(printf, 1, 2)));
-std::string szFmtError(const char* szFormat, ...) {
-    char szBuf[512];
-    va_list args;
-    va_start(args, szFormat);
-    std::vsnprintf(szBuf, sizeof szBuf, szFormat, args);
-    va_end(args);
-    return szBuf;
-}
 
 // A token quoted for a message: at most 40 characters, anything that is not
 // printable shown as '?', so that a damaged file cannot break the line.
@@ -85,17 +75,17 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
         const std::vector<std::string> vecTok = vecSzToken(szLine);
         if (vecTok.empty()) continue;
         auto fail = [&](const std::string& szWhat) {
-            *pszError = szFmtError("%s:%ld: %s", szName, static_cast<long>(iLine), szWhat.c_str());
+            *pszError = szFmt("%s:%ld: %s", szName, static_cast<long>(iLine), szWhat.c_str());
             return false;
         };
         int iName = 0;
         while (iName < nName && vecTok[0] != aszName[iName]) iName++;
         if (iName == nName) return fail("unknown name " + szQuoted(vecTok[0]));
         if (vecTok.size() != 2)
-            return fail(szFmtError("expected '%s VALUE', found %zu word%s", aszName[iName],
+            return fail(szFmt("expected '%s VALUE', found %zu word%s", aszName[iName],
                                    vecTok.size(), vecTok.size() == 1 ? "" : "s"));
         if (aiLine[iName] != 0)
-            return fail(szFmtError("%s given again (first on line %ld)", aszName[iName],
+            return fail(szFmt("%s given again (first on line %ld)", aszName[iName],
                                    static_cast<long>(aiLine[iName])));
         aiLine[iName] = iLine;
         double f = 0.0;
@@ -105,34 +95,34 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
             case TargetX: {
                 double fXGnd = 0.0, fYGnd = 0.0, fZGnd = 0.0;
                 if (!bPtOnGndAtXY(&fXGnd, &fYGnd, &fZGnd, f, 0.0, &arPArPPtVtxPgnGnd))
-                    return fail(szFmtError("target_x %g m is off the terrain", f));
+                    return fail(szFmt("target_x %g m is off the terrain", f));
                 hopspec.fXTarget = f;
                 break;
             }
             case Time:
-                if (!(f > 0.0)) return fail(szFmtError("time %g s is not positive", f));
+                if (!(f > 0.0)) return fail(szFmt("time %g s is not positive", f));
                 hopspec.bTimeGiven = true;
                 hopspec.fTiFlight = f;
                 break;
             case ThrusterMargin:
-                if (f < 0.0) return fail(szFmtError("thruster_margin %g is negative", f));
-                if (!(f < 1.0)) return fail(szFmtError("thruster_margin %g leaves no thrust", f));
+                if (f < 0.0) return fail(szFmt("thruster_margin %g is negative", f));
+                if (!(f < 1.0)) return fail(szFmt("thruster_margin %g leaves no thrust", f));
                 hopspec.fThrusterMargin = f;
                 break;
             case PropReserve:
-                if (f < 0.0) return fail(szFmtError("propellant_reserve %g is negative", f));
+                if (f < 0.0) return fail(szFmt("propellant_reserve %g is negative", f));
                 if (!(f < 1.0))
-                    return fail(szFmtError("propellant_reserve %g leaves no propellant", f));
+                    return fail(szFmt("propellant_reserve %g leaves no propellant", f));
                 hopspec.fPropReserve = f;
                 break;
             case Clearance:
-                if (f < 0.0) return fail(szFmtError("clearance %g m is negative", f));
-                if (f > 100.0) return fail(szFmtError("clearance %g m is above 100 m", f));
+                if (f < 0.0) return fail(szFmt("clearance %g m is negative", f));
+                if (f > 100.0) return fail(szFmt("clearance %g m is above 100 m", f));
                 hopspec.fClearance = f;
                 break;
             case Waypoints:
                 if (f != std::floor(f) || f < nWptInteriorMin || f > nWptInteriorMax)
-                    return fail(szFmtError("waypoints %g is not a whole number from %ld to %ld", f,
+                    return fail(szFmt("waypoints %g is not a whole number from %ld to %ld", f,
                                            static_cast<long>(nWptInteriorMin),
                                            static_cast<long>(nWptInteriorMax)));
                 hopspec.nWptInterior = static_cast<Long>(f);
@@ -142,13 +132,13 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
         }
     }
     if (aiLine[TargetX] == 0) {
-        *pszError = szFmtError("%s: target_x is missing", szName);
+        *pszError = szFmt("%s: target_x is missing", szName);
         return false;
     }
     // Take-off and touchdown each need a clearance's worth of room (the
     // clearance ramps up from both ends; see design/design.h).
     if (std::fabs(hopspec.fXTarget - fXf0) <= 2.0 * hopspec.fClearance) {
-        *pszError = szFmtError(
+        *pszError = szFmt(
             "%s:%ld: target_x %g m is within twice the clearance (%g m) of the start (x = %g m)",
             szName, static_cast<long>(aiLine[TargetX]), hopspec.fXTarget, 2.0 * hopspec.fClearance, fXf0);
         return false;
@@ -160,7 +150,7 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
 bool bHopSpecFmFile(const char* szFile, HopSpec* pspec, std::string* pszError) {
     std::FILE* pfile = std::fopen(szFile, "rb");
     if (pfile == nullptr) {
-        *pszError = szFmtError("%s: can't open: %s", szFile, std::strerror(errno));
+        *pszError = szFmt("%s: can't open: %s", szFile, std::strerror(errno));
         return false;
     }
     // A hop file is a few lines; anything past 64 KiB is not one.
@@ -175,11 +165,11 @@ bool bHopSpecFmFile(const char* szFile, HopSpec* pspec, std::string* pszError) {
     const bool bReadError = std::ferror(pfile) != 0;
     std::fclose(pfile);
     if (bReadError) {
-        *pszError = szFmtError("%s: read error", szFile);
+        *pszError = szFmt("%s: read error", szFile);
         return false;
     }
     if (szText.size() > nChMax) {
-        *pszError = szFmtError("%s: longer than %zu bytes", szFile, nChMax);
+        *pszError = szFmt("%s: longer than %zu bytes", szFile, nChMax);
         return false;
     }
     return bHopSpecFmText(szFile, szText, pspec, pszError);
