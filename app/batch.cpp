@@ -10,8 +10,6 @@
 #include "app/plotdata.h"
 #include "app/scene.h"
 #include "core/logerror.h"
-#include "plan/planstate.h"
-#include "sim/params.h"
 
 namespace {
 
@@ -19,7 +17,7 @@ namespace {
 // repaints are not needed, the capture renders offscreen.
 class BatchHost final : public CmdHost {
 public:
-    explicit BatchHost(const BatchOptions& options) : options(options) {}
+    BatchHost(Workbench& wb, const BatchOptions& options) : wb(wb), options(options) {}
 
     void showMessage(MsgOwner, const char* szText) override {
         std::fprintf(stderr, "Vantorell: %s\n", szText);
@@ -34,7 +32,7 @@ public:
             duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
     }
     void capturePane(const char* szFile) override {
-        if (!bCaptureSceneOffscreen(szFile, options.iPxDX, options.iPxDY)) {
+        if (!bCaptureSceneOffscreen(wb, szFile, options.iPxDX, options.iPxDY)) {
             std::fprintf(stderr, "Vantorell: no OpenGL rendering available; %s not written\n",
                          szFile);
             bMessage = true;
@@ -44,6 +42,7 @@ public:
     bool bMessage = false;
 
 private:
+    Workbench& wb;
     const BatchOptions& options;
 };
 
@@ -52,25 +51,25 @@ bool bKnownKey(char ch) { return ch != '\0' && std::strchr("pPsSgGrRiIlLfFcCd", 
 // The limits the plan just made breaks, one line each. They are warnings: a
 // plan beyond the vehicle is still written and may be flown to see how it
 // fails.
-void printPlanWarnings() {
-    for (const PlanViolation& violation : vecPlanViolationFmProgram())
+void printPlanWarnings(Workbench& wb) {
+    for (const PlanViolation& violation : vecPlanViolationFmWorkbench(wb))
         std::fprintf(stderr, "Vantorell: warning: %s\n", szPlanViolation(violation).c_str());
 }
 
 // "plan.csv" and "run.csv", each when there is one. False after a message.
-bool bExportCsv() {
-    const bool bPlan = bPlanExists();
-    const bool bRun = arFTiData.n() > 0;
+bool bExportCsv(Workbench& wb) {
+    const bool bPlan = wb.plan.bPlanExists();
+    const bool bRun = wb.run.arFTiData.n() > 0;
     if (!bPlan && !bRun) {
         std::fputs("Vantorell: --csv: no plan and no run to write\n", stderr);
         return false;
     }
     bool bOk = true;
-    if (bPlan && !bWritePlanCsvFmProgram("plan.csv")) {
+    if (bPlan && !bWritePlanCsvFmWorkbench(wb, "plan.csv")) {
         std::fprintf(stderr, "Vantorell: cannot write plan.csv: %s\n", std::strerror(errno));
         bOk = false;
     }
-    if (bRun && !bWriteRunCsvFmProgram("run.csv")) {
+    if (bRun && !bWriteRunCsvFmWorkbench(wb, "run.csv")) {
         std::fprintf(stderr, "Vantorell: cannot write run.csv: %s\n", std::strerror(errno));
         bOk = false;
     }
@@ -78,8 +77,8 @@ bool bExportCsv() {
 }
 
 // The charts as PNG files. False after a message.
-bool bExportPlots(const BatchOptions& options) {
-    const PlotData data = plotDataFmProgram();
+bool bExportPlots(Workbench& wb, const BatchOptions& options) {
+    const PlotData data = plotDataFmWorkbench(wb);
     if (data.vecCurvePlan.empty() && data.vecCurveRun.empty()) {
         std::fputs("Vantorell: --plots: no plan and no run to plot\n", stderr);
         return false;
@@ -104,22 +103,22 @@ int runBatch(const char* szKeys, const BatchOptions& options) {
         }
     }
     openLogFile();
-    initParams();
-    BatchHost host(options);
+    Workbench wb;
+    BatchHost host(wb, options);
     for (const char* pch = szKeys; *pch != '\0'; pch++) {
         const char ch = *pch;
-        if ((ch == 'r' || ch == 'R') && bPath) {
+        if ((ch == 'r' || ch == 'R') && wb.bPath) {
             // A replay runs on the window's clock; there is none here.
             std::fputs("Vantorell: r: the replay needs the window; skipped\n", stderr);
             continue;
         }
-        bRunKeyCommand(ch, host);
+        bRunKeyCommand(wb, ch, host);
         std::fflush(stdout);
-        if ((ch == 'p' || ch == 'P') && bPlanExists()) printPlanWarnings();
+        if ((ch == 'p' || ch == 'P') && wb.plan.bPlanExists()) printPlanWarnings(wb);
     }
-    if (options.bCsv && !bExportCsv()) host.bMessage = true;
-    if (options.bPlots && !bExportPlots(options)) host.bMessage = true;
-    releaseCommandState();
+    if (options.bCsv && !bExportCsv(wb)) host.bMessage = true;
+    if (options.bPlots && !bExportPlots(wb, options)) host.bMessage = true;
+    releaseCommandState(wb);
     closeLogFile();
     return host.bMessage ? 3 : 0;
 }

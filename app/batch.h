@@ -18,8 +18,9 @@ struct BatchOptions {
     std::function<bool(const PlotData&)> fnWritePlots;
 };
 
-// Opens the log, sets the parameters, runs every key of szKeys through the
-// same command code as the window, closes the log. Returns the exit status:
+// Opens the log, makes a workbench (the built-in parameters), runs every key
+// of szKeys on it through the same command code as the window, closes the
+// log. Returns the exit status:
 // 0 when every command ran, 3 when one ended with a message (the chain goes
 // on). A fatal error ends the process with status 1 from inside a command.
 //

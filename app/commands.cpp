@@ -11,51 +11,41 @@
 #include "guide/guidance.h"
 #include "sim/params.h"
 
-bool bPath = false;
-bool bDisplayState = true;
-bool bDisplayPath = false;
-bool bDisplayRunPath = false;
-double fSDisplay = 0.025;
-double fSTiSim = 0.0;
-double fSTiReplay0 = 0.0;
-Stvehicle3dof stvehicle3dof;
-// Which law flew the stored run: s flies fltplan.txt open loop and clears
-// it; a guided flight (g) sets it. The window says which run it shows.
-bool bFlightGuided = false;
-
 namespace {
 
-int iMsReplayTimer() { return static_cast<int>(1000.0 * fSDisplay); }
+int iMsReplayTimer(Workbench const& wb) { return static_cast<int>(1000.0 * wb.fSDisplay); }
 
-Stvehicle3dof* pstStored(Long i) { return static_cast<Stvehicle3dof*>(arPStvehicle[i]); }
+Stvehicle3dof* pstStored(Workbench& wb, Long i) {
+    return static_cast<Stvehicle3dof*>(wb.run.arPStvehicle[i]);
+}
 
 // p: fit the waypoints, analyse the path, print the SUMMARY, write the plan.
-void cmdPlan(CmdHost& host) {
-    if (!bRunPlanCommand(stdout)) host.showMessage(MsgOwner::Top, "couldn't solve");
+void cmdPlan(Workbench& wb, CmdHost& host) {
+    if (!wb.plan.bRunPlanCommand(wb.scenario, stdout)) host.showMessage(MsgOwner::Top, "couldn't solve");
 }
 
 // d: design a hop from "hop.txt" into "traj1r.txt" and print the DESIGN
 // block. A bad hop file, or a target out of reach, is a message; the
 // waypoint file is then left as it was.
-void cmdDesign(CmdHost& host) {
+void cmdDesign(Workbench& wb, CmdHost& host) {
     std::string szError;
-    if (!bRunDesignCommand(stdout, &szError)) host.showMessage(MsgOwner::Top, szError.c_str());
+    if (!bRunDesignCommand(wb.scenario, stdout, &szError)) host.showMessage(MsgOwner::Top, szError.c_str());
 }
 
 // s: fly the schedule in fltplan.txt for 30 s and write results.txt.
-void cmdSimulate(CmdHost& host) {
-    fSTiSim = 0.0;
-    stvehicle3dof = stvehicle3dof0;
+void cmdSimulate(Workbench& wb, CmdHost& host) {
+    wb.fSTiSim = 0.0;
+    wb.stvehicle3dof = wb.scenario.stvehicle3dof0;
     // The previous run's records are released before the new run replaces
     // them; a replay still running reads the new run on its next tick.
-    deleteStoredRun(&arFTiData, &arPStvehicle);
-    flyScheduleFile("fltplan.txt", &arFTiData, &arPStvehicle);
-    writeResultsTxt("results.txt", arFTiData, arPStvehicle);
-    bFlightGuided = false;
-    bPath = true;
-    bDisplayRunPath = false;
-    bDisplayState = false;
-    bDisplayPath = true;
+    deleteStoredRun(&wb.run.arFTiData, &wb.run.arPStvehicle);
+    flyScheduleFile(wb.scenario, "fltplan.txt", &wb.run.arFTiData, &wb.run.arPStvehicle);
+    writeResultsTxt("results.txt", wb.run.arFTiData, wb.run.arPStvehicle);
+    wb.bFlightGuided = false;
+    wb.bPath = true;
+    wb.bDisplayRunPath = false;
+    wb.bDisplayState = false;
+    wb.bDisplayPath = true;
     host.invalidate();
 }
 
@@ -78,139 +68,139 @@ void printGuidedReport(std::FILE* pfile, SimReport const& report, double fTiLast
 
 // g: fly fltplan.txt guided (the settings of guidance.txt) and write
 // results.txt. A bad guidance.txt is a message, and nothing is flown.
-void cmdGuidedSimulate(CmdHost& host) {
+void cmdGuidedSimulate(Workbench& wb, CmdHost& host) {
     GuidanceSettings gs;
     std::string szErr;
     if (!bReadGuidanceFile(&gs, "guidance.txt", &szErr)) {
         host.showMessage(MsgOwner::Program, szErr.c_str());
         return;
     }
-    fSTiSim = 0.0;
-    stvehicle3dof = stvehicle3dof0;
-    deleteStoredRun(&arFTiData, &arPStvehicle);
+    wb.fSTiSim = 0.0;
+    wb.stvehicle3dof = wb.scenario.stvehicle3dof0;
+    deleteStoredRun(&wb.run.arFTiData, &wb.run.arPStvehicle);
     SimReport report;
-    if (!bFlyGuidedScheduleFile("fltplan.txt", "guidance.txt", &arFTiData, &arPStvehicle, &szErr,
+    if (!bFlyGuidedScheduleFile(wb.scenario, "fltplan.txt", "guidance.txt", &wb.run.arFTiData, &wb.run.arPStvehicle, &szErr,
                                 &report)) {
         // guidance.txt changed under us: no run.
-        bPath = false;
+        wb.bPath = false;
         host.showMessage(MsgOwner::Program, szErr.c_str());
         return;
     }
-    writeResultsTxt("results.txt", arFTiData, arPStvehicle);
-    printGuidedReport(stdout, report, arFTiData[arFTiData.iLast()]);
-    bFlightGuided = true;
-    bPath = true;
-    bDisplayRunPath = false;
-    bDisplayState = false;
-    bDisplayPath = true;
+    writeResultsTxt("results.txt", wb.run.arFTiData, wb.run.arPStvehicle);
+    printGuidedReport(stdout, report, wb.run.arFTiData[wb.run.arFTiData.iLast()]);
+    wb.bFlightGuided = true;
+    wb.bPath = true;
+    wb.bDisplayRunPath = false;
+    wb.bDisplayState = false;
+    wb.bDisplayPath = true;
     host.invalidate();
 }
 
 // r: start or stop the real-time replay.
-void cmdReplayToggle(CmdHost& host) {
-    if (!bPath) {
+void cmdReplayToggle(Workbench& wb, CmdHost& host) {
+    if (!wb.bPath) {
         host.showMessage(MsgOwner::Program, "No sim to run!  's' first");
         return;
     }
-    if (bDisplayRunPath) {
+    if (wb.bDisplayRunPath) {
         host.stopReplayTimer();
-        bDisplayState = false;
-        bDisplayRunPath = false;
-        bDisplayPath = true;
+        wb.bDisplayState = false;
+        wb.bDisplayRunPath = false;
+        wb.bDisplayPath = true;
         host.invalidate();
         return;
     }
-    fSTiReplay0 = host.fMsTickCount() * 0.001;
-    bDisplayPath = false;
-    bDisplayState = false;
-    bDisplayRunPath = true;
+    wb.fSTiReplay0 = host.fMsTickCount() * 0.001;
+    wb.bDisplayPath = false;
+    wb.bDisplayState = false;
+    wb.bDisplayRunPath = true;
     host.invalidate();
-    host.startReplayTimer(iMsReplayTimer());
+    host.startReplayTimer(iMsReplayTimer(wb));
 }
 
 // i: show the first stored state.
-void cmdInitialize(CmdHost& host) {
-    if (!bPath || arFTiData.n() < 1) {
+void cmdInitialize(Workbench& wb, CmdHost& host) {
+    if (!wb.bPath || wb.run.arFTiData.n() < 1) {
         host.showMessage(MsgOwner::Program, "No sim to initialize!  's' first");
         return;
     }
-    if (bDisplayRunPath) {
+    if (wb.bDisplayRunPath) {
         // Leaves the replay; the timer is deliberately not stopped here, its
         // next tick finds no replay running and does nothing.
-        bDisplayState = false;
-        bDisplayRunPath = false;
-        bDisplayPath = true;
+        wb.bDisplayState = false;
+        wb.bDisplayRunPath = false;
+        wb.bDisplayPath = true;
     }
-    stvehicle3dof = *pstStored(arFTiData.iFirst());
+    wb.stvehicle3dof = *pstStored(wb, wb.run.arFTiData.iFirst());
     host.invalidate();
 }
 
 }  // namespace
 
-bool bRunKeyCommand(char ch, CmdHost& host) {
+bool bRunKeyCommand(Workbench& wb, char ch, CmdHost& host) {
     switch (ch) {
         case 'c':
         case 'C':
             host.capturePane("pane.bmp");
             return true;
         case 'd':  // lower case only, as for 'l'
-            cmdDesign(host);
+            cmdDesign(wb, host);
             return true;
         case 'f':  // lower case only, as for 'l'
-            writeFltplanTxt();  // does nothing without a plan
+            wb.plan.writeFltplanTxt();  // does nothing without a plan
             return true;
         case 'g':
         case 'G':
-            cmdGuidedSimulate(host);
+            cmdGuidedSimulate(wb, host);
             return true;
         case 'i':
         case 'I':
-            cmdInitialize(host);
+            cmdInitialize(wb, host);
             return true;
         case 'l':
-            writeTraj1lTxt();  // does nothing without a plan
+            wb.plan.writeTraj1lTxt(wb.scenario);  // does nothing without a plan
             return true;
         case 'p':
         case 'P':
-            cmdPlan(host);
+            cmdPlan(wb, host);
             return true;
         case 'r':
         case 'R':
-            cmdReplayToggle(host);
+            cmdReplayToggle(wb, host);
             return true;
         case 's':
         case 'S':
-            cmdSimulate(host);
+            cmdSimulate(wb, host);
             return true;
         default:
             return false;
     }
 }
 
-void replayTick(CmdHost& host) {
-    const Long nData = arFTiData.n();
-    if (!bDisplayRunPath || nData < 1) return;
-    const Long iFirst = arFTiData.iFirst();
-    const Long iLast = arFTiData.iLast();
-    fSTiSim = host.fMsTickCount() * 0.001 - fSTiReplay0;
-    if (fSTiSim <= arFTiData[iFirst]) {
-        stvehicle3dof = *pstStored(iFirst);
+void replayTick(Workbench& wb, CmdHost& host) {
+    const Long nData = wb.run.arFTiData.n();
+    if (!wb.bDisplayRunPath || nData < 1) return;
+    const Long iFirst = wb.run.arFTiData.iFirst();
+    const Long iLast = wb.run.arFTiData.iLast();
+    wb.fSTiSim = host.fMsTickCount() * 0.001 - wb.fSTiReplay0;
+    if (wb.fSTiSim <= wb.run.arFTiData[iFirst]) {
+        wb.stvehicle3dof = *pstStored(wb, iFirst);
         return;  // no repaint on this tick
     }
-    if (fSTiSim >= arFTiData[iLast]) {
-        stvehicle3dof = *pstStored(iLast);
-        bDisplayRunPath = false;
-        bDisplayState = true;
+    if (wb.fSTiSim >= wb.run.arFTiData[iLast]) {
+        wb.stvehicle3dof = *pstStored(wb, iLast);
+        wb.bDisplayRunPath = false;
+        wb.bDisplayState = true;
         host.stopReplayTimer();
     } else {
-        stvehicle3dofAtFTi(&stvehicle3dof, fSTiSim);
+        stvehicle3dofAtFTi(&wb.stvehicle3dof, wb.fSTiSim, wb.run, wb.scenario.vehicle);
     }
     host.invalidate();
 }
 
-void releaseCommandState() {
-    deleteStoredRun(&arFTiData, &arPStvehicle);
-    deleteTraj1Params();
-    deleteTraj1Path();
-    deletePathAnalysis();
+void releaseCommandState(Workbench& wb) {
+    deleteStoredRun(&wb.run.arFTiData, &wb.run.arPStvehicle);
+    wb.plan.deleteTraj1Params();
+    wb.plan.deleteTraj1Path();
+    wb.plan.deletePathAnalysis();
 }

@@ -1,5 +1,5 @@
-// The key commands of the program window and the program-wide state they act
-// on. The window and the batch mode call the same functions; each front end
+// The key commands of the program window, on a workbench (app/workbench.h).
+// The window and the batch mode call the same functions; each front end
 // supplies a CmdHost that does what only it can do (show a message, request
 // a repaint, run the replay timer, capture the pane).
 //
@@ -10,6 +10,7 @@
 #pragma once
 
 #include "core/array.h"
+#include "app/workbench.h"
 #include "sim/fltsim.h"
 
 // Who owns a message box: the program window ("No sim to ...") or the top
@@ -32,23 +33,13 @@ public:
     virtual void capturePane(const char* szFile) = 0;
 };
 
-// ---- program-wide display state -------------------------------------------------
-extern bool bPath;            // a simulation has been run; its stored states are valid
-extern bool bDisplayState;    // paint draws the current state stvehicle3dof
-extern bool bDisplayPath;     // paint draws the whole stored run
-extern bool bDisplayRunPath;  // a replay is running
-extern double fSDisplay;      // replay timer period, s (0.025)
-extern double fSTiSim;        // simulated time currently shown, s
-extern double fSTiReplay0;    // wall-clock seconds at the start of a replay
-extern Stvehicle3dof stvehicle3dof;  // state currently shown
-extern bool bFlightGuided;    // the stored run was flown by the guidance (g), not open loop (s)
-
 // Runs the command for one typed character. Returns false when the character
 // is not a command (it is then ignored).
-bool bRunKeyCommand(char ch, CmdHost& host);
+bool bRunKeyCommand(Workbench& wb, char ch, CmdHost& host);
 
 // One tick of the replay timer (see the window's timer).
-void replayTick(CmdHost& host);
+void replayTick(Workbench& wb, CmdHost& host);
 
-// Releases everything the commands hold (plan, analysis, stored run).
-void releaseCommandState();
+// Releases everything the commands hold (plan, analysis, stored run); the
+// workbench's destructor does the same.
+void releaseCommandState(Workbench& wb);

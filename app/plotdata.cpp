@@ -10,6 +10,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "app/workbench.h"
 #include "core/format.h"
 #include "plan/planstate.h"
 #include "plan/wptfpln.h"
@@ -333,31 +334,37 @@ std::string szLandingMiss(const LandingMiss& lm) {
         lm.fDist, lm.fXPlan, lm.fZPlan, lm.fXRest, lm.fZRest, lm.fTiRest, lm.fPitchRest, fPitchDeg);
 }
 
-// ---- the program's own plan and run -------------------------------------------
+// ---- the workbench's plan and run ----------------------------------------------
 
-std::vector<PlotCurve> vecCurvePlanFmProgram() {
-    if (!bPlanExists()) return {};
-    return vecCurvePlanFm(pvdfT, paPVdfX, pvdfPitch, pvdfMs, paPVdfF, paPVdfM);
+std::vector<PlotCurve> vecCurvePlanFmWorkbench(Workbench& wb) {
+    PlanState const& ps = wb.plan;
+    if (!ps.bPlanExists()) return {};
+    return vecCurvePlanFm(ps.pvdfT, ps.paPVdfX, ps.pvdfPitch, ps.pvdfMs, ps.paPVdfF, ps.paPVdfM);
 }
 
-std::vector<PlotCurve> vecCurveRunFmProgram() { return vecCurveRunFm(arFTiData, arPStvehicle); }
-
-std::vector<PlanViolation> vecPlanViolationFmProgram() {
-    if (!bPlanExists()) return {};
-    return vecPlanViolationFm(pvdfT, paPVdfX, pvdfMs, paPVdfF, paPVdfM, fFcThrustMax, fMsEmpty,
-                              &arPArPPtVtxPgnGnd);
+std::vector<PlotCurve> vecCurveRunFmWorkbench(Workbench& wb) {
+    return vecCurveRunFm(wb.run.arFTiData, wb.run.arPStvehicle);
 }
 
-bool bLandingMissFmProgram(LandingMiss* plandingMiss) {
-    return bLandingMissFm(plandingMiss, bPlanExists() ? paPVdfX : nullptr, arFTiData, arPStvehicle);
+std::vector<PlanViolation> vecPlanViolationFmWorkbench(Workbench& wb) {
+    PlanState const& ps = wb.plan;
+    if (!ps.bPlanExists()) return {};
+    return vecPlanViolationFm(ps.pvdfT, ps.paPVdfX, ps.pvdfMs, ps.paPVdfF, ps.paPVdfM,
+                              wb.scenario.fFcThrustMax, wb.scenario.fMsEmpty,
+                              &wb.scenario.arPArPPtVtxPgnGnd);
 }
 
-PlotData plotDataFmProgram() {
+bool bLandingMissFmWorkbench(Workbench& wb, LandingMiss* plandingMiss) {
+    return bLandingMissFm(plandingMiss, wb.plan.bPlanExists() ? wb.plan.paPVdfX : nullptr,
+                          wb.run.arFTiData, wb.run.arPStvehicle);
+}
+
+PlotData plotDataFmWorkbench(Workbench& wb) {
     PlotData data;
-    data.vecCurvePlan = vecCurvePlanFmProgram();
-    data.vecCurveRun = vecCurveRunFmProgram();
-    data.vecViolation = vecPlanViolationFmProgram();
-    data.bLanding = bLandingMissFmProgram(&data.landingMiss);
+    data.vecCurvePlan = vecCurvePlanFmWorkbench(wb);
+    data.vecCurveRun = vecCurveRunFmWorkbench(wb);
+    data.vecViolation = vecPlanViolationFmWorkbench(wb);
+    data.bLanding = bLandingMissFmWorkbench(wb, &data.landingMiss);
     return data;
 }
 
@@ -426,19 +433,21 @@ bool bWritePlanCsv(const char* szFile, Vd<double>* pvdfTIn, A<unsigned char*>* p
                      });
 }
 
-bool bWriteRunCsvFmProgram(const char* szFile) {
-    if (arFTiData.n() < 1) {
+bool bWriteRunCsvFmWorkbench(Workbench& wb, const char* szFile) {
+    if (wb.run.arFTiData.n() < 1) {
         errno = 0;
         return false;
     }
-    return bWriteRunCsv(szFile, arFTiData, arPStvehicle);
+    return bWriteRunCsv(szFile, wb.run.arFTiData, wb.run.arPStvehicle);
 }
 
-bool bWritePlanCsvFmProgram(const char* szFile) {
-    if (!bPlanExists()) {
+bool bWritePlanCsvFmWorkbench(Workbench& wb, const char* szFile) {
+    PlanState const& ps = wb.plan;
+    if (!ps.bPlanExists()) {
         errno = 0;
         return false;
     }
-    return bWritePlanCsv(szFile, pvdfT, paPVdfX, pvdfPitch, paPVdfXDot, pvdfPitchDot, paPVdfXDot2,
-                         pvdfPitchDot2, pvdfMs, paPVdfF, paPVdfM);
+    return bWritePlanCsv(szFile, ps.pvdfT, ps.paPVdfX, ps.pvdfPitch, ps.paPVdfXDot,
+                         ps.pvdfPitchDot, ps.paPVdfXDot2, ps.pvdfPitchDot2, ps.pvdfMs, ps.paPVdfF,
+                         ps.paPVdfM);
 }

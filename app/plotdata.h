@@ -126,9 +126,9 @@ bool bLandingMissFm(LandingMiss* plandingMiss, A<unsigned char*>* paPVdfX, A1Val
 // without a plan, the end of the run and the pitch only.
 std::string szLandingMiss(const LandingMiss& landingMiss);
 
-// ---- the program's own plan and run -------------------------------------------
+// ---- the workbench's plan and run ----------------------------------------------
 
-// All of the above for the program-wide plan (plan/planstate.h), stored run
+// All of the above for a workbench's plan (plan/planstate.h), stored run
 // (sim/fltsim.h), vehicle and ground (sim/params.h).
 struct PlotData {
     std::vector<PlotCurve> vecCurvePlan;      // empty without a plan
@@ -138,11 +138,12 @@ struct PlotData {
     LandingMiss landingMiss{};
 };
 
-std::vector<PlotCurve> vecCurvePlanFmProgram();
-std::vector<PlotCurve> vecCurveRunFmProgram();
-std::vector<PlanViolation> vecPlanViolationFmProgram();
-bool bLandingMissFmProgram(LandingMiss* plandingMiss);
-PlotData plotDataFmProgram();
+struct Workbench;
+std::vector<PlotCurve> vecCurvePlanFmWorkbench(Workbench& wb);
+std::vector<PlotCurve> vecCurveRunFmWorkbench(Workbench& wb);
+std::vector<PlanViolation> vecPlanViolationFmWorkbench(Workbench& wb);
+bool bLandingMissFmWorkbench(Workbench& wb, LandingMiss* plandingMiss);
+PlotData plotDataFmWorkbench(Workbench& wb);
 
 // ---- CSV export ----------------------------------------------------------------
 // A header row of column names with their SI units, then one row per record
@@ -165,6 +166,6 @@ bool bWritePlanCsv(const char* szFile, Vd<double>* pvdfT, A<unsigned char*>* paP
                    A<unsigned char*>* paPVdfXDot2, Vd<double>* pvdfPitchDot2, Vd<double>* pvdfMs,
                    A<unsigned char*>* paPVdfF, A<unsigned char*>* paPVdfM);
 
-// The program's own: false with errno 0 when there is nothing to write.
-bool bWriteRunCsvFmProgram(const char* szFile);
-bool bWritePlanCsvFmProgram(const char* szFile);
+// The workbench's: false with errno 0 when there is nothing to write.
+bool bWriteRunCsvFmWorkbench(Workbench& wb, const char* szFile);
+bool bWritePlanCsvFmWorkbench(Workbench& wb, const char* szFile);

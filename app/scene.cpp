@@ -1,27 +1,27 @@
 #include "app/scene.h"
 
-#include "app/commands.h"
 #include "display/display.h"
 #include "display/offscreen.h"
-#include "display/viewstack.h"
-#include "sim/params.h"
 
-void drawCurrentScene(Pane* ppane) {
-    if (bDisplayState || bDisplayRunPath)
-        displayStInPane(ppane, &xfmCFmW, &xfmPFmC, &stvehicle3dof);
-    else if (bDisplayPath)
-        displayPathInPane(ppane, &xfmCFmW, &xfmPFmC, &vehicle, arFTiData, arPStvehicle);
+void drawCurrentScene(Workbench& wb, Pane* ppane) {
+    if (wb.bDisplayState || wb.bDisplayRunPath)
+        displayStInPane(ppane, &wb.view.xfmCFmW, &wb.view.xfmPFmC,
+                        &wb.scenario.arPArPPtVtxPgnGnd, &wb.stvehicle3dof);
+    else if (wb.bDisplayPath)
+        displayPathInPane(ppane, &wb.view.xfmCFmW, &wb.view.xfmPFmC,
+                          &wb.scenario.arPArPPtVtxPgnGnd, &wb.scenario.vehicle,
+                          wb.run.arFTiData, wb.run.arPStvehicle);
 }
 
-bool bCaptureSceneOffscreen(const char* szFile, int iPxDX, int iPxDY) {
-    // The camera is set up once per process, as the window does at creation.
-    static bool bCameraSet = false;
+bool bCaptureSceneOffscreen(Workbench& wb, const char* szFile, int iPxDX, int iPxDY) {
+    // The camera is set up once per workbench, as the window does at creation.
     Pane pane;
     pane.iPxDX = iPxDX;
     pane.iPxDY = iPxDY;
-    if (!bCameraSet) {
-        readViewInOrDefault("view.in", pane);
-        bCameraSet = true;
+    if (!wb.bViewSet) {
+        wb.view.readViewInOrDefault("view.in", pane);
+        wb.bViewSet = true;
     }
-    return bRenderOffscreenToBmp(szFile, iPxDX, iPxDY, [&pane] { drawCurrentScene(&pane); });
+    return bRenderOffscreenToBmp(szFile, iPxDX, iPxDY,
+                                 [&wb, &pane] { drawCurrentScene(wb, &pane); });
 }

@@ -7,17 +7,33 @@
 #include "design/design.h"
 #include "sim/params.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 namespace {
 
 // Targets in decimetres (benchmark arguments are integers): behind the pad,
 // the valley floor, the far plain.
 void BM_DesignHop(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     HopSpec hopspec;
     hopspec.fXTarget = static_cast<double>(state.range(0)) / 10.0;
     DesignResult r;
     // The result is read after the loop, so the call stays.
-    for (auto _ : state) r = designHop(hopspec);
+    for (auto _ : state) r = designHop(scenario, hopspec);
     // ok = 0: out of reach; when only the reserve binds, the propellant and
     // time are those of the least-propellant hop found.
     state.counters["ok"] = r.bOk ? 1 : 0;

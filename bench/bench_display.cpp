@@ -21,6 +21,24 @@
 #include "display/viewstack.h"
 #include "sim/params.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+}  // namespace
+
+
 namespace {
 
 double fSCpuProcess() {
@@ -69,7 +87,7 @@ struct Scene {
     XfmCFmW3c xfmCFmWHere;
 
     bool bOpen() {
-        initParams();
+        initParams(&scenario);
         pane.iPxDX = iPxDXPane;
         pane.iPxDY = iPxDYPane;
         xfmPFmCHere = xfmPFmC3cFm(pane);
@@ -87,7 +105,8 @@ void BM_FrameOfRun600(benchmark::State& state) {
     HopRun run;
     const double fSCpu0 = fSCpuProcess();
     for (auto _ : state) {
-        displayPathInPane(&scene.pane, &scene.xfmCFmWHere, &scene.xfmPFmCHere, &vehicle,
+        displayPathInPane(&scene.pane, &scene.xfmCFmWHere, &scene.xfmPFmCHere,
+                          &scenario.arPArPPtVtxPgnGnd, &vehicle,
                           run.arFTi, run.arPSt);
         glFinish();
     }
@@ -107,7 +126,8 @@ void BM_FrameOfState(benchmark::State& state) {
     st.fFcThrustAct = 600.0;
     const double fSCpu0 = fSCpuProcess();
     for (auto _ : state) {
-        displayStInPane(&scene.pane, &scene.xfmCFmWHere, &scene.xfmPFmCHere, &st);
+        displayStInPane(&scene.pane, &scene.xfmCFmWHere, &scene.xfmPFmCHere,
+                        &scenario.arPArPPtVtxPgnGnd, &st);
         glFinish();
     }
     setCpuCounter(state, fSCpu0);

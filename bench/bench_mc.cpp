@@ -24,6 +24,25 @@
 #include "sim/flight.h"
 #include "sim/fltsim.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+}  // namespace
+
+
 namespace {
 
 struct BenchSetup {
@@ -37,7 +56,7 @@ struct BenchSetup {
 BenchSetup const& setup() {
     static BenchSetup* psetup = [] {
         auto* p = new BenchSetup;
-        initParams();
+        initParams(&scenario);
         std::string szErr;
         if (!bReadDispersionFile(&p->disp, VT_EXAMPLES "/dispersion.txt", &szErr)) {
             std::fprintf(stderr, "bench_mc: %s\n", szErr.c_str());
@@ -51,8 +70,9 @@ BenchSetup const& setup() {
             char szDir[] = "/tmp/vt_bench_mc_XXXXXX";
             if (mkdtemp(szDir) != nullptr) {
                 std::filesystem::current_path(szDir);
-                if (bPlanTraj1FromFile(szHop.c_str())) {
-                    writeFltplanTxt();
+                PlanState ps;
+                if (ps.bPlanTraj1FromFile(scenario, szHop.c_str())) {
+                    ps.writeFltplanTxt();
                     szPlan = std::string(szDir) + "/fltplan.txt";
                     p->szPlanName = "bundled hop";
                 }
@@ -80,7 +100,7 @@ void BM_McFlight(benchmark::State& state) {
     Long nStep = 0;
     for (auto _ : state) {
         iRun = iRun % 1000 + 1;
-        const McRunResult res = mcRunFly(s.sched, mcInputsForRun(s.disp, iRun), iRun, &work);
+        const McRunResult res = mcRunFly(scenario, s.sched, mcInputsForRun(s.disp, iRun), iRun, &work);
         nStep += res.nStep;
         benchmark::DoNotOptimize(res.fXfRest);
     }
@@ -97,7 +117,7 @@ void BM_McFlightUndispersed(benchmark::State& state) {
     BenchSetup const& s = setup();
     McWork work;
     for (auto _ : state) {
-        const McRunResult res = mcRunFly(s.sched, McInputs{}, 0, &work);
+        const McRunResult res = mcRunFly(scenario, s.sched, McInputs{}, 0, &work);
         benchmark::DoNotOptimize(res.fXfRest);
     }
     state.SetItemsProcessed(state.iterations());
@@ -114,7 +134,7 @@ void BM_SimulateFlightUnwatched(benchmark::State& state) {
     for (auto _ : state) {
         Vehicle veh = vehicle;
         Planet pla = planet;
-        ArFFnFArFModel model(&pla, &veh, fDTiDataMc, arFTi, arFFc, arFMm);
+        ArFFnFArFModel model(&pla, &veh, &scenario.arPArPPtVtxPgnGnd, fDTiDataMc, arFTi, arFFc, arFMm);
         A1Val<double> arFIC(1, 7);
         for (Long i = 1; i <= 6; i++) arFIC[i] = 0.0;
         arFIC[7] = stvehicle3dof0.fMs;
@@ -137,7 +157,7 @@ void BM_McCampaign(benchmark::State& state) {
     const std::vector<Long> aiRun = aiMcRunsOfRank(nRun, 0, 1);
     std::vector<McRunResult> ares(aiRun.size());
     for (auto _ : state) {
-        mcFlyRuns(ares.data(), aiRun, s.sched, s.disp, nThread);
+        mcFlyRuns(scenario, ares.data(), aiRun, s.sched, s.disp, nThread);
         benchmark::DoNotOptimize(ares.data());
     }
     state.SetItemsProcessed(state.iterations() * nRun);
@@ -205,7 +225,7 @@ void BM_McPicture100k(benchmark::State& state) {
         (std::filesystem::temp_directory_path() / "vt_bench_mc_rest_points.png").string();
     std::string szErr;
     for (auto _ : state)
-        if (!bWriteMcPicture(szFile.c_str(), ares.data(), n, 29.0, 0.0, 1.2, 3.9, &szErr))
+        if (!bWriteMcPicture(szFile.c_str(), &scenario.arPArPPtVtxPgnGnd, ares.data(), n, 29.0, 0.0, 1.2, 3.9, &szErr))
             state.SkipWithError(szErr.c_str());
     std::filesystem::remove(szFile);
     state.SetItemsProcessed(state.iterations() * n);

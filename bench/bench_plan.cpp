@@ -9,6 +9,22 @@
 #include "plan/wptfpln.h"
 #include "sim/params.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 namespace {
 
 const std::string szHop = std::string(VT_EXAMPLES) + "/traj1r.txt";
@@ -39,7 +55,7 @@ struct FitOut {
 };
 
 void BM_FitBundledHop(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     Vd<double>* pvdfParam = pvdfParamTraj1FromFile(szHop.c_str());
     for (auto _ : state) {
         FitOut fit(pvdfParam);
@@ -51,7 +67,7 @@ void BM_FitBundledHop(benchmark::State& state) {
 BENCHMARK(BM_FitBundledHop)->Unit(benchmark::kMicrosecond);
 
 void BM_AnalyzeBundledHop(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     Vd<double>* pvdfParam = pvdfParamTraj1FromFile(szHop.c_str());
     FitOut fit(pvdfParam);
     const Long nSample = 5 * (fit.nX + fit.nZ);
@@ -65,7 +81,7 @@ void BM_AnalyzeBundledHop(benchmark::State& state) {
         Vd<double>*pvdfPitch = nullptr, *pvdfPitchDot = nullptr, *pvdfPitchDot2 = nullptr,
         *pvdfMs = nullptr;
         double fHorzRange, fMsProp, fFMin, fFMax;
-        analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
+        analyzePathBSpline(scenario.planet, scenario.vehicle, fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
                            fit.mZ, fit.pvdfUKnotZ, fit.paPVdfXCpZ, &vdfT, &paX, &pvdfPitch,
                            &paXDot, &pvdfPitchDot, &paXDot2, &pvdfPitchDot2, &pvdfMs, &paF, &paM,
                            &fHorzRange, &fMsProp, &fFMin, &fFMax);
@@ -80,11 +96,9 @@ BENCHMARK(BM_AnalyzeBundledHop)->Unit(benchmark::kMicrosecond);
 
 // Steps 1-5 of `p`: release, read, fit, sample times, analysis.
 void BM_PlanChainBundledHop(benchmark::State& state) {
-    initParams();
-    for (auto _ : state) benchmark::DoNotOptimize(bPlanTraj1FromFile(szHop.c_str()));
-    deleteTraj1Params();
-    deleteTraj1Path();
-    deletePathAnalysis();
+    initParams(&scenario);
+    PlanState ps;
+    for (auto _ : state) benchmark::DoNotOptimize(ps.bPlanTraj1FromFile(scenario, szHop.c_str()));
 }
 BENCHMARK(BM_PlanChainBundledHop)->Unit(benchmark::kMicrosecond);
 

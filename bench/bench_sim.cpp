@@ -16,6 +16,25 @@
 #include "guide/guidance.h"
 #include "sim/params.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+}  // namespace
+
+
 namespace {
 
 // The model with a count of its evaluations (the stepper's included).
@@ -58,8 +77,9 @@ std::string szPlanBundledHop() {
         char szDir[] = "/tmp/vt_bench_sim_XXXXXX";
         if (mkdtemp(szDir) == nullptr) return std::string();
         std::filesystem::current_path(szDir);
-        const bool bPlanned = bPlanTraj1FromFile(VT_EXAMPLES "/traj1r.txt");
-        if (bPlanned) writeFltplanTxt();
+        PlanState ps;
+        const bool bPlanned = ps.bPlanTraj1FromFile(scenario, VT_EXAMPLES "/traj1r.txt");
+        if (bPlanned) ps.writeFltplanTxt();
         std::filesystem::current_path(dirOld);
         return bPlanned ? std::string(szDir) + "/fltplan.txt" : std::string();
     }();
@@ -82,9 +102,9 @@ A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz
 // One evaluation in flight, with the ground armed (so the contact query
 // runs over all six polygons and finds nothing), as for most of a hop.
 void BM_ModelDerivativeInFlight(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     PlanPitchStep plan;
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.bClearedGnd = true;
     A1Val<double> arFState = arFStateAt(2.0, 3.0, 0.1, 1.0, -0.5, 0.05, 99.0);
     A1Val<double> arFDeriv(1, 7);
@@ -99,9 +119,9 @@ BENCHMARK(BM_ModelDerivativeInFlight);
 
 // One evaluation resting on the 20 degree slope (contact forces computed).
 void BM_ModelDerivativeOnSlope(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     PlanPitchStep plan;
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.bClearedGnd = true;
     A1Val<double> arFState = arFStateAt(5.0, -1.5, -0.3, 0.0, 0.0, 0.0, 98.0);
     A1Val<double> arFDeriv(1, 7);
@@ -115,9 +135,9 @@ BENCHMARK(BM_ModelDerivativeOnSlope);
 // One rk5StepQC step of the model in flight, the state advanced in place as
 // the driver does (the state is reset every 20 steps to stay in the air).
 void BM_ModelRk5StepQC(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     PlanPitchStep plan;
-    ArFFnFArFModelCounting model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    ArFFnFArFModelCounting model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.bClearedGnd = true;
     const A1Val<double> arFState0 = arFStateAt(2.0, 3.0, 0.1, 1.0, 0.5, 0.05, 99.0);
     A1Val<double> arFState = arFState0;
@@ -148,7 +168,7 @@ BENCHMARK(BM_ModelRk5StepQC);
 // one flight beforehand through the counting model, which takes the
 // virtual interface and flies the same flight.
 void flyPlanRepeatedly(benchmark::State& state, Plan& plan, CmdSource* pcmdsource = nullptr) {
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.pcmdsource = pcmdsource;
     A1Val<double> arFTiRun(0);
     A1Val<void*> arPStRun(0);
@@ -160,8 +180,8 @@ void flyPlanRepeatedly(benchmark::State& state, Plan& plan, CmdSource* pcmdsourc
         deleteStoredRun(&arFTiRun, &arPStRun);
         return nData;
     };
-    ArFFnFArFModelCounting modelCounting(&planet, &vehicle, 0.05, plan.arFTi, plan.arFFc,
-                                         plan.arFMm);
+    ArFFnFArFModelCounting modelCounting(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05,
+                                         plan.arFTi, plan.arFFc, plan.arFMm);
     modelCounting.pcmdsource = pcmdsource;
     const long nData = fly(&modelCounting);
     for (auto _ : state) benchmark::DoNotOptimize(fly(&model));
@@ -175,14 +195,14 @@ void flyPlanRepeatedly(benchmark::State& state, Plan& plan, CmdSource* pcmdsourc
 }
 
 void BM_FlightPitchStep(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     PlanPitchStep plan;
     flyPlanRepeatedly(state, plan);
 }
 BENCHMARK(BM_FlightPitchStep)->Unit(benchmark::kMillisecond);
 
 void BM_FlightBundledHop(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     const std::string szPlan = szPlanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
@@ -196,7 +216,7 @@ BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
 // The same plan flown guided (50 Hz). The reference is built once, as a
 // campaign builds it once for all its runs (BM_GuidanceReference).
 void BM_FlightBundledHopGuided(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     const std::string szPlan = szPlanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
@@ -212,7 +232,7 @@ void BM_FlightBundledHopGuided(benchmark::State& state) {
 BENCHMARK(BM_FlightBundledHopGuided)->Unit(benchmark::kMillisecond);
 
 void BM_GuidanceReference(benchmark::State& state) {
-    initParams();
+    initParams(&scenario);
     const std::string szPlan = szPlanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");

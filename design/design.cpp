@@ -55,7 +55,7 @@ bool bVdfFinite(const Vd<double>& vdf) {
 // vector: the fit, the N + 1 sample times with the last one set to the last
 // waypoint time, the analysis. The same calls with the same numbers give
 // the same plan bit for bit.
-void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
+void runTrial(Scenario& sc, const std::vector<double>& vecFParam, Trial* ptrial) {
     ptrial->bOk = false;
     const Long nParam = static_cast<Long>(vecFParam.size());
     Vd<double> vdfParam(1, nParam);
@@ -87,7 +87,7 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
     A<unsigned char*>* paPVdfM = nullptr;
     Vd<double>* pvdfPitchDot = nullptr;
     double fMsProp = 0.0, fFMin = 0.0, fFMax = 0.0;
-    analyzePathBSpline(nX, pX, mX, pvdfUKnotX, paPVdfXCpX, nZ, pZ, mZ, pvdfUKnotZ, paPVdfXCpZ,
+    analyzePathBSpline(sc.planet, sc.vehicle, nX, pX, mX, pvdfUKnotX, paPVdfXCpX, nZ, pZ, mZ, pvdfUKnotZ, paPVdfXCpZ,
                        &vdfT, &paPVdfX, nullptr, nullptr, &pvdfPitchDot, nullptr, nullptr, nullptr,
                        &paPVdfF, &paPVdfM, nullptr, &fMsProp, &fFMin, &fFMax);
     UPaPVdf upX(paPVdfX), upF(paPVdfF), upM(paPVdfM);
@@ -120,7 +120,7 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
         const Vd<double>& vdfF = *pvdfAt(paPVdfF, i);
         ptrial->vecFz[k] = vdfF[3];
         ptrial->vecMmOver[k] =
-            vdfM[2] - fMmOvFcMax * std::sqrt(vdfF[1] * vdfF[1] + vdfF[3] * vdfF[3]);
+            vdfM[2] - sc.fMmOvFcMax * std::sqrt(vdfF[1] * vdfF[1] + vdfF[3] * vdfF[3]);
     }
     ptrial->fMsProp = fMsProp;
     ptrial->fFThrusterMin = fFMin;
@@ -132,9 +132,9 @@ void runTrial(const std::vector<double>& vecFParam, Trial* ptrial) {
 
 // The terrain height under x; false where no ground lies under it (there is
 // nothing to clear there, as for the plan check).
-bool bZGndAt(double x, double* pzGnd) {
+bool bZGndAt(Scenario& sc, double x, double* pzGnd) {
     double fXGnd = 0.0, fYGnd = 0.0;
-    return bPtOnGndAtXY(&fXGnd, &fYGnd, pzGnd, x, 0.0, &arPArPPtVtxPgnGnd) && std::isfinite(*pzGnd);
+    return bPtOnGndAtXY(&fXGnd, &fYGnd, pzGnd, x, 0.0, &sc.arPArPPtVtxPgnGnd) && std::isfinite(*pzGnd);
 }
 
 // Limits per sample: thruster pair and thruster 3 under the ceiling, both
@@ -146,6 +146,7 @@ constexpr std::size_t nConsPerSample = 6;
 // (1..K) at x0 + dx * v[2k-2], z0 + fLZ * v[2k-1]; the flight time, when
 // free, fTi0 * v[2K].
 struct Problem {
+    Scenario* psc = nullptr;
     HopSpec hopspec;
     double fTiStart = 0.0, fX0 = 0.0, fZ0 = 0.0;
     double fXT = 0.0, fZT = 0.0;
@@ -214,7 +215,7 @@ struct Problem {
         for (std::size_t i = 1; i + 1 < nPt; i++) {
             double fZGnd = 0.0;
             const double x = trial.vecX[i];
-            pc[j++] = bZGndAt(x, &fZGnd) ? fClearanceReq(x) - (trial.vecZ[i] - fZGnd) : -1.0;
+            pc[j++] = bZGndAt(*psc, x, &fZGnd) ? fClearanceReq(x) - (trial.vecZ[i] - fZGnd) : -1.0;
         }
     }
 
@@ -226,7 +227,7 @@ struct Problem {
     }
 
     void valuesAt(const double* pv, double* pfObj, double* pc, Trial* ptrial) {
-        runTrial(vecFParamFm(pv), ptrial);
+        runTrial(*psc, vecFParamFm(pv), ptrial);
         nEval++;
         if (!ptrial->bOk || static_cast<Long>(ptrial->vecT.size()) != nSampleExpected + 1) {
             ptrial->bOk = false;
@@ -389,7 +390,7 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
             // The moment and the thrust it is measured against, recovered
             // from the thrusters: F3 - F1 = 1.5 M / 0.8, F1 + F2 + F3 = |F|.
             br.fFcMm = trial.vecF12Hi[i] + trial.vecF12Lo[i] + trial.vecF3[i];
-            br.fMmValue = trial.vecMmOver[i] + fMmOvFcMax * br.fFcMm;
+            br.fMmValue = trial.vecMmOver[i] + prob.psc->fMmOvFcMax * br.fFcMm;
         }
         if (-trial.vecFz[i] > br.fFzBelow) {
             br.fFzBelow = -trial.vecFz[i];
@@ -398,7 +399,7 @@ Breaches breachesFm(const Problem& prob, const Trial& trial) {
         if (i == 0 || i + 1 == nPt) continue;
         double fZGnd = 0.0;
         const double x = trial.vecX[i];
-        if (!bZGndAt(x, &fZGnd)) continue;
+        if (!bZGndAt(*prob.psc, x, &fZGnd)) continue;
         const double fH = trial.vecZ[i] - fZGnd;
         const double fReq = prob.fClearanceReq(x);
         if (fReq >= prob.hopspec.fClearance) br.fClearanceMin = std::min(br.fClearanceMin, fH);
@@ -452,7 +453,7 @@ std::string szBindingLimit(const Problem& prob, const Breaches& br) {
                szFmt(
                    "the pitch moment needs %.4f N m at t = %.4f s, %.4f N m more than the "
                    "thrust can give (%.4f N over a lever of %.4f m)",
-                   br.fMmValue, br.fTiMm, br.fMmOver, br.fFcMm, fMmOvFcMax);
+                   br.fMmValue, br.fTiMm, br.fMmOver, br.fFcMm, prob.psc->fMmOvFcMax);
     if (fAbove >= fBelow && fAbove >= br.fZShort)
         return szNoHop(prob) +
                szFmt("%s %.4f N at t = %.4f s, %.4f N above the share less the margin (%.4f N)",
@@ -480,14 +481,15 @@ double fBump(double u) { return 16.0 * u * u * (1.0 - u) * (1.0 - u); }
 
 }  // namespace
 
-DesignResult designHop(const HopSpec& hopspec) {
+DesignResult designHop(Scenario& sc, const HopSpec& hopspec) {
     const auto clockStart = std::chrono::steady_clock::now();
     DesignResult result;
     Problem prob;
+    prob.psc = &sc;
     prob.hopspec = hopspec;
-    prob.fTiStart = fSTiSim0;
-    prob.fX0 = stvehicle3dof0.fXf;
-    prob.fZ0 = stvehicle3dof0.fZf;
+    prob.fTiStart = sc.fSTiSim0;
+    prob.fX0 = sc.stvehicle3dof0.fXf;
+    prob.fZ0 = sc.stvehicle3dof0.fZf;
     prob.fXT = hopspec.fXTarget;
     result.fXTarget = hopspec.fXTarget;
     result.bTimeFree = !hopspec.bTimeGiven;
@@ -504,7 +506,7 @@ DesignResult designHop(const HopSpec& hopspec) {
         result.szError = "hop: a number is out of its range (see design/hopfile.h)";
         return result;
     }
-    if (!bZGndAt(hopspec.fXTarget, &prob.fZT)) {
+    if (!bZGndAt(sc, hopspec.fXTarget, &prob.fZT)) {
         result.szError = szFmt("target x = %.4f m is off the terrain", hopspec.fXTarget);
         return result;
     }
@@ -512,10 +514,10 @@ DesignResult designHop(const HopSpec& hopspec) {
     prob.fDX = prob.fXT - prob.fX0;
     const double fDist = std::fabs(prob.fDX);
     prob.fLZ = 1.0 + 0.25 * fDist;
-    prob.fFShare = fFcThrustMax / 3.0;
+    prob.fFShare = sc.fFcThrustMax / 3.0;
     prob.fFLimit = (1.0 - hopspec.fThrusterMargin) * prob.fFShare;
     prob.fFFloor = 1e-4 * prob.fFShare;
-    prob.fMsCarried = fMsGTO - fMsEmpty;
+    prob.fMsCarried = sc.fMsGTO - sc.fMsEmpty;
     const Long nK = hopspec.nWptInterior;
     prob.nVar = 2 * nK + (hopspec.bTimeGiven ? 0 : 1);
     // N = 5 (nX + nZ) with nX = nPt + 5 and nZ = nPt + 1 (plan/wptfpln.h).
@@ -530,7 +532,7 @@ DesignResult designHop(const HopSpec& hopspec) {
     // 3 * limit / mass along x, the most at the empty mass.
     if (hopspec.bTimeGiven) {
         const double fAcNeeded = 4.0 * fDist / (hopspec.fTiFlight * hopspec.fTiFlight);
-        const double fAcMax = 3.0 * prob.fFLimit / fMsEmpty;
+        const double fAcMax = 3.0 * prob.fFLimit / sc.fMsEmpty;
         if (fAcNeeded > fAcMax) {
             result.szError =
                 szNoHop(prob) +
@@ -538,7 +540,7 @@ DesignResult designHop(const HopSpec& hopspec) {
                     "the thrusters bind: a hop from rest to rest over %.4f m in %.4f s needs "
                     "at least %.4f m/s^2 along x (4 d / T^2), %.4f m/s^2 more than the three "
                     "thrusters less the margin can give (3 x %.4f N on %.4f kg)",
-                    fDist, hopspec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit, fMsEmpty);
+                    fDist, hopspec.fTiFlight, fAcNeeded, fAcNeeded - fAcMax, prob.fFLimit, sc.fMsEmpty);
             return result;
         }
     }
@@ -551,7 +553,7 @@ DesignResult designHop(const HopSpec& hopspec) {
     // The arc rises above the mean of the ends by the clearance and so much
     // that its middle falls at 0.8 g (the longer start) or 0.4 g (the
     // shorter one), with thrust left over to turn the vehicle.
-    const double fTiBallistic = std::sqrt(2.0 * fDist / fAcG);
+    const double fTiBallistic = std::sqrt(2.0 * fDist / sc.fAcG);
     prob.fTiFlightScale = hopspec.bTimeGiven ? hopspec.fTiFlight : 1.5 * fTiBallistic;
     struct Start {
         double fTi;
@@ -587,7 +589,7 @@ DesignResult designHop(const HopSpec& hopspec) {
         // a g T^2 / 16.
         const double fTiGuess = start.fTi;
         const double fRise = 0.5 * std::fabs(prob.fZT - prob.fZ0) +
-                             start.fAcMid * fAcG * fTiGuess * fTiGuess / 16.0 + hopspec.fClearance;
+                             start.fAcMid * sc.fAcG * fTiGuess * fTiGuess / 16.0 + hopspec.fClearance;
         for (Long k = 1; k <= nK; k++) {
             const double u = static_cast<double>(k) / static_cast<double>(nK + 1);
             const std::size_t j = static_cast<std::size_t>(2 * k - 2);
@@ -727,10 +729,10 @@ bool bWriteDesignedTraj1r(const char* szFile, const DesignResult& r, std::string
     return true;
 }
 
-bool bRunDesignCommand(std::FILE* pfileOut, std::string* pszError) {
+bool bRunDesignCommand(Scenario& sc, std::FILE* pfileOut, std::string* pszError) {
     HopSpec hopspec;
-    if (!bHopSpecFmFile("hop.txt", &hopspec, pszError)) return false;
-    const DesignResult result = designHop(hopspec);
+    if (!bHopSpecFmFile(sc, "hop.txt", &hopspec, pszError)) return false;
+    const DesignResult result = designHop(sc, hopspec);
     if (!result.bOk) {
         *pszError = result.szError;
         return false;

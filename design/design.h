@@ -33,7 +33,7 @@
 // The start is the vehicle's initial state (stvehicle3dof0, at fSTiSim0);
 // the target sits on the ground under target_x, reached at rest.
 //
-// Nothing of the program-wide plan (plan/planstate.h) is read or changed.
+// Nothing of the workbench's plan (plan/planstate.h) is read or changed.
 #pragma once
 
 #include <cstdio>
@@ -42,6 +42,7 @@
 
 #include "core/types.h"
 #include "design/hopfile.h"
+#include "sim/params.h"
 
 struct DesignResult {
     bool bOk = false;
@@ -71,10 +72,10 @@ struct DesignResult {
     double fSecTaken = 0.0;
 };
 
-// Designs the hop that hopspec asks for. Needs the parameters (initParams). Never ends the
-// program and never writes a file; a request the hop file would refuse is
+// Designs the hop that hopspec asks for in the scenario sc (its vehicle,
+// start and ground). Never ends the program and never writes a file; a request the hop file would refuse is
 // refused with a message too.
-DesignResult designHop(const HopSpec& hopspec);
+DesignResult designHop(Scenario& sc, const HopSpec& hopspec);
 
 // The DESIGN block, preceded and followed by "\n", in the style of the
 // SUMMARY.
@@ -90,4 +91,4 @@ bool bWriteDesignedTraj1r(const char* szFile, const DesignResult& result, std::s
 // the DESIGN block on pfileOut. False with *pszError, having written and
 // printed nothing, when the hop file is bad, there is no hop within the
 // limits, or the file cannot be written.
-bool bRunDesignCommand(std::FILE* pfileOut, std::string* pszError);
+bool bRunDesignCommand(Scenario& sc, std::FILE* pfileOut, std::string* pszError);

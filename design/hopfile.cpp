@@ -58,8 +58,8 @@ const char* const aszName[nName] = {"target_x",           "time",      "thruster
 
 }  // namespace
 
-bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspec,
-                    std::string* pszError) {
+bool bHopSpecFmText(Scenario& sc, const char* szName, const std::string& szText,
+                    HopSpec* pspec, std::string* pszError) {
     HopSpec hopspec;
     Long aiLine[nName] = {0, 0, 0, 0, 0, 0};
     std::size_t iPos = 0;
@@ -94,7 +94,7 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
         switch (iName) {
             case TargetX: {
                 double fXGnd = 0.0, fYGnd = 0.0, fZGnd = 0.0;
-                if (!bPtOnGndAtXY(&fXGnd, &fYGnd, &fZGnd, f, 0.0, &arPArPPtVtxPgnGnd))
+                if (!bPtOnGndAtXY(&fXGnd, &fYGnd, &fZGnd, f, 0.0, &sc.arPArPPtVtxPgnGnd))
                     return fail(szFmt("target_x %g m is off the terrain", f));
                 hopspec.fXTarget = f;
                 break;
@@ -137,17 +137,18 @@ bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspe
     }
     // Take-off and touchdown each need a clearance's worth of room (the
     // clearance ramps up from both ends; see design/design.h).
-    if (std::fabs(hopspec.fXTarget - fXf0) <= 2.0 * hopspec.fClearance) {
+    if (std::fabs(hopspec.fXTarget - sc.fXf0) <= 2.0 * hopspec.fClearance) {
         *pszError = szFmt(
             "%s:%ld: target_x %g m is within twice the clearance (%g m) of the start (x = %g m)",
-            szName, static_cast<long>(aiLine[TargetX]), hopspec.fXTarget, 2.0 * hopspec.fClearance, fXf0);
+            szName, static_cast<long>(aiLine[TargetX]), hopspec.fXTarget, 2.0 * hopspec.fClearance, sc.fXf0);
         return false;
     }
     *pspec = hopspec;
     return true;
 }
 
-bool bHopSpecFmFile(const char* szFile, HopSpec* pspec, std::string* pszError) {
+bool bHopSpecFmFile(Scenario& sc, const char* szFile, HopSpec* pspec,
+                    std::string* pszError) {
     std::FILE* pfile = std::fopen(szFile, "rb");
     if (pfile == nullptr) {
         *pszError = szFmt("%s: can't open: %s", szFile, std::strerror(errno));
@@ -172,5 +173,5 @@ bool bHopSpecFmFile(const char* szFile, HopSpec* pspec, std::string* pszError) {
         *pszError = szFmt("%s: longer than %zu bytes", szFile, nChMax);
         return false;
     }
-    return bHopSpecFmText(szFile, szText, pspec, pszError);
+    return bHopSpecFmText(sc, szFile, szText, pspec, pszError);
 }

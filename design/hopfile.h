@@ -17,6 +17,7 @@
 #include <string>
 
 #include "core/types.h"
+#include "sim/params.h"
 
 struct HopSpec {
     double fXTarget = 0.0;    // target_x, m
@@ -32,14 +33,15 @@ struct HopSpec {
 constexpr Long nWptInteriorMin = 2;
 constexpr Long nWptInteriorMax = 20;
 
-// Reads a hop file. Needs the ground and the initial state (initParams).
+// Reads a hop file for the scenario sc (its ground and initial state).
 // False on any problem, with *pszError one line (no newline) naming the
 // file, the line when there is one, and the problem, e.g.
 // "hop.txt:3: unknown name 'clearence'"; *pspec is then unchanged.
 // A target must lie on the terrain and more than twice the clearance away
 // from the start, horizontally.
-bool bHopSpecFmFile(const char* szFile, HopSpec* pspec, std::string* pszError);
+bool bHopSpecFmFile(Scenario& sc, const char* szFile, HopSpec* pspec,
+                    std::string* pszError);
 
 // The same on a text already in memory; szName names it in the messages.
-bool bHopSpecFmText(const char* szName, const std::string& szText, HopSpec* pspec,
-                    std::string* pszError);
+bool bHopSpecFmText(Scenario& sc, const char* szName, const std::string& szText,
+                    HopSpec* pspec, std::string* pszError);

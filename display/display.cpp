@@ -408,8 +408,8 @@ void endFrame() {
 
 // ---- drawing ---------------------------------------------------------------------------
 
-void displayGround() {
-    A1Val<void*>& arPPgn = arPArPPtVtxPgnGnd;
+void displayGround(A1Val<void*>* parPArPPtVtxPgnGnd) {
+    A1Val<void*>& arPPgn = *parPArPPtVtxPgnGnd;
 
     // The strips, lit, pushed back a little in depth so that the graticule
     // and the triad drawn on them win.
@@ -448,19 +448,13 @@ void displayGround() {
 
 namespace {
 
-// Work buffers of the vehicle drawing, kept from frame to frame so that
-// after the first frames no drawing allocates.
+// Work buffers of one vehicle drawing.
 struct BatchVehicle {
     std::vector<double> arFPlace;  // per vehicle the rows 1..3 of its placement, 12 values
     std::vector<float> arFSf;      // normal and point per vertex
     std::vector<float> arFLine;    // colour and point per vertex
     std::vector<Stvehicle3dof*> arPStPlot;
 };
-
-BatchVehicle& batchVehicle() {
-    static BatchVehicle batch;
-    return batch;
-}
 
 void pushPlaced(std::vector<float>& arF, const double* arFPlace, const float* arFA,
                 const float* arFPt, bool bRotateOnlyA) {
@@ -483,7 +477,7 @@ void pushPlaced(std::vector<float>& arF, const double* arFPlace, const float* ar
 void displayVehicles(Stvehicle3dof* const* arPSt, Long n) {
     if (n <= 0) return;
     const MeshVehicle& mesh = meshVehicle();
-    BatchVehicle& batch = batchVehicle();
+    BatchVehicle batch;
 
     batch.arFPlace.resize(static_cast<size_t>(12 * n));
     for (Long v = 0; v < n; ++v) {
@@ -585,8 +579,7 @@ void displayPath(Vehicle* pvehicle, A1Val<double>& arFTiData, A1Val<void*>& arPS
     glEnd();
     checkGlErrorSzLocation("glEnd()");
 
-    std::vector<Stvehicle3dof*>& arPStPlot = batchVehicle().arPStPlot;
-    arPStPlot.clear();
+    std::vector<Stvehicle3dof*> arPStPlot;
     visitIStPlotPath(arFTiData, n, [&arPStvehicle, &arPStPlot](Long i) {
         arPStPlot.push_back(static_cast<Stvehicle3dof*>(arPStvehicle[i]));
     });
@@ -613,22 +606,23 @@ void displayPlanPath(const double* arFX, const double* arFZ, Long n) {
 }
 
 void displayStInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC,
-                     Stvehicle3dof* pstvehicle3dof) {
+                     A1Val<void*>* parPArPPtVtxPgnGnd, Stvehicle3dof* pstvehicle3dof) {
     // The pane transform is carried by the viewport.
     (void)pxfmPFmC;
     beginFrame(ppane, pxfmCFmW);
     pmdspCoordtriadScene.display();
-    displayGround();
+    displayGround(parPArPPtVtxPgnGnd);
     displayVehicle(pstvehicle3dof);
     endFrame();
 }
 
-void displayPathInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC, Vehicle* pvehicle,
+void displayPathInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC,
+                       A1Val<void*>* parPArPPtVtxPgnGnd, Vehicle* pvehicle,
                        A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle) {
     (void)pxfmPFmC;
     beginFrame(ppane, pxfmCFmW);
     pmdspCoordtriadScene.display();
-    displayGround();
+    displayGround(parPArPPtVtxPgnGnd);
     displayPath(pvehicle, arFTiData, arPStvehicle);
     endFrame();
 }

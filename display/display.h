@@ -178,13 +178,16 @@ void arFGlFmX4h(double arF[16], const X4h& x4h);
 
 // ---- drawing ---------------------------------------------------------------------------
 
+// A frame of the scene over the ground parPArPPtVtxPgnGnd (a scenario's):
+// the vehicle in one state, or a stored run's track.
 void displayStInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC,
-                     Stvehicle3dof* pstvehicle3dof);
-void displayPathInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC, Vehicle* pvehicle,
+                     A1Val<void*>* parPArPPtVtxPgnGnd, Stvehicle3dof* pstvehicle3dof);
+void displayPathInPane(Pane* ppane, XfmCFmW3c* pxfmCFmW, XfmPFmC3c* pxfmPFmC,
+                       A1Val<void*>* parPArPPtVtxPgnGnd, Vehicle* pvehicle,
                        A1Val<double>& arFTiData, A1Val<void*>& arPStvehicle);
 
 // The ground polygons, lit, with polygon offset, and the graticule rings.
-void displayGround();
+void displayGround(A1Val<void*>* parPArPPtVtxPgnGnd);
 // The vehicle in a state: lit body, legs, thrust vector, placed by
 // xgmFFmB_Fm_PStvehicle3dof.
 void displayVehicle(Stvehicle3dof* pstvehicle3dof);

@@ -22,12 +22,6 @@
 
 namespace {
 
-// The EGL display is one per process, initialised by the first OffscreenGl
-// and kept until the process ends: terminating it would unload the driver,
-// and opening again would load it again (tens of milliseconds), while what
-// the driver keeps for the display would no longer be reachable.
-EGLDisplay pdisplayShared = EGL_NO_DISPLAY;
-
 void logEglFailure(const char* szWhat) {
     logLineSzFmtU("ERROR: Windows error %u", static_cast<ULong>(eglGetError()));
     logLineSzFmtSz("       offscreen OpenGL: %s", szWhat);
@@ -44,8 +38,7 @@ bool bExtensionIn(const char* szList, const char* szExt) {
     return false;
 }
 
-EGLDisplay pdisplayAcquire() {
-    if (pdisplayShared != EGL_NO_DISPLAY) return pdisplayShared;
+EGLDisplay pdisplayInit() {
     const char* szClientExt = eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS);
     if (!bExtensionIn(szClientExt, "EGL_MESA_platform_surfaceless")) {
         logEglFailure("no surfaceless EGL platform");
@@ -69,7 +62,17 @@ EGLDisplay pdisplayAcquire() {
         logEglFailure("eglInitialize()");
         return EGL_NO_DISPLAY;
     }
-    pdisplayShared = pdisplay;
+    return pdisplay;
+}
+
+// The EGL display is one per process (the driver hands out the same one
+// for the same platform), initialised by the first OffscreenGl and kept
+// until the process ends: terminating it would unload the driver, and
+// opening again would load it again (tens of milliseconds), while what the
+// driver keeps for the display would no longer be reachable. Fixed once
+// taken: a process whose first attempt failed has no offscreen drawing.
+EGLDisplay pdisplayAcquire() {
+    static const EGLDisplay pdisplay = pdisplayInit();
     return pdisplay;
 }
 

@@ -10,32 +10,25 @@
 
 #include "core/logerror.h"
 
-XfmCFmW3c xfmCFmW;
-XfmPFmC3c xfmPFmC;
-
-XfmCFmW3c arXfmCFmWStack[100];
-Long iXfmCFmWStackTop = 0;
-Long iXfmCFmWStackFirst = 99;
-Long iXfmCFmWStackHwm = 0;
-
 namespace {
 
-Long iSlotDown(Long i) { return (i == 0) ? 99 : i - 1; }
-Long iSlotUp(Long i) { return (i == 99) ? 0 : i + 1; }
+constexpr Long iSlotLast = nXfmCFmWStack - 1;
+Long iSlotDown(Long i) { return (i == 0) ? iSlotLast : i - 1; }
+Long iSlotUp(Long i) { return (i == iSlotLast) ? 0 : i + 1; }
 
 }  // namespace
 
 // ---- the history ----------------------------------------------------------------------
 
-void initXfmCFmWStack() {
+void ViewStack::initXfmCFmWStack() {
     iXfmCFmWStackTop = 0;
-    iXfmCFmWStackFirst = 99;
+    iXfmCFmWStackFirst = iSlotLast;
     iXfmCFmWStackHwm = 0;
 }
 
-bool bEmptyXfmCFmWOnStack() { return iXfmCFmWStackTop == iXfmCFmWStackFirst; }
+bool ViewStack::bEmptyXfmCFmWOnStack() const { return iXfmCFmWStackTop == iXfmCFmWStackFirst; }
 
-void pushXfmCFmWToStack(XfmCFmW3c& xfm) {
+void ViewStack::pushXfmCFmWToStack(XfmCFmW3c& xfm) {
     arXfmCFmWStack[iXfmCFmWStackTop] = xfm;
     iXfmCFmWStackTop = iSlotDown(iXfmCFmWStackTop);
     iXfmCFmWStackHwm = iXfmCFmWStackTop;
@@ -47,7 +40,7 @@ void pushXfmCFmWToStack(XfmCFmW3c& xfm) {
 // record of what the stack would hand out if the report ever let the
 // program go on: the entry at the bottom slot, with nothing changed.
 
-XfmCFmW3c xfmCFmWPopFromStack() {
+XfmCFmW3c ViewStack::xfmCFmWPopFromStack() {
     if (bEmptyXfmCFmWOnStack()) {
         cantHappen("stack empty in xfmCFmWPopFromStack()");
         return arXfmCFmWStack[iXfmCFmWStackFirst];
@@ -56,7 +49,7 @@ XfmCFmW3c xfmCFmWPopFromStack() {
     return arXfmCFmWStack[iXfmCFmWStackTop];
 }
 
-XfmCFmW3c xfmCFmWTopOfStack() {
+XfmCFmW3c ViewStack::xfmCFmWTopOfStack() const {
     if (bEmptyXfmCFmWOnStack()) {
         cantHappen("stack empty in xfmCFmWTopOfStack()");
         return arXfmCFmWStack[iXfmCFmWStackFirst];
@@ -64,9 +57,9 @@ XfmCFmW3c xfmCFmWTopOfStack() {
     return arXfmCFmWStack[iSlotUp(iXfmCFmWStackTop)];
 }
 
-bool bXfmCFmWStackRePushPossible() { return iXfmCFmWStackHwm != iXfmCFmWStackTop; }
+bool ViewStack::bXfmCFmWStackRePushPossible() const { return iXfmCFmWStackHwm != iXfmCFmWStackTop; }
 
-XfmCFmW3c xfmCFmWRePushToStack() {
+XfmCFmW3c ViewStack::xfmCFmWRePushToStack() {
     if (iXfmCFmWStackHwm != iXfmCFmWStackTop) {
         XfmCFmW3c xfm = arXfmCFmWStack[iXfmCFmWStackTop];
         iXfmCFmWStackTop = iSlotDown(iXfmCFmWStackTop);
@@ -95,7 +88,7 @@ XfmCFmW3c xfmCFmW3cDefaultFm(XfmPFmC3c const& xfmPFmCGiven) {
                                fFDefaultView, 0);
 }
 
-void writeViewOut(const char* szFile) {
+void ViewStack::writeViewOut(const char* szFile) const {
     std::FILE* pfile = std::fopen(szFile, "w");
     if (pfile == nullptr) {
         std::fprintf(stderr, "%s: cannot write the camera (%s)\n", szFile, std::strerror(errno));
@@ -180,7 +173,7 @@ bool bReadViewFile(const char* szFile, XfmPFmC3c const& xfmPFmCPane, XfmCFmW3c* 
 
 }  // namespace
 
-void readViewInOrDefault(const char* szFile, Pane const& pane) {
+void ViewStack::readViewInOrDefault(const char* szFile, Pane const& pane) {
     xfmPFmC = xfmPFmC3cFm(pane);
     XfmPFmC3c xfmPFmCUsable = xfmPFmCAtLeastOnePixel(xfmPFmC);
     const char* szProblem = nullptr;
@@ -192,7 +185,7 @@ void readViewInOrDefault(const char* szFile, Pane const& pane) {
     pushXfmCFmWToStack(xfmCFmW);
 }
 
-void resizeViewForPane(Pane const& pane) {
+void ViewStack::resizeViewForPane(Pane const& pane) {
     if (pane.iPxDX <= 0 || pane.iPxDY <= 0) return;
     xfmPFmC = xfmPFmC3cFm(pane);
     if (xfmCFmW.fR - xfmCFmW.fL > 0.0 && xfmCFmW.fT - xfmCFmW.fB > 0.0)

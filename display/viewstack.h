@@ -15,43 +15,74 @@
 // unset entries until the stack is first emptied (resizeViewForPane does
 // that, and the window always gets a size before it is used).
 //
-// Everything here is program-wide state touched only from the window's
-// thread. Plain C++: no graphics or window code.
+// A ViewStack is one window's view, touched only from that window's thread.
+// Plain C++: no graphics or window code.
 #pragma once
 
 #include "core/types.h"
 #include "display/camera.h"
 
-// The camera and projection the program window draws with.
-extern XfmCFmW3c xfmCFmW;
-extern XfmPFmC3c xfmPFmC;
+// Camera records in the history ring.
+constexpr Long nXfmCFmWStack = 100;
 
-extern XfmCFmW3c arXfmCFmWStack[100];
-extern Long iXfmCFmWStackTop;    // next free slot, initially 0
-extern Long iXfmCFmWStackFirst;  // bottom marker, initially 99
-extern Long iXfmCFmWStackHwm;    // top right after the last push, initially 0
+struct ViewStack {
+    // The camera and projection the program window draws with.
+    XfmCFmW3c xfmCFmW;
+    XfmPFmC3c xfmPFmC;
 
-// Puts the three indices back to their initial values (0, 99, 0); the slots
-// keep whatever they hold.
-void initXfmCFmWStack();
+    XfmCFmW3c arXfmCFmWStack[nXfmCFmWStack];
+    Long iXfmCFmWStackTop = 0;                    // next free slot, initially 0
+    Long iXfmCFmWStackFirst = nXfmCFmWStack - 1;  // bottom marker, initially 99
+    Long iXfmCFmWStackHwm = 0;                    // top right after the last push, initially 0
 
-bool bEmptyXfmCFmWOnStack();
-// Stores a copy at slot top and moves top down; the high-water mark becomes
-// the new top. A full ring drops its oldest entry.
-void pushXfmCFmWToStack(XfmCFmW3c& xfm);
-// Moves top up and returns the entry there. On an empty stack:
-// cantHappen("stack empty in xfmCFmWPopFromStack()"), which ends the program.
-XfmCFmW3c xfmCFmWPopFromStack();
-// The newest entry, unchanged. On an empty stack:
-// cantHappen("stack empty in xfmCFmWTopOfStack()").
-XfmCFmW3c xfmCFmWTopOfStack();
-// True when popped entries can be pushed back (high-water mark != top).
-bool bXfmCFmWStackRePushPossible();
-// Pushes the most recently popped entry back and returns it (the high-water
-// mark stays). With nothing to re-push it returns the newest entry
-// unchanged, or, on an empty stack, reports
-// cantHappen("nothing available in xfmCFmWRePushToStack()").
-XfmCFmW3c xfmCFmWRePushToStack();
+    // Puts the three indices back to their initial values (0, 99, 0); the slots
+    // keep whatever they hold.
+    void initXfmCFmWStack();
+
+    bool bEmptyXfmCFmWOnStack() const;
+    // Stores a copy at slot top and moves top down; the high-water mark becomes
+    // the new top. A full ring drops its oldest entry.
+    void pushXfmCFmWToStack(XfmCFmW3c& xfm);
+    // Moves top up and returns the entry there. On an empty stack:
+    // cantHappen("stack empty in xfmCFmWPopFromStack()"), which ends the program.
+    XfmCFmW3c xfmCFmWPopFromStack();
+    // The newest entry, unchanged. On an empty stack:
+    // cantHappen("stack empty in xfmCFmWTopOfStack()").
+    XfmCFmW3c xfmCFmWTopOfStack() const;
+    // True when popped entries can be pushed back (high-water mark != top).
+    bool bXfmCFmWStackRePushPossible() const;
+    // Pushes the most recently popped entry back and returns it (the high-water
+    // mark stays). With nothing to re-push it returns the newest entry
+    // unchanged, or, on an empty stack, reports
+    // cantHappen("nothing available in xfmCFmWRePushToStack()").
+    XfmCFmW3c xfmCFmWRePushToStack();
+
+    // Writes the current camera xfmCFmW as four lines of "%12.5lf %12.5lf
+    // %12.5lf\n": eye point; look; up; window width fR - fL, fN, fF. A file
+    // that cannot be opened is reported on the standard error stream and
+    // skipped.
+    void writeViewOut(const char* szFile) const;
+
+    // Sets xfmPFmC from the pane, builds xfmCFmW from the camera file (the four
+    // lines of writeViewOut, read with "%lf %lf %lf" each) matched to the pane's
+    // aspect with xfmCFmW3cMatchArFDX, and pushes it onto the stack.
+    // The file is used only when it gives 12 finite numbers, each of magnitude
+    // at most 1e9, with look and up of length at least 1e-9 and at least about
+    // 0.0001 degrees apart, a width of at least 1e-9, 0 <= near, far at least
+    // 1e-9 beyond near, and a resulting transform with finite elements.
+    // Anything else -- a missing file quietly, a bad one with a one-line note on
+    // the standard error stream ("view.in: <what is wrong>; using the default
+    // camera") -- gives the default camera. A pane without width or height is taken as 1
+    // pixel in that direction for the aspect ratio.
+    void readViewInOrDefault(const char* szFile, Pane const& pane);
+
+    // After the pane changed size: rebuilds xfmPFmC, widens the camera's window
+    // to the new aspect (xfmCFmW3cMatchArAtLeast), empties the stack by popping
+    // and pushes the adjusted camera. A pane without width or height (a
+    // minimised window) changes nothing. An unset camera is replaced by the
+    // default one.
+    void resizeViewForPane(Pane const& pane);
+};
 
 // ---- camera files ------------------------------------------------------------------
 
@@ -68,32 +99,6 @@ extern const double fDXDefaultView;
 extern const double fNDefaultView;
 extern const double fFDefaultView;
 XfmCFmW3c xfmCFmW3cDefaultFm(XfmPFmC3c const& xfmPFmC);
-
-// Writes the current camera xfmCFmW as four lines of "%12.5lf %12.5lf
-// %12.5lf\n": eye point; look; up; window width fR - fL, fN, fF. A file
-// that cannot be opened is reported on the standard error stream and
-// skipped.
-void writeViewOut(const char* szFile);
-
-// Sets xfmPFmC from the pane, builds xfmCFmW from the camera file (the four
-// lines of writeViewOut, read with "%lf %lf %lf" each) matched to the pane's
-// aspect with xfmCFmW3cMatchArFDX, and pushes it onto the stack.
-// The file is used only when it gives 12 finite numbers, each of magnitude
-// at most 1e9, with look and up of length at least 1e-9 and at least about
-// 0.0001 degrees apart, a width of at least 1e-9, 0 <= near, far at least
-// 1e-9 beyond near, and a resulting transform with finite elements.
-// Anything else -- a missing file quietly, a bad one with a one-line note on
-// the standard error stream ("view.in: <what is wrong>; using the default
-// camera") -- gives the default camera. A pane without width or height is taken as 1
-// pixel in that direction for the aspect ratio.
-void readViewInOrDefault(const char* szFile, Pane const& pane);
-
-// After the pane changed size: rebuilds xfmPFmC, widens the camera's window
-// to the new aspect (xfmCFmW3cMatchArAtLeast), empties the stack by popping
-// and pushes the adjusted camera. A pane without width or height (a
-// minimised window) changes nothing. An unset camera is replaced by the
-// default one.
-void resizeViewForPane(Pane const& pane);
 
 // ---- mouse navigation ---------------------------------------------------------------
 

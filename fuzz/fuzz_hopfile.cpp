@@ -9,9 +9,25 @@
 #include "design/hopfile.h"
 #include "sim/params.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     enterFuzzDir();
-    initParams();
+    initParams(&scenario);
     return 0;
 }
 
@@ -20,7 +36,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     HopSpec hopspec;
     std::string szError;
     try {
-        if (bHopSpecFmFile("hop.txt", &hopspec, &szError)) {
+        if (bHopSpecFmFile(scenario, "hop.txt", &hopspec, &szError)) {
             if (!szError.empty()) std::abort();
         } else if (szError.rfind("hop.txt", 0) != 0 || szError.find('\n') != std::string::npos) {
             std::abort();

@@ -9,9 +9,25 @@
 #include "sim/flight.h"
 #include "sim/params.h"
 
+#include "sim/params.h"
+
+namespace {
+// The built-in scenario, made at the first use.
+Scenario& scenarioTest() {
+    struct Built {
+        Scenario sc;
+        Built() { initParams(&sc); }
+    };
+    static Built built;
+    return built.sc;
+}
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     enterFuzzDir();
-    initParams();
+    initParams(&scenario);
     return 0;
 }
 
@@ -22,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     static A1Val<void*> arPStRun(1, 0);
     try {
         deleteStoredRun(&arFTiRun, &arPStRun);
-        flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun);
+        flyScheduleFile(scenario, "fltplan.txt", &arFTiRun, &arPStRun);
         writeResultsTxt("results.txt", arFTiRun, arPStRun);
         if (bFileHasNonFinite("results.txt")) std::abort();
     } catch (const ProgramStop&) {

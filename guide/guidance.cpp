@@ -602,7 +602,7 @@ void GuidedCmds::atEvent(double, A1Val<double> const& arFState, ArFFnFArFModel* 
 
 // ---- the `g` chain -------------------------------------------------------------------------
 
-bool bFlyGuidedScheduleFile(const char* szFltplan, const char* szGuidance,
+bool bFlyGuidedScheduleFile(Scenario& sc, const char* szFltplan, const char* szGuidance,
                             A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
                             std::string* pszErr, SimReport* preport) {
     GuidanceSettings gs;
@@ -613,11 +613,12 @@ bool bFlyGuidedScheduleFile(const char* szFltplan, const char* szGuidance,
     readScheduleFile(szFltplan, &arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd);
 
     const FlightSettings fs;
-    const GuidanceRef ref(arFTiCmd, arFFcThrustCmd, arFMmPitchCmd, vehicle, planet, stvehicle3dof0,
-                          fs.fTiIC, gs);
-    GuidedCmds cmds(ref, guidanceGainsFm(gs, vehicle, planet), vehicle, planet.fAcG);
-    ArFFnFArFModel model(&planet, &vehicle, fs.fDTiData, arFTiCmd, arFFcThrustCmd, arFMmPitchCmd);
+    const GuidanceRef ref(arFTiCmd, arFFcThrustCmd, arFMmPitchCmd, sc.vehicle, sc.planet,
+                          sc.stvehicle3dof0, fs.fTiIC, gs);
+    GuidedCmds cmds(ref, guidanceGainsFm(gs, sc.vehicle, sc.planet), sc.vehicle, sc.planet.fAcG);
+    ArFFnFArFModel model(&sc.planet, &sc.vehicle, &sc.arPArPPtVtxPgnGnd, fs.fDTiData, arFTiCmd,
+                         arFFcThrustCmd, arFMmPitchCmd);
     model.pcmdsource = &cmds;
-    flyModel(parFTiData, parPStvehicle, &model, stvehicle3dof0, fs, preport);
+    flyModel(parFTiData, parPStvehicle, &model, sc.stvehicle3dof0, fs, preport);
     return true;
 }

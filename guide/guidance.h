@@ -201,8 +201,9 @@ private:
 
 // The `g` chain: the settings of szGuidance (when it exists), the schedule
 // of szFltplan (its errors as for flyScheduleFile: fatal), the reference,
-// and the guided flight from stvehicle3dof0 with the default FlightSettings.
-// A bad guidance file flies nothing and returns false with the message.
-bool bFlyGuidedScheduleFile(const char* szFltplan, const char* szGuidance,
+// and the guided flight in the scenario sc from its stvehicle3dof0 with the
+// default FlightSettings. A bad guidance file flies nothing and returns
+// false with the message.
+bool bFlyGuidedScheduleFile(Scenario& sc, const char* szFltplan, const char* szGuidance,
                             A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
                             std::string* pszErr, SimReport* preport = nullptr);

@@ -9,7 +9,6 @@
 
 #include "sim/fltsim.h"
 
-std::atomic<Long> aiMcRunInFlight[nMcThreadSlot];
 
 namespace {
 
@@ -68,7 +67,7 @@ McInputs mcInputsForRun(McDispersion const& disp, Long iRun) {
     return inputs;
 }
 
-McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
+McRunResult mcRunFly(Scenario& sc, McSchedule const& sched, McInputs const& inputs, Long iRun,
                      McWork* pwork, McGuided const* pguided, bool bKeepRecords,
                      SimReport* preport) {
     const double* arFDev = inputs.arFDev;
@@ -98,8 +97,8 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
             schedRun.arFTiCmd[i] = schedRun.arFTiCmd[i] + arFDev[mcParamCommandDelay];
 
     // 2. This run's vehicle and planet.
-    Planet planetRun = planet;
-    Vehicle vehicleRun = vehicle;
+    Planet planetRun = sc.planet;
+    Vehicle vehicleRun = sc.vehicle;
     if (arFDev[mcParamExhaustSpeed] != 0.0)
         vehicleRun.fIsp = vehicleRun.fIsp + arFDev[mcParamExhaustSpeed];
     if (arFDev[mcParamDragScale] != 0.0) {
@@ -110,7 +109,7 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
     // 3. The initial state, in the integrator's order (x, z, pitch, vx, vz,
     // pitch rate, mass).
     A1Val<double>& arFStateIC = pwork->arFStateIC;
-    stateFmStvehicle3dof(&arFStateIC, stvehicle3dof0);
+    stateFmStvehicle3dof(&arFStateIC, sc.stvehicle3dof0);
     if (arFDev[mcParamInitialPitch] != 0.0) arFStateIC[3] = arFStateIC[3] + arFDev[mcParamInitialPitch];
     if (arFDev[mcParamInitialVx] != 0.0) arFStateIC[4] = arFStateIC[4] + arFDev[mcParamInitialVx];
     if (arFDev[mcParamInitialPitchRate] != 0.0)
@@ -130,12 +129,13 @@ McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
 
     // 4. The flight.
     const FlightSettings fs;
-    ArFFnFArFModel model(&planetRun, &vehicleRun, fs.fDTiData, schedRun.arFTiCmd,
-                         schedRun.arFFcThrustCmd, schedRun.arFMmPitchCmd);
+    ArFFnFArFModel model(&planetRun, &vehicleRun, &sc.arPArPPtVtxPgnGnd, fs.fDTiData,
+                         schedRun.arFTiCmd, schedRun.arFFcThrustCmd, schedRun.arFMmPitchCmd);
     std::unique_ptr<GuidedCmds> pcmds;
     std::unique_ptr<McSensorNoise> pnoise;
     if (bGuided) {
-        pcmds = std::make_unique<GuidedCmds>(*pguided->pref, pguided->gains, vehicle, planet.fAcG);
+        pcmds = std::make_unique<GuidedCmds>(*pguided->pref, pguided->gains, sc.vehicle,
+                                             sc.planet.fAcG);
         pcmds->fFcThrustScale = 1.0 + arFDev[mcParamThrustScale];
         pcmds->fMmPitchBias = arFDev[mcParamMomentBias];
         pcmds->fDTiDelay = arFDev[mcParamCommandDelay];
@@ -196,10 +196,10 @@ std::vector<Long> aiMcRunsOfRank(Long nRun, Long iRank, Long nRank) {
     return aiRun;
 }
 
-void mcFlyRuns(McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule const& sched,
+void mcFlyRuns(Scenario& sc, McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule const& sched,
                McDispersion const& disp, Long nThread,
                void (*fnProgress)(Long nDone, Long nTotal, void* pv), void* pvProgress,
-               McGuided const* pguided) {
+               McGuided const* pguided, std::atomic<Long>* aiRunInFlight) {
     VT_ASSERT(nThread >= 1 && nThread <= nMcThreadSlot);
     const Long nTotal = static_cast<Long>(aiRun.size());
     // Runs are handed out in small chunks from a shared counter; each result
@@ -216,12 +216,13 @@ void mcFlyRuns(McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule
             const Long iEnd = (iBegin + nChunk < nTotal) ? iBegin + nChunk : nTotal;
             for (Long i = iBegin; i < iEnd; i++) {
                 const Long iRun = aiRun[static_cast<std::size_t>(i)];
-                aiMcRunInFlight[iSlot].store(iRun, std::memory_order_relaxed);
-                arResult[i] = mcRunFly(sched, mcInputsForRun(disp, iRun), iRun, &work, pguided);
+                if (aiRunInFlight != nullptr)
+                    aiRunInFlight[iSlot].store(iRun, std::memory_order_relaxed);
+                arResult[i] = mcRunFly(sc, sched, mcInputsForRun(disp, iRun), iRun, &work, pguided);
             }
             nDone.fetch_add(iEnd - iBegin, std::memory_order_relaxed);
         }
-        aiMcRunInFlight[iSlot].store(0, std::memory_order_relaxed);
+        if (aiRunInFlight != nullptr) aiRunInFlight[iSlot].store(0, std::memory_order_relaxed);
     };
     // Without a progress report the calling thread flies too; with one it
     // only wakes every 200 ms to report, and nThread others fly.

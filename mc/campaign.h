@@ -130,7 +130,7 @@ struct McWork {
 // (deleteStoredRun); otherwise they are released here. preport, when given,
 // receives the driver's report of the flight (untouched for a run that is
 // not flown).
-McRunResult mcRunFly(McSchedule const& sched, McInputs const& inputs, Long iRun,
+McRunResult mcRunFly(Scenario& sc, McSchedule const& sched, McInputs const& inputs, Long iRun,
                      McWork* pwork, McGuided const* pguided = nullptr,
                      bool bKeepRecords = false, SimReport* preport = nullptr);
 
@@ -142,13 +142,14 @@ std::vector<Long> aiMcRunsOfRank(Long nRun, Long iRank, Long nRank);
 // thread waits, or reports progress through fnProgress every 200 ms when it
 // is given, with the number of runs done so far). arResult[i] receives run
 // aiRun[i], whatever thread flew it.
-void mcFlyRuns(McRunResult* arResult, std::vector<Long> const& aiRun, McSchedule const& sched,
-               McDispersion const& disp, Long nThread,
+void mcFlyRuns(Scenario& sc, McRunResult* arResult, std::vector<Long> const& aiRun,
+               McSchedule const& sched, McDispersion const& disp, Long nThread,
                void (*fnProgress)(Long nDone, Long nTotal, void* pv) = nullptr,
-               void* pvProgress = nullptr, McGuided const* pguided = nullptr);
+               void* pvProgress = nullptr, McGuided const* pguided = nullptr,
+               std::atomic<Long>* aiRunInFlight = nullptr);
 
-// The run numbers being flown right now, one slot per thread of the current
-// mcFlyRuns (0 when idle): read by the program's abort report, which names
-// the runs in flight when a flight breaks one of the driver's assertions.
+// Most threads of one mcFlyRuns. With aiRunInFlight (nMcThreadSlot slots),
+// mcFlyRuns keeps there the run each thread is flying right now (0 when
+// idle): the program's abort report names the runs in flight when a flight
+// breaks one of the driver's assertions.
 constexpr int nMcThreadSlot = 256;
-extern std::atomic<Long> aiMcRunInFlight[nMcThreadSlot];

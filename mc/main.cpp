@@ -328,6 +328,10 @@ void showProgress(Long nDone, Long nTotal, void* pv) {
     std::fflush(stderr);
 }
 
+// The run each flying thread is on (0 when idle), kept by mcFlyRuns for the
+// abort report below: a signal handler reaches nothing else.
+std::atomic<Long> aiMcRunInFlight[nMcThreadSlot];
+
 // On an assertion (abort) inside a flight: name the runs in flight, then
 // abort. Only async-signal-safe calls.
 void reportRunsInFlight(int) {
@@ -419,17 +423,18 @@ int main(int argc, char** argv) {
         readScheduleText(&sched, szPlanText, opt.szPlan.c_str());
     }
     if (opt.nRunOverride > 0) disp.nRun = opt.nRunOverride;
-    initParams();
+    Scenario sc;
+    initParams(&sc);
 
     // The guided campaign's reference, built once from the undispersed plan.
     std::unique_ptr<GuidanceRef> pref;
     McGuided guided;
     if (opt.bGuided) {
         pref = std::make_unique<GuidanceRef>(sched.arFTiCmd, sched.arFFcThrustCmd,
-                                             sched.arFMmPitchCmd, vehicle, planet, stvehicle3dof0,
+                                             sched.arFMmPitchCmd, sc.vehicle, sc.planet, sc.stvehicle3dof0,
                                              FlightSettings{}.fTiIC, gs);
         guided.pref = pref.get();
-        guided.gains = guidanceGainsFm(gs, vehicle, planet);
+        guided.gains = guidanceGainsFm(gs, sc.vehicle, sc.planet);
         guided.uRngSeed = disp.uRngSeed;
         for (int j = 0; j < nMcSensor; j++) guided.arPertSensor[j] = disp.arPertSensor[j];
     }
@@ -450,8 +455,8 @@ int main(int argc, char** argv) {
     std::vector<McRunResult> aMine(aiRun.size());
     Progress prog{std::chrono::steady_clock::now(), job.nRank};
     const bool bProgress = bLead && isatty(STDERR_FILENO);
-    mcFlyRuns(aMine.data(), aiRun, sched, disp, nThread, bProgress ? showProgress : nullptr,
-              &prog, pguided);
+    mcFlyRuns(sc, aMine.data(), aiRun, sched, disp, nThread, bProgress ? showProgress : nullptr,
+              &prog, pguided, aiMcRunInFlight);
     const double fS =
         std::chrono::duration<double>(std::chrono::steady_clock::now() - prog.tStart).count();
 
@@ -465,7 +470,7 @@ int main(int argc, char** argv) {
     std::string szRefFrom = "given with --target";
     if (!opt.bTarget) {
         McWork work;
-        const McRunResult resNominal = mcRunFly(sched, McInputs{}, 0, &work, pguided);
+        const McRunResult resNominal = mcRunFly(sc, sched, McInputs{}, 0, &work, pguided);
         fXfRef = resNominal.fXfRest;
         fZfRef = resNominal.fZfRest;
         szRefFrom = "rest point of the undispersed flight";
@@ -503,7 +508,7 @@ int main(int argc, char** argv) {
         iStatus = 1;
     }
     if (opt.bPicture) {
-        const bool bOk = bWriteMcPicture(szPicturePng, aAll.data(), disp.nRun, fXfRef, fZfRef,
+        const bool bOk = bWriteMcPicture(szPicturePng, &sc.arPArPPtVtxPgnGnd, aAll.data(), disp.nRun, fXfRef, fZfRef,
                                          summ.fR50, summ.fR95, &szErr);
         if (!bOk) std::fprintf(stderr, "vantorell-mc: %s\n", szErr.c_str());
         // A build without the picture says so; that is no failure.

@@ -46,7 +46,7 @@ struct ProfileSeg {
 };
 
 // The ground polygons cut along their y = -1000 edge: (x1, z1) - (x2, z2).
-std::vector<ProfileSeg> aProfile() {
+std::vector<ProfileSeg> aProfile(A1Val<void*>& arPArPPtVtxPgnGnd) {
     std::vector<ProfileSeg> aseg;
     for (Long iPgn = arPArPPtVtxPgnGnd.iFirst(); iPgn <= arPArPPtVtxPgnGnd.iLast(); iPgn++) {
         A1Val<void*>& arPPt = *static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[iPgn]);
@@ -159,11 +159,12 @@ void drawCross(QPainter* pp, QPointF pt) {
 
 bool bMcPictureAvailable() { return true; }
 
-bool bWriteMcPicture(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
+bool bWriteMcPicture(const char* szFile, A1Val<void*>* parPArPPtVtxPgnGnd,
+                     const McRunResult* arResult, Long n, double fXfRef,
                      double fZfRef, double fR50, double fR95, std::string* pszErr) {
     const QtMessageHandler handlerOld = qInstallMessageHandler(dropQtMessage);
     ensureGuiApplication();
-    const std::vector<ProfileSeg> aseg = aProfile();
+    const std::vector<ProfileSeg> aseg = aProfile(*parPArPPtVtxPgnGnd);
 
     QImage image(iPxWidth, iPxHeight, QImage::Format_RGB32);
     image.fill(QColor(255, 255, 255));
@@ -246,7 +247,7 @@ bool bWriteMcPicture(const char* szFile, const McRunResult* arResult, Long n, do
 
 bool bMcPictureAvailable() { return false; }
 
-bool bWriteMcPicture(const char* szFile, const McRunResult*, Long, double, double, double, double,
+bool bWriteMcPicture(const char* szFile, A1Val<void*>*, const McRunResult*, Long, double, double, double, double,
                      std::string* pszErr) {
     *pszErr = std::string("this build has no picture support (Qt 6 Gui); ") + szFile +
               " not written";

@@ -2,7 +2,7 @@
 // terrain profile, as a PNG image (1200 x 900 pixels).
 //
 // Upper panel: the whole hop, the ground's profile in the x-z plane (the
-// program's ground polygons cut at y = 0), every rest point (green: upright,
+// scenario's ground polygons cut at y = 0), every rest point (green: upright,
 // red: not upright), the planned end point as a blue cross; one metre is as
 // long across as up. Rest points more than 200 m from the planned end point
 // are left out of that panel (the caption says how many). Lower panel: a
@@ -22,5 +22,6 @@
 // Whether this build can draw the picture.
 bool bMcPictureAvailable();
 
-bool bWriteMcPicture(const char* szFile, const McRunResult* arResult, Long n, double fXfRef,
+bool bWriteMcPicture(const char* szFile, A1Val<void*>* parPArPPtVtxPgnGnd,
+                     const McRunResult* arResult, Long n, double fXfRef,
                      double fZfRef, double fR50, double fR95, std::string* pszErr);

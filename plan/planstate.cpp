@@ -1,4 +1,4 @@
-// The program-wide plan and the planning chain (see planstate.h).
+// The plan and the planning chain (see planstate.h).
 #include "plan/planstate.h"
 
 #include <cmath>
@@ -6,34 +6,6 @@
 #include "plan/report.h"
 #include "plan/wptfpln.h"
 #include "sim/params.h"
-
-Vd<double>* pvdfParamTraj1 = nullptr;
-Vd<double>* pvdfTParamTraj1 = nullptr;
-A<unsigned char*>* paPVdfXParamTraj1 = nullptr;
-
-double fTiTraj1 = 0.0;
-double fTfTraj1 = 0.0;
-Long nTraj1X = 0, pTraj1X = 0, mTraj1X = 0;
-Vd<double>* pvdfUKnotTraj1X = nullptr;
-A<unsigned char*>* paPVdfXCpTraj1X = nullptr;
-Long nTraj1Z = 0, pTraj1Z = 0, mTraj1Z = 0;
-Vd<double>* pvdfUKnotTraj1Z = nullptr;
-A<unsigned char*>* paPVdfXCpTraj1Z = nullptr;
-
-Vd<double>* pvdfT = nullptr;
-A<unsigned char*>* paPVdfX = nullptr;
-Vd<double>* pvdfPitch = nullptr;
-A<unsigned char*>* paPVdfXDot = nullptr;
-Vd<double>* pvdfPitchDot = nullptr;
-A<unsigned char*>* paPVdfXDot2 = nullptr;
-Vd<double>* pvdfPitchDot2 = nullptr;
-Vd<double>* pvdfMs = nullptr;
-A<unsigned char*>* paPVdfF = nullptr;
-A<unsigned char*>* paPVdfM = nullptr;
-double fHorzRange = 0.0;
-double fMsProp = 0.0;
-double fFThrusterMin = 0.0;
-double fFThrusterMax = 0.0;
 
 namespace {
 
@@ -60,12 +32,13 @@ bool bPaPVdfFinite(A<unsigned char*>* pa) {
     return true;
 }
 
-bool bAnalysisFinite() {
-    return bPaPVdfFinite(paPVdfX) && bVdfFinite(pvdfPitch) && bPaPVdfFinite(paPVdfXDot) &&
-           bVdfFinite(pvdfPitchDot) && bPaPVdfFinite(paPVdfXDot2) && bVdfFinite(pvdfPitchDot2) &&
-           bVdfFinite(pvdfMs) && bPaPVdfFinite(paPVdfF) && bPaPVdfFinite(paPVdfM) &&
-           std::isfinite(fHorzRange) && std::isfinite(fMsProp) && std::isfinite(fFThrusterMin) &&
-           std::isfinite(fFThrusterMax);
+bool bAnalysisFinite(PlanState const& ps) {
+    return bPaPVdfFinite(ps.paPVdfX) && bVdfFinite(ps.pvdfPitch) && bPaPVdfFinite(ps.paPVdfXDot) &&
+           bVdfFinite(ps.pvdfPitchDot) && bPaPVdfFinite(ps.paPVdfXDot2) &&
+           bVdfFinite(ps.pvdfPitchDot2) && bVdfFinite(ps.pvdfMs) && bPaPVdfFinite(ps.paPVdfF) &&
+           bPaPVdfFinite(ps.paPVdfM) && std::isfinite(ps.fHorzRange) &&
+           std::isfinite(ps.fMsProp) && std::isfinite(ps.fFThrusterMin) &&
+           std::isfinite(ps.fFThrusterMax);
 }
 
 // Report files are not checked by design; an unwritable directory costs the
@@ -78,13 +51,19 @@ std::FILE* pfileReport(const char* szFile) {
 
 }  // namespace
 
-void deleteTraj1Params() {
+PlanState::~PlanState() {
+    deleteTraj1Params();
+    deleteTraj1Path();
+    deletePathAnalysis();
+}
+
+void PlanState::deleteTraj1Params() {
     deleteAndClear(pvdfParamTraj1);
     deleteAndClear(pvdfTParamTraj1);
     deletePaPVdfAndClear(paPVdfXParamTraj1);
 }
 
-void deleteTraj1Path() {
+void PlanState::deleteTraj1Path() {
     fTiTraj1 = fTfTraj1 = 0.0;
     nTraj1X = pTraj1X = mTraj1X = 0;
     deleteAndClear(pvdfUKnotTraj1X);
@@ -94,7 +73,7 @@ void deleteTraj1Path() {
     deletePaPVdfAndClear(paPVdfXCpTraj1Z);
 }
 
-void deletePathAnalysis() {
+void PlanState::deletePathAnalysis() {
     deleteAndClear(pvdfT);
     deletePaPVdfAndClear(paPVdfX);
     deleteAndClear(pvdfPitch);
@@ -108,19 +87,19 @@ void deletePathAnalysis() {
     fHorzRange = fMsProp = fFThrusterMin = fFThrusterMax = 0.0;
 }
 
-bool bPlanExists() { return paPVdfF != nullptr; }
+bool PlanState::bPlanExists() const { return paPVdfF != nullptr; }
 
-bool bPlanTraj1FromFile(const char* szFile) {
+bool PlanState::bPlanTraj1FromFile(Scenario const& sc, const char* szFile) {
     // 1. The old plan goes first, so a failed fit leaves no plan behind.
     deleteTraj1Params();
     deleteTraj1Path();
     deletePathAnalysis();
 
     // 2. Waypoints.
-    return bPlanTraj1FromParams(pvdfParamTraj1FromFile(szFile));
+    return bPlanTraj1FromParams(sc, pvdfParamTraj1FromFile(szFile));
 }
 
-bool bPlanTraj1FromParams(Vd<double>* pvdfParam) {
+bool PlanState::bPlanTraj1FromParams(Scenario const& sc, Vd<double>* pvdfParam) {
     deleteTraj1Params();
     deleteTraj1Path();
     deletePathAnalysis();
@@ -142,14 +121,14 @@ bool bPlanTraj1FromParams(Vd<double>* pvdfParam) {
     (*pvdfT)[nSample] = fTfTraj1;
 
     // 5. Analysis.
-    analyzePathBSpline(nTraj1X, pTraj1X, mTraj1X, pvdfUKnotTraj1X, paPVdfXCpTraj1X, nTraj1Z,
+    analyzePathBSpline(sc.planet, sc.vehicle, nTraj1X, pTraj1X, mTraj1X, pvdfUKnotTraj1X, paPVdfXCpTraj1X, nTraj1Z,
                        pTraj1Z, mTraj1Z, pvdfUKnotTraj1Z, paPVdfXCpTraj1Z, pvdfT, &paPVdfX,
                        &pvdfPitch, &paPVdfXDot, &pvdfPitchDot, &paPVdfXDot2, &pvdfPitchDot2,
                        &pvdfMs, &paPVdfF, &paPVdfM, &fHorzRange, &fMsProp, &fFThrusterMin,
                        &fFThrusterMax);
     // A path that is in free fall somewhere leaves the pitch rates undefined
     // there; a plan with such numbers cannot be flown or reported.
-    if (!bAnalysisFinite()) {
+    if (!bAnalysisFinite(*this)) {
         deleteTraj1Path();
         deletePathAnalysis();
         return false;
@@ -157,21 +136,22 @@ bool bPlanTraj1FromParams(Vd<double>* pvdfParam) {
     return true;
 }
 
-void printPlanSummary(std::FILE* pfileOut) {
+void PlanState::printPlanSummary(Scenario const& sc, std::FILE* pfileOut) const {
     if (!bPlanExists()) return;
     std::fputs("\n", pfileOut);
-    printSummary(pfileOut, true, fHorzRange, fMsProp, fFThrusterMin, fFThrusterMax, fFcThrustMax);
+    printSummary(pfileOut, true, fHorzRange, fMsProp, fFThrusterMin, fFThrusterMax,
+                 sc.fFcThrustMax);
     std::fputs("\n", pfileOut);
 }
 
-bool bRunPlanCommand(std::FILE* pfileOut) {
-    if (!bPlanTraj1FromFile("traj1r.txt")) return false;
-    printPlanSummary(pfileOut);
+bool PlanState::bRunPlanCommand(Scenario const& sc, std::FILE* pfileOut) {
+    if (!bPlanTraj1FromFile(sc, "traj1r.txt")) return false;
+    printPlanSummary(sc, pfileOut);
     writeFltplanTxt();
     return true;
 }
 
-void writeFltplanTxt() {
+void PlanState::writeFltplanTxt() const {
     if (!bPlanExists()) return;
     std::FILE* pfile = pfileReport("fltplan.txt");
     if (pfile == nullptr) return;
@@ -179,12 +159,12 @@ void writeFltplanTxt() {
     std::fclose(pfile);
 }
 
-void writeTraj1lTxt() {
+void PlanState::writeTraj1lTxt(Scenario const& sc) const {
     if (!bPlanExists()) return;
     std::FILE* pfile = pfileReport("traj1l.txt");
     if (pfile == nullptr) return;
     writeTraj1Listing(pfile, pvdfT, paPVdfX, pvdfPitch, paPVdfXDot, pvdfPitchDot, paPVdfXDot2,
                       pvdfPitchDot2, pvdfMs, paPVdfF, paPVdfM, fHorzRange, fMsProp, fFThrusterMin,
-                      fFThrusterMax, fFcThrustMax);
+                      fFThrusterMax, sc.fFcThrustMax);
     std::fclose(pfile);
 }

@@ -10,6 +10,7 @@
 #include "core/lapackld.h"
 #include "core/logerror.h"
 #include "numerics/nurbs.h"
+#include "plan/thrusters.h"
 #include "sim/params.h"
 
 namespace {
@@ -294,9 +295,73 @@ void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** pp
 
 // ---- path analysis -------------------------------------------------------------
 
-void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
-                        A<unsigned char*>* paPVdfXCpX, Long nZ, Long pZ, Long mZ,
-                        Vd<double>* pvdfUKnotZ, A<unsigned char*>* paPVdfXCpZ,
+namespace {
+
+// Pitch and its first two rates at one sample, from the spline's derivative
+// table (rows x, y, z; columns the orders 0..4 at least).
+//
+// The thrust must supply the force that flies the path against gravity,
+// m (x'', g + z''); the thrust axis points along it, so with the pitch
+// turning the axis from +z towards -x,
+//   theta = atan2(-A, B),   A = x'',  B = g + z''.
+// Differentiating atan2(-A, B) = -atan(A / B) and writing S = A^2 + B^2:
+//   theta'  = (A B' - B A') / S
+//   theta'' = (A B'' - B A'') / S - (A B' - B A') S' / S^2,  S' = 2 (A A' + B B')
+// and the second term, multiplied out,
+//   -(A B' - B A') 2 (A A' + B B') / S^2
+//     = 2 (B^2 B' A' + A'^2 A B - A^2 A' B' - A B B'^2) / S^2,
+// the form evaluated below (its order of terms fixes the bits).
+// S = 0 (free fall, no thrust) leaves the rates undefined (not finite); the
+// plan is then refused by its caller.
+struct PitchRates {
+    double fPitch, fPitchDot, fPitchDot2;
+};
+
+PitchRates pitchRatesFmDerivs(Mdc<double>& mdcfDerivs, double fAcG) {
+    const double A = mdcfDerivs.at(1, 2);
+    const double B = fAcG + mdcfDerivs.at(3, 2);
+    const double Ap = mdcfDerivs.at(1, 3);
+    const double Bp = mdcfDerivs.at(3, 3);
+    const double App = mdcfDerivs.at(1, 4);
+    const double Bpp = mdcfDerivs.at(3, 4);
+    const double S = A * A + B * B;
+    PitchRates pr;
+    pr.fPitch = std::atan2(-A, B);
+    pr.fPitchDot = (A * Bp - B * Ap) / S;
+    pr.fPitchDot2 =
+        (A * Bpp - B * App) / S +
+        2.0 * (B * B * Bp * Ap + Ap * Ap * A * B - A * A * Ap * Bp - A * B * Bp * Bp) / (S * S);
+    return pr;
+}
+
+// Force and moment at one sample from the mass and inertia there:
+//   F = m (x'', y'', g + z'')       (the thrust vector; drag is not part of it)
+//   M = (0, I theta'', 0)           (the pitch moment about body y)
+void forceMomentAt(Vd<double>* pvdfF, Vd<double>* pvdfM, double fMs, double fIPitch,
+                   Vd<double> const& vdfXDot2, double fPitchDot2, double fAcG) {
+    Vd<double>& vdfF = *pvdfF;
+    vdfF[1] = fMs * vdfXDot2[1];
+    vdfF[2] = fMs * vdfXDot2[2];
+    vdfF[3] = fMs * (fAcG + vdfXDot2[3]);
+    Vd<double>& vdfM = *pvdfM;
+    vdfM[1] = 0.0;
+    vdfM[2] = fIPitch * fPitchDot2;
+    vdfM[3] = 0.0;
+}
+
+// The mass after one interval of length fDTi at the start's force:
+// m' = -|F| / Isp, integrated by explicit Euler (the force at the start of
+// the interval burns through all of it).
+double fMsAfter(double fMs, double fDTi, Vd<double> const& vdfF, double fIsp) {
+    const double fFc = std::sqrt(vdfF[1] * vdfF[1] + vdfF[2] * vdfF[2] + vdfF[3] * vdfF[3]);
+    return fMs - fDTi * fFc / fIsp;
+}
+
+}  // namespace
+
+void analyzePathBSpline(Planet const& planet, Vehicle const& vehicle, Long nX, Long pX, Long mX,
+                        Vd<double>* pvdfUKnotX, A<unsigned char*>* paPVdfXCpX, Long nZ, Long pZ,
+                        Long mZ, Vd<double>* pvdfUKnotZ, A<unsigned char*>* paPVdfXCpZ,
                         Vd<double>* pvdfT, A<unsigned char*>** ppaPVdfX, Vd<double>** ppvdfPitch,
                         A<unsigned char*>** ppaPVdfXDot, Vd<double>** ppvdfPitchDot,
                         A<unsigned char*>** ppaPVdfXDot2, Vd<double>** ppvdfPitchDot2,
@@ -306,6 +371,7 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     // The last knot indices are implied by the knot vectors themselves.
     (void)mX;
     (void)mZ;
+    const double fAcG = planet.fAcG;
     const Long iLo = pvdfT->lo;
     const Long iHi = pvdfT->hi;
     const Vd<double>& vdfT = *pvdfT;
@@ -327,8 +393,8 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     Mdc<double> mdcfDerivsZAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivs(1, 3, 0, nDeriv);
 
-    double fMs = fMsGTO;
-    double fIPitch = fIPitchGTO;
+    double fMs = vehicle.fMsGTO;
+    double fIPitch = vehicle.fIPitchGTO;
     for (Long i = iLo; i <= iHi; i++) {
         const double t = vdfT[i];
 
@@ -356,37 +422,20 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
             vdfXDot2[iDim] = mdcfDerivs.at(iDim, 2);
         }
 
-        // 3. Pitch: the thrust points along the required force (ẍ, g + z̈).
-        const double A = mdcfDerivs.at(1, 2);
-        const double B = fAcG + mdcfDerivs.at(3, 2);
-        const double Ap = mdcfDerivs.at(1, 3);
-        const double Bp = mdcfDerivs.at(3, 3);
-        const double App = mdcfDerivs.at(1, 4);
-        const double Bpp = mdcfDerivs.at(3, 4);
-        const double S = A * A + B * B;
-        (*pvdfPitch)[i] = std::atan2(-A, B);
-        (*pvdfPitchDot)[i] = (A * Bp - B * Ap) / S;
-        (*pvdfPitchDot2)[i] =
-            (A * Bpp - B * App) / S +
-            2.0 * (B * B * Bp * Ap + Ap * Ap * A * B - A * A * Ap * Bp - A * B * Bp * Bp) / (S * S);
+        // 3. Pitch and its rates.
+        const PitchRates pr = pitchRatesFmDerivs(mdcfDerivs, fAcG);
+        (*pvdfPitch)[i] = pr.fPitch;
+        (*pvdfPitchDot)[i] = pr.fPitchDot;
+        (*pvdfPitchDot2)[i] = pr.fPitchDot2;
 
-        // 4. Mass, force and moment, marching forward.
+        // 4. Mass, force and moment, marching forward; the last sample's
+        // force is never integrated.
         (*pvdfMs)[i] = fMs;
         Vd<double>& vdfF = *pvdfAt(paPVdfF.get(), i);
-        vdfF[1] = fMs * vdfXDot2[1];
-        vdfF[2] = fMs * vdfXDot2[2];
-        vdfF[3] = fMs * (fAcG + vdfXDot2[3]);
-        Vd<double>& vdfM = *pvdfAt(paPVdfM.get(), i);
-        vdfM[1] = 0.0;
-        vdfM[2] = fIPitch * (*pvdfPitchDot2)[i];
-        vdfM[3] = 0.0;
+        forceMomentAt(&vdfF, pvdfAt(paPVdfM.get(), i), fMs, fIPitch, vdfXDot2, pr.fPitchDot2, fAcG);
         if (i < iHi) {
-            // Explicit Euler: the force at the start of the interval burns
-            // through all of it; the last sample's force is never integrated.
-            const double fFc = std::sqrt(vdfF[1] * vdfF[1] + vdfF[2] * vdfF[2] + vdfF[3] * vdfF[3]);
-            fMs = fMs - (vdfT[i + 1] - vdfT[i]) * fFc / fIsp;
-            fIPitch = fIPitchGTO +
-                      (fMs - fMsGTO) * (fIPitchEmpty - fIPitchGTO) / (fMsEmpty - fMsGTO);
+            fMs = fMsAfter(fMs, vdfT[i + 1] - vdfT[i], vdfF, vehicle.fIsp);
+            fIPitch = vehicle.fIPitchAtFMs(fMs);
         }
     }
 
@@ -398,21 +447,13 @@ void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
     const double fHorzRange = std::sqrt(fDX * fDX + fDY * fDY);
     const double fMsProp = (*pvdfMs)[iLo] - (*pvdfMs)[iHi];
 
-    // Three thrusters 120 degrees apart; their differential thrust gives the
-    // pitch moment with a lever arm of 0.8. Thrusters 1 and 2 carry
-    // avg - M/2, thruster 3 carries avg + M.
-    const double fTwoPi = 6.283185307179586;
+    // The range of one thruster's force over the samples (plan/thrusters.h).
     double fFThrusterMin = 1.79e+308;
     double fFThrusterMax = -1.79e+308;
     for (Long i = iLo; i <= iHi; i++) {
-        const Vd<double>& vdfF = *pvdfAt(paPVdfF.get(), i);
-        const double fFc = std::sqrt(vdfF[1] * vdfF[1] + vdfF[2] * vdfF[2] + vdfF[3] * vdfF[3]);
-        const double fFThrusterAvg = fFc / 3;
-        const double fFThrusterM = (*pvdfAt(paPVdfM.get(), i))[2] / 0.8;
-        for (Long iThruster = 1; iThruster <= 3; iThruster++) {
-            const double fFThruster =
-                fFThrusterAvg -
-                std::cos((static_cast<double>(iThruster) / 3 + 0.5) * fTwoPi) * fFThrusterM;
+        double afF[3];
+        fFThrustersFm(afF, *pvdfAt(paPVdfF.get(), i), *pvdfAt(paPVdfM.get(), i));
+        for (double fFThruster : afF) {
             if (fFThruster < fFThrusterMin) fFThrusterMin = fFThruster;
             if (fFThruster > fFThrusterMax) fFThrusterMax = fFThruster;
         }

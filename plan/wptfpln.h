@@ -20,6 +20,7 @@
 
 #include "core/mxtypes.h"
 #include "core/types.h"
+#include "sim/params.h"
 
 // ---- waypoint file -------------------------------------------------------------
 // Reads the numbers on the first line of szFile (the rest of the file is
@@ -56,13 +57,13 @@ void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** pp
 // acceleration, pitch and its two rates, mass, thrust force and pitch moment,
 // plus the horizontal range, the propellant used and the smallest and
 // largest force of one of the three thrusters.
-// Uses the scenario globals fAcG, fMsGTO, fMsEmpty, fIPitchGTO, fIPitchEmpty
-// and fIsp. Every output pointer may be null; results are stored only through
+// Uses the planet's gravity and the vehicle's masses, inertias (fIPitchAtFMs)
+// and exhaust speed. Every output pointer may be null; results are stored only through
 // the non-null ones. Sample times must lie inside the fitted range (the span
 // search asserts otherwise). Drag is not part of the force.
-void analyzePathBSpline(Long nX, Long pX, Long mX, Vd<double>* pvdfUKnotX,
-                        A<unsigned char*>* paPVdfXCpX, Long nZ, Long pZ, Long mZ,
-                        Vd<double>* pvdfUKnotZ, A<unsigned char*>* paPVdfXCpZ,
+void analyzePathBSpline(Planet const& planet, Vehicle const& vehicle, Long nX, Long pX, Long mX,
+                        Vd<double>* pvdfUKnotX, A<unsigned char*>* paPVdfXCpX, Long nZ, Long pZ,
+                        Long mZ, Vd<double>* pvdfUKnotZ, A<unsigned char*>* paPVdfXCpZ,
                         Vd<double>* pvdfT, A<unsigned char*>** ppaPVdfX, Vd<double>** ppvdfPitch,
                         A<unsigned char*>** ppaPVdfXDot, Vd<double>** ppvdfPitchDot,
                         A<unsigned char*>** ppaPVdfXDot2, Vd<double>** ppvdfPitchDot2,

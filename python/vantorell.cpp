@@ -142,6 +142,19 @@ std::shared_ptr<McSchedule> pschedFmText(std::string const& szText, const char* 
     return psched;
 }
 
+// ---- the scenario --------------------------------------------------------------
+
+// The built-in scenario, made at the module's first use and only read from
+// then on, so any number of threads may plan and fly in it at once.
+struct BuiltInScenario {
+    Scenario sc;
+    BuiltInScenario() { initParams(&sc); }
+};
+Scenario& scenario() {
+    static BuiltInScenario builtin;
+    return builtin.sc;
+}
+
 // ---- Plan ----------------------------------------------------------------------
 
 struct Plan {
@@ -156,7 +169,7 @@ struct Plan {
 
     py::dict summary() const {
         py::dict d;
-        const double fShare = fFcThrustMax / 3.0;
+        const double fShare = scenario().fFcThrustMax / 3.0;
         d["horizontal_range"] = fHorzRange;
         d["propellant_mass"] = fMsProp;
         d["max_thruster_force"] = fFThrusterMax;
@@ -195,16 +208,16 @@ struct Plan {
     }
 };
 
-void releaseProgramPlan() {
-    deleteTraj1Params();
-    deleteTraj1Path();
-    deletePathAnalysis();
-}
-
-// Copies the program-wide plan just made into a Plan, then releases it.
-std::shared_ptr<Plan> pplanFmProgram() {
+// Copies a plan just made into a Plan.
+std::shared_ptr<Plan> pplanFm(PlanState const& ps) {
+    Scenario& sc = scenario();
     auto pplan = std::make_shared<Plan>();
     Plan& plan = *pplan;
+    Vd<double>* const pvdfParamTraj1 = ps.pvdfParamTraj1;
+    Vd<double>* const pvdfT = ps.pvdfT;
+    A<unsigned char*>* const paPVdfX = ps.paPVdfX;
+    A<unsigned char*>* const paPVdfF = ps.paPVdfF;
+    A<unsigned char*>* const paPVdfM = ps.paPVdfM;
     for (Long i = pvdfParamTraj1->lo; i <= pvdfParamTraj1->hi; i++)
         plan.vecWaypoint.push_back((*pvdfParamTraj1)[i]);
     for (Long i = pvdfT->lo; i <= pvdfT->hi; i++) {
@@ -214,26 +227,27 @@ std::shared_ptr<Plan> pplanFmProgram() {
         plan.vecT.push_back((*pvdfT)[i]);
         plan.vecX.push_back(vdfX[1]);
         plan.vecZ.push_back(vdfX[3]);
-        plan.vecPitch.push_back((*pvdfPitch)[i]);
+        plan.vecPitch.push_back((*ps.pvdfPitch)[i]);
         plan.vecThrust.push_back(std::sqrt(vdfF[1] * vdfF[1] + vdfF[3] * vdfF[3]));
         plan.vecMoment.push_back(vdfM[2]);
-        plan.vecMs.push_back((*pvdfMs)[i]);
+        plan.vecMs.push_back((*ps.pvdfMs)[i]);
         double afF[3];
         fFThrustersFm(afF, vdfF, vdfM);
         plan.vecThrusterMin.push_back(std::min({afF[0], afF[1], afF[2]}));
         plan.vecThrusterMax.push_back(std::max({afF[0], afF[1], afF[2]}));
     }
-    plan.fHorzRange = fHorzRange;
-    plan.fMsProp = fMsProp;
-    plan.fFThrusterMin = fFThrusterMin;
-    plan.fFThrusterMax = fFThrusterMax;
-    plan.vecViolation = vecPlanViolationFmProgram();
-    plan.szFltplan = szWrittenBy([](std::FILE* pfile) { writeFltplan(pfile, pvdfT, paPVdfF, paPVdfM); });
-    plan.szSummary = szWrittenBy([](std::FILE* pfile) {
-        printSummary(pfile, false, fHorzRange, fMsProp, fFThrusterMin, fFThrusterMax,
-                     fFcThrustMax);
+    plan.fHorzRange = ps.fHorzRange;
+    plan.fMsProp = ps.fMsProp;
+    plan.fFThrusterMin = ps.fFThrusterMin;
+    plan.fFThrusterMax = ps.fFThrusterMax;
+    plan.vecViolation = vecPlanViolationFm(pvdfT, paPVdfX, ps.pvdfMs, paPVdfF, paPVdfM,
+                                           sc.fFcThrustMax, sc.fMsEmpty, &sc.arPArPPtVtxPgnGnd);
+    plan.szFltplan =
+        szWrittenBy([&](std::FILE* pfile) { writeFltplan(pfile, pvdfT, paPVdfF, paPVdfM); });
+    plan.szSummary = szWrittenBy([&](std::FILE* pfile) {
+        printSummary(pfile, false, ps.fHorzRange, ps.fMsProp, ps.fFThrusterMin, ps.fFThrusterMax,
+                     sc.fFcThrustMax);
     });
-    releaseProgramPlan();
     plan.psched = pschedFmText(plan.szFltplan, "fltplan.txt");
     return pplan;
 }
@@ -241,8 +255,9 @@ std::shared_ptr<Plan> pplanFmProgram() {
 std::shared_ptr<Plan> planFm(py::object source) {
     return guarded([&]() -> std::shared_ptr<Plan> {
         bool bOk = false;
+        PlanState ps;
         if (bIsPath(source)) {
-            bOk = bPlanTraj1FromFile(szPathOf(source).c_str());
+            bOk = ps.bPlanTraj1FromFile(scenario(), szPathOf(source).c_str());
         } else {
             // A sequence of (t, x, z): checked as the reader checks a file.
             std::vector<double> vec;
@@ -259,13 +274,10 @@ std::shared_ptr<Plan> planFm(py::object source) {
             if (vec.empty()) throw VtError("no waypoints");
             auto* pvdf = new Vd<double>(1, static_cast<Long>(vec.size()));
             for (std::size_t i = 0; i < vec.size(); i++) (*pvdf)[static_cast<Long>(i) + 1] = vec[i];
-            bOk = bPlanTraj1FromParams(pvdf);
+            bOk = ps.bPlanTraj1FromParams(scenario(), pvdf);
         }
-        if (!bOk) {
-            releaseProgramPlan();
-            throw VtError("couldn't solve");
-        }
-        return pplanFmProgram();
+        if (!bOk) throw VtError("couldn't solve");
+        return pplanFm(ps);
     });
 }
 
@@ -400,10 +412,11 @@ struct Guided {
 
     Guided(McSchedule const& sched, GuidanceSettings const& gsIn) : gs(gsIn) {
         pref = std::make_unique<GuidanceRef>(sched.arFTiCmd, sched.arFFcThrustCmd,
-                                             sched.arFMmPitchCmd, vehicle, planet, stvehicle3dof0,
+                                             sched.arFMmPitchCmd, scenario().vehicle, scenario().planet,
+                                             scenario().stvehicle3dof0,
                                              FlightSettings{}.fTiIC, gs);
         mcguided.pref = pref.get();
-        mcguided.gains = guidanceGainsFm(gs, vehicle, planet);
+        mcguided.gains = guidanceGainsFm(gs, scenario().vehicle, scenario().planet);
     }
     std::string szFlightMode() const {
         char sz[200];
@@ -441,7 +454,7 @@ std::shared_ptr<Run> fly(py::object source, bool bGuided, py::object perturb,
         py::gil_scoped_release release;
         McWork work;
         // Run 0: the undispersed flight of a campaign (no sensor noise).
-        prun->res = mcRunFly(*psched, inputs, 0, &work, pmcguided, true, &prun->report);
+        prun->res = mcRunFly(scenario(), *psched, inputs, 0, &work, pmcguided, true, &prun->report);
         const Long iFirst = work.arFTiData.iFirst(), iLast = work.arFTiData.iLast();
         if (prun->res.iStop != mcStopUnphysical) {
             prun->vecT.reserve(static_cast<std::size_t>(iLast - iFirst + 1));
@@ -487,7 +500,7 @@ void flyCampaign(std::vector<McRunResult>* pvecRes, McSchedule const& sched,
             for (Long i = iBegin; i < iEnd; i++) {
                 try {
                     (*pvecRes)[static_cast<std::size_t>(i)] =
-                        mcRunFly(sched, mcInputsForRun(disp, i + 1), i + 1, &work, pguided);
+                        mcRunFly(scenario(), sched, mcInputsForRun(disp, i + 1), i + 1, &work, pguided);
                 } catch (ProgramStop const& stop) {
                     std::lock_guard<std::mutex> lock(mutexStop);
                     if (!bStop.exchange(true))
@@ -568,7 +581,7 @@ py::dict dispersion(py::object source, py::object dispersionIn, py::object runs,
         flyCampaign(&vecRes, *psched, disp, pmcguided, nThread);
         if (!bTarget) {
             McWork work;
-            const McRunResult resNominal = mcRunFly(*psched, McInputs{}, 0, &work, pmcguided);
+            const McRunResult resNominal = mcRunFly(scenario(), *psched, McInputs{}, 0, &work, pmcguided);
             fXfRef = resNominal.fXfRest;
             fZfRef = resNominal.fZfRest;
         }
@@ -654,6 +667,7 @@ void setLog(py::object path) {
 // y = -1000 edge, as consecutive points (x, z).
 py::tuple terrain() {
     std::vector<double> vecX, vecZ;
+    A1Val<void*>& arPArPPtVtxPgnGnd = scenario().arPArPPtVtxPgnGnd;
     for (Long iPgn = arPArPPtVtxPgnGnd.iFirst(); iPgn <= arPArPPtVtxPgnGnd.iLast(); iPgn++) {
         A1Val<void*>& arPPt = *static_cast<A1Val<void*>*>(arPArPPtVtxPgnGnd[iPgn]);
         if (arPPt.n() < 2) continue;
@@ -679,11 +693,11 @@ py::list design(double fXTarget, py::kwargs options) {
     }
     HopSpec hopspec;
     std::string szErr;
-    if (!bHopSpecFmText("(options)", szText, &hopspec, &szErr)) throw VtError(szErr);
+    if (!bHopSpecFmText(scenario(), "(options)", szText, &hopspec, &szErr)) throw VtError(szErr);
     DesignResult result;
     guarded([&] {
         py::gil_scoped_release release;
-        result = designHop(hopspec);
+        result = designHop(scenario(), hopspec);
     });
     if (!result.bOk) throw VtError(result.szError);
     py::list lst;
@@ -704,7 +718,7 @@ PYBIND11_MODULE(vantorell, m) {
 
     py::register_exception<VtError>(m, "Error", PyExc_RuntimeError);
     setStopReportQuiet(true);
-    initParams();
+    scenario();
 
     py::class_<Plan, std::shared_ptr<Plan>>(m, "Plan",
                                             "A planned hop: the sampled path, what the vehicle "

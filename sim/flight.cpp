@@ -41,7 +41,7 @@ void readScheduleFile(const char* szFltplan, A1Val<double>* parFTiCmd,
     readCmdsFromPFILE(parFTiCmd, parFFcThrustCmd, parFMmPitchCmd, pfile.get(), szFltplan);
 }
 
-void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
+void flyScheduleFile(Scenario& sc, const char* szFltplan, A1Val<double>* parFTiData,
                      A1Val<void*>* parPStvehicle, SimReport* preport) {
     // 1. The schedule, into arrays of our own; the file is closed before
     // the flight.
@@ -50,12 +50,15 @@ void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData,
     A1Val<double> arFMmPitchCmd(0);
     readScheduleFile(szFltplan, &arFTiCmd, &arFFcThrustCmd, &arFMmPitchCmd);
 
-    // 2. The model over the program's planet and vehicle, and the flight
-    // from the initial state.
+    // 2. The model over the scenario's planet, vehicle and ground, and the
+    // flight from its initial state.
     const FlightSettings fs;
-    ArFFnFArFModel model(&planet, &vehicle, fs.fDTiData, arFTiCmd, arFFcThrustCmd, arFMmPitchCmd);
-    flyModel(parFTiData, parPStvehicle, &model, stvehicle3dof0, fs, preport);
+    ArFFnFArFModel model(&sc.planet, &sc.vehicle, &sc.arPArPPtVtxPgnGnd, fs.fDTiData, arFTiCmd,
+                         arFFcThrustCmd, arFMmPitchCmd);
+    flyModel(parFTiData, parPStvehicle, &model, sc.stvehicle3dof0, fs, preport);
 }
+
+StoredRun::~StoredRun() { deleteStoredRun(&arFTiData, &arPStvehicle); }
 
 void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle) {
     for (Long i = parPStvehicle->iFirst(); i <= parPStvehicle->iLast(); i++) {

@@ -1,11 +1,11 @@
 // Flying a flight plan file, and the run report "results.txt".
 //
 // flyScheduleFile() is the whole simulate chain of the `s` command short of
-// the display: read the command schedule, build the dynamics model over the
-// program's planet and vehicle, start from stvehicle3dof0 at t = 0 and fly
-// for up to 30 s, storing a record every 0.05 s. writeResultsTxt() writes a
-// stored run as the fixed-width table "results.txt". initParams() must have
-// run first.
+// the display: read the command schedule, build the dynamics model over a
+// scenario's planet, vehicle and ground, start from its stvehicle3dof0 at
+// t = 0 and fly for up to 30 s, storing a record every 0.05 s.
+// writeResultsTxt() writes a stored run as the fixed-width table
+// "results.txt".
 #pragma once
 
 #include "core/array.h"
@@ -35,14 +35,15 @@ void readScheduleFile(const char* szFltplan, A1Val<double>* parFTiCmd,
                       A1Val<double>* parFFcThrustCmd, A1Val<double>* parFMmPitchCmd);
 
 // Reads the schedule from szFltplan (closed again before the flight starts)
-// and flies it with the default FlightSettings from stvehicle3dof0. The saved times and records go to *parFTiData and
+// and flies it with the default FlightSettings in the scenario sc, from its
+// stvehicle3dof0. The saved times and records go to *parFTiData and
 // *parPStvehicle (1..nData); the caller owns the records and should release
 // any previous ones first (deleteStoredRun), as they are overwritten.
 //
 // A file that cannot be opened is a fatal error naming it ("can't open flight
 // plan NAME"); a malformed schedule ends as readCmdsFromPFILE describes.
-void flyScheduleFile(const char* szFltplan, A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle,
-                     SimReport* preport = nullptr);
+void flyScheduleFile(Scenario& sc, const char* szFltplan, A1Val<double>* parFTiData,
+                     A1Val<void*>* parPStvehicle, SimReport* preport = nullptr);
 
 // Frees the records of a stored run and leaves both arrays empty (1..0).
 void deleteStoredRun(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle);

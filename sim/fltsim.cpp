@@ -13,11 +13,6 @@
 #include "geom/geom3c.h"
 #include "numerics/odeintfx.h"
 
-thread_local constinit double fPitchGndAtLandingSite = 0.0;
-
-A1Val<double> arFTiData(0);
-A1Val<void*> arPStvehicle(0);
-
 namespace {
 
 // Ground contact constants.
@@ -110,11 +105,13 @@ X4h xgmFFmB_Fm_PStvehicle3dof(Stvehicle3dof* pstvehicle3dof) {
 
 // ---- the model --------------------------------------------------------------------
 
-ArFFnFArFModel::ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fDTiIn,
+ArFFnFArFModel::ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn,
+                               A1Val<void*>* parPArPPtVtxPgnGndIn, double fDTiIn,
                                A1Val<double>& arFTiCmdIn, A1Val<double>& arFFcThrustCmdIn,
                                A1Val<double>& arFMmPitchCmdIn)
     : pplanet(pplanetIn),
       pvehicle(pvehicleIn),
+      parPArPPtVtxPgnGnd(parPArPPtVtxPgnGndIn),
       fDTi(fDTiIn),
       arFTiCmd(arFTiCmdIn),
       arFFcThrustCmd(arFFcThrustCmdIn),
@@ -269,7 +266,7 @@ void ArFFnFArFModel::arFAtFArF(A1Val<double>* parFDeriv, double fTi,
 }
 
 void ArFFnFArFModel::takePlnsGnd() {
-    bPlnsGndUsable = bPlnsGndFm(&plnsGnd, &arPArPPtVtxPgnGnd);
+    bPlnsGndUsable = bPlnsGndFm(&plnsGnd, parPArPPtVtxPgnGnd);
     bPlnsGndTaken = true;
     if (!bPlnsGndUsable) return;
     for (Long k = 0; k < plnsGnd.nPgn; k++) {
@@ -374,12 +371,13 @@ struct Slope {
 };
 
 inline void addGroundContact(double* pfFcXf, double* pfFcZf, double* pfMmPitch,
-                             Slope const& slope, double fZfGnd, double z, double vx, double vz,
+                             double* pfPitchGndAtLandingSite, Slope const& slope, double fZfGnd, double z, double vx, double vz,
                              double fPitch, double fPitchDot, bool bLanded) {
     const double fPitchGnd = slope.fPitchGnd;
     const double fCosPitchGnd = slope.fCos;
     const double fSinPitchGnd = slope.fSin;
-    if (!bLanded) fPitchGndAtLandingSite = fPitchGnd;
+    if (!bLanded) *pfPitchGndAtLandingSite = fPitchGnd;
+    const double fPitchGndAtLandingSite = *pfPitchGndAtLandingSite;
     const double fTwoPi = 2.0 * std::numbers::pi;
     const double fPitchMod = (std::fabs(fPitch) < fTwoPi) ? fPitch : std::fmod(fPitch, fTwoPi);
     const double fAttErr = fPitchMod - fPitchGnd;
@@ -481,14 +479,14 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
             double dxNGnd, dyNGnd, dzNGnd;
             bAtOrBelowGnd = bPtAtOrBelowPArPArPPtVtxPgnGnd(&xAtGnd, &yAtGnd, &zAtGnd, &dxNGnd,
                                                            &dyNGnd, &dzNGnd, x, 0.0, z,
-                                                           &arPArPPtVtxPgnGnd);
+                                                           parPArPPtVtxPgnGnd);
             if (bAtOrBelowGnd) {
                 const double fPitchGnd = std::atan2(-dxNGnd, dzNGnd);
                 slope = Slope{fPitchGnd, std::cos(fPitchGnd), std::sin(fPitchGnd)};
             }
         }
         if (bAtOrBelowGnd) {
-            addGroundContact(&fFcXf, &fFcZf, &fMmPitchActNow, slope, zAtGnd, z, vx, vz, fPitch,
+            addGroundContact(&fFcXf, &fFcZf, &fMmPitchActNow, &fPitchGndAtLandingSite, slope, zAtGnd, z, vx, vz, fPitch,
                              fPitchDot, bLanded);
             // Touchdown cuts the engine for the rest of the run. Like the
             // arming above, a rejected trial step that touches the ground
@@ -568,7 +566,7 @@ struct FlightFlags {
 FlightFlags flagsOf(ArFFnFArFModel const* pmodel) {
     return FlightFlags{pmodel->bClearedGnd,    pmodel->bEngineOff,     pmodel->bLanded,
                        pmodel->fTiTouchdown,   pmodel->fVeXfTouchdown, pmodel->fVeZfTouchdown,
-                       fPitchGndAtLandingSite};
+                       pmodel->fPitchGndAtLandingSite};
 }
 
 void restoreFlags(ArFFnFArFModel* pmodel, FlightFlags const& flags) {
@@ -578,7 +576,7 @@ void restoreFlags(ArFFnFArFModel* pmodel, FlightFlags const& flags) {
     pmodel->fTiTouchdown = flags.fTiTouchdown;
     pmodel->fVeXfTouchdown = flags.fVeXfTouchdown;
     pmodel->fVeZfTouchdown = flags.fVeZfTouchdown;
-    fPitchGndAtLandingSite = flags.fPitchGndAtLandingSite;
+    pmodel->fPitchGndAtLandingSite = flags.fPitchGndAtLandingSite;
 }
 
 // Frees the list of saved states on every way out of sim(): in the
@@ -921,7 +919,10 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
 
 // ---- look-up in the stored run --------------------------------------------------------
 
-void stvehicle3dofAtFTi(Stvehicle3dof* pstvehicle3dof, double fTi) {
+void stvehicle3dofAtFTi(Stvehicle3dof* pstvehicle3dof, double fTi, StoredRun& run,
+                        Vehicle const& vehicle) {
+    A1Val<double>& arFTiData = run.arFTiData;
+    A1Val<void*>& arPStvehicle = run.arPStvehicle;
     const Long nData = arFTiData.n();
     if (nData <= 0) return;
     const Long iFirst = arFTiData.iFirst();

@@ -52,13 +52,6 @@ Stvehicle3dof* pstFmArFState(A1Val<double>& arFState, double fIPitch, double fFc
 // thrust, so with pitch p the body z axis points along (-sin p, 0, cos p).
 X4h xgmFFmB_Fm_PStvehicle3dof(Stvehicle3dof* pstvehicle3dof);
 
-// Ground slope angle (rad) at the point of the first touchdown of a run.
-// One per thread, so that flights may run on several threads; within a run
-// it is always written at the first ground contact before it is read.
-// constinit: initialised without code, so other files reach it directly
-// rather than through a thread-local initialisation wrapper.
-extern thread_local constinit double fPitchGndAtLandingSite;
-
 class ArFFnFArFModel;
 
 // Commands computed during the flight instead of read from the schedule (the
@@ -97,14 +90,15 @@ public:
 // The flags are set inside every evaluation, including the stepper's trial
 // evaluations that it later rejects (see arFAtFArF).
 //
-// The ground is the program's arPArPPtVtxPgnGnd. The model computes its
+// The ground is the polygon array handed in (a scenario's arPArPPtVtxPgnGnd). The model computes its
 // polygons' planes once per run, at the first contact query after sim()
 // starts (or after construction), and uses them until the next run: the
 // ground must not change during a run.
 class ArFFnFArFModel : public ArF64FnF64ArF64 {
 public:
-    ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, double fDTiIn, A1Val<double>& arFTiCmdIn,
-                   A1Val<double>& arFFcThrustCmdIn, A1Val<double>& arFMmPitchCmdIn);
+    ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, A1Val<void*>* parPArPPtVtxPgnGndIn,
+                   double fDTiIn, A1Val<double>& arFTiCmdIn, A1Val<double>& arFFcThrustCmdIn,
+                   A1Val<double>& arFMmPitchCmdIn);
 
     // Writes the derivative of arFState (1..7) at fTi into *parFDeriv
     // (re-sized to the state's range). Allocates nothing once *parFDeriv has
@@ -136,6 +130,8 @@ public:
 
     Planet* pplanet;
     Vehicle* pvehicle;
+    // The ground polygons (a scenario's arPArPPtVtxPgnGnd, sim/params.h).
+    A1Val<void*>* parPArPPtVtxPgnGnd;
     double fDTi;  // kept as handed in; the model itself does not use it
     A1Val<double>& arFTiCmd;
     A1Val<double>& arFFcThrustCmd;
@@ -150,6 +146,9 @@ public:
     double fTiTouchdown;
     double fVeXfTouchdown;
     double fVeZfTouchdown;
+    // Ground slope angle (rad) at the point of the first touchdown: written
+    // at the first ground contact of a run, before it is read.
+    double fPitchGndAtLandingSite = 0.0;
 
     // The ground's planes for this run (see above); sim() clears
     // bPlnsGndTaken at the start of every run.
@@ -285,12 +284,21 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
                        A1Val<double>* parFMmPitchCmd, std::FILE* pfileIn,
                        const char* szFile = "command schedule");
 
-// The stored run of the program: the saved times and records of the last
-// simulation, 1..nData (empty until the first one).
-extern A1Val<double> arFTiData;
-extern A1Val<void*> arPStvehicle;
+// A stored run: the saved times and records of a simulation, 1..nData
+// (empty until the first one). It owns the records and frees them with
+// itself (deleteStoredRun, sim/flight.h, frees them earlier).
+struct StoredRun {
+    A1Val<double> arFTiData{0};
+    A1Val<void*> arPStvehicle{0};
 
-// The state of the stored run at fTi, written into *pstvehicle3dof:
+    StoredRun() = default;
+    ~StoredRun();
+    StoredRun(StoredRun const&) = delete;
+    StoredRun& operator=(StoredRun const&) = delete;
+};
+
+// The state of the stored run at fTi, written into *pstvehicle3dof (the
+// inertia from the vehicle's fIPitchAtFMs):
 //   - no stored run: *pstvehicle3dof is left unchanged;
 //   - fTi at or before the first time: the first record, unchanged;
 //   - fTi after the last time: the last record, unchanged;
@@ -298,4 +306,5 @@ extern A1Val<void*> arPStvehicle;
 //     fIPitch, which is recomputed from the interpolated mass (so at exactly
 //     the last time the result is the last record with fIPitch recomputed).
 // Two equal neighbouring times at the interval used fail "fH != 0.0".
-void stvehicle3dofAtFTi(Stvehicle3dof* pstvehicle3dof, double fTi);
+void stvehicle3dofAtFTi(Stvehicle3dof* pstvehicle3dof, double fTi, StoredRun& run,
+                        Vehicle const& vehicle);

@@ -6,71 +6,57 @@
 
 #include "geom/geom3c.h"
 
-double fAcG = 0.0;
-double fDnAtm = 0.0;
-Planet planet;
-
-double fMsGTO = 0.0;
-double fMsEmpty = 0.0;
-double fIPitchGTO = 0.0;
-double fIPitchEmpty = 0.0;
-double fFcThrustMax = 0.0;
-double fMmPitchMax = 0.0;
-double fMmOvFcMax = 0.0;
-double fIsp = 0.0;
-double fCdAX = 0.0;
-double fCdAY = 0.0;
-double fCdAZ = 0.0;
-Vehicle vehicle;
-
-double fSTiSim0 = 0.0;
-double fXf0 = 0.0, fZf0 = 0.0, fPitch0 = 0.0;
-double fVeXf0 = 0.0, fVeZf0 = 0.0, fPitchDot0 = 0.0;
-double fMs0 = 0.0;
-double fIPitch0 = 0.0;
-double fFcThrustCmd = 0.0, fFcThrustAct = 0.0, fMmPitchCmd = 0.0, fMmPitchAct = 0.0;
-Stvehicle3dof stvehicle3dof0;
-
-Long nPgnGnd = 0;
-A1Val<void*> arPArPPtVtxPgnGnd(0);
-
 namespace {
 
 constexpr Long nVtxPerStrip = 4;
 constexpr double fYStripHalfWidth = 1000.0;
 
-// The polygons built by the first initParams(); a later call rewrites their
-// vertices instead of allocating new ones.
-A1Val<void*>* apPgnBuilt[6] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-// The start of each polygon's block of vertex pointers. An array reaches its
-// block only through a pointer biased by its first index, which leak
-// checkers do not follow; holding the start here shows them that the ground
-// (which lives for the whole run) is still in use (volatile, so that the
-// otherwise unread stores are kept).
-void* volatile apvVtxBlockBuilt[6] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
-
 // Writes one strip (x1, z1) -> (x2, z2) across the flight plane into
 // polygon iPgn (1-based), allocating it on first use.
-void setStrip(Long iPgn, double x1, double x2, double z1, double z2) {
-    A1Val<void*>*& parPPtVtx = apPgnBuilt[iPgn - 1];
+void setStrip(A1Val<void*>* parPArPPtVtxPgnGnd, A1Val<void*>** ppPgnBuilt, Long iPgn, double x1,
+              double x2, double z1, double z2) {
+    A1Val<void*>*& parPPtVtx = *ppPgnBuilt;
     if (parPPtVtx == nullptr) {
         parPPtVtx = new A1Val<void*>(1, nVtxPerStrip);
         for (Long iVtx = 1; iVtx <= nVtxPerStrip; iVtx++) (*parPPtVtx)[iVtx] = new Pt3c();
-        apvVtxBlockBuilt[iPgn - 1] = &(*parPPtVtx)[1];
     }
     *static_cast<Pt3c*>((*parPPtVtx)[1]) = Pt3c(x1, -fYStripHalfWidth, z1);
     *static_cast<Pt3c*>((*parPPtVtx)[2]) = Pt3c(x2, -fYStripHalfWidth, z2);
     *static_cast<Pt3c*>((*parPPtVtx)[3]) = Pt3c(x2, fYStripHalfWidth, z2);
     *static_cast<Pt3c*>((*parPPtVtx)[4]) = Pt3c(x1, fYStripHalfWidth, z1);
-    arPArPPtVtxPgnGnd[iPgn] = parPPtVtx;
+    (*parPArPPtVtxPgnGnd)[iPgn] = parPPtVtx;
 }
 
 }  // namespace
 
-void initParams() {
+Scenario::~Scenario() {
+    for (A1Val<void*>* parPPtVtx : apPgnBuilt) {
+        if (parPPtVtx == nullptr) continue;
+        for (Long iVtx = parPPtVtx->iFirst(); iVtx <= parPPtVtx->iLast(); iVtx++)
+            delete static_cast<Pt3c*>((*parPPtVtx)[iVtx]);
+        delete parPPtVtx;
+    }
+}
+
+void initParams(Scenario* psc) {
+    Scenario& sc = *psc;
+    double& fAcG = sc.fAcG;
+    double& fDnAtm = sc.fDnAtm;
+    double& fMsGTO = sc.fMsGTO;
+    double& fMsEmpty = sc.fMsEmpty;
+    double& fIPitchGTO = sc.fIPitchGTO;
+    double& fIPitchEmpty = sc.fIPitchEmpty;
+    double& fFcThrustMax = sc.fFcThrustMax;
+    double& fMmPitchMax = sc.fMmPitchMax;
+    double& fMmOvFcMax = sc.fMmOvFcMax;
+    double& fIsp = sc.fIsp;
+    double& fCdAX = sc.fCdAX;
+    double& fCdAY = sc.fCdAY;
+    double& fCdAZ = sc.fCdAZ;
+    Vehicle& vehicle = sc.vehicle;
     fAcG = 3.7;
     fDnAtm = 0.01;
-    planet = Planet(fAcG, fDnAtm);
+    sc.planet = Planet(fAcG, fDnAtm);
 
     fMsGTO = 100.0;
     fMsEmpty = 95.0;
@@ -86,21 +72,22 @@ void initParams() {
     vehicle = Vehicle(fMsGTO, fMsEmpty, fIPitchGTO, fIPitchEmpty, fFcThrustMax, fMmPitchMax,
                       fMmOvFcMax, fIsp, fCdAX, fCdAY, fCdAZ);
 
-    fSTiSim0 = 0.0;
-    fXf0 = 0.0;
-    fZf0 = 0.0;
-    fPitch0 = 0.0;
-    fVeXf0 = 0.0;
-    fVeZf0 = 0.0;
-    fPitchDot0 = 0.0;
-    fMs0 = vehicle.fMsGTO;
-    fIPitch0 = vehicle.fIPitchGTO;
-    fFcThrustCmd = 0.0;
-    fFcThrustAct = 0.0;
-    fMmPitchCmd = 0.0;
-    fMmPitchAct = 0.0;
-    stvehicle3dof0 = Stvehicle3dof(fXf0, fZf0, fVeXf0, fVeZf0, fPitch0, fPitchDot0, fMs0, fIPitch0,
-                                   fFcThrustCmd, fFcThrustAct, fMmPitchCmd, fMmPitchAct);
+    sc.fSTiSim0 = 0.0;
+    sc.fXf0 = 0.0;
+    sc.fZf0 = 0.0;
+    sc.fPitch0 = 0.0;
+    sc.fVeXf0 = 0.0;
+    sc.fVeZf0 = 0.0;
+    sc.fPitchDot0 = 0.0;
+    sc.fMs0 = vehicle.fMsGTO;
+    sc.fIPitch0 = vehicle.fIPitchGTO;
+    sc.fFcThrustCmd = 0.0;
+    sc.fFcThrustAct = 0.0;
+    sc.fMmPitchCmd = 0.0;
+    sc.fMmPitchAct = 0.0;
+    sc.stvehicle3dof0 =
+        Stvehicle3dof(sc.fXf0, sc.fZf0, sc.fVeXf0, sc.fVeZf0, sc.fPitch0, sc.fPitchDot0, sc.fMs0,
+                      sc.fIPitch0, sc.fFcThrustCmd, sc.fFcThrustAct, sc.fMmPitchCmd, sc.fMmPitchAct);
 
     // The ground. Angles in radians: 20, 45 and 30 degrees. Each strip
     // begins where the last one ended; the upslope's end is computed from its
@@ -118,12 +105,12 @@ void initParams() {
     const double x6 = x5 + 1000.0;
     const double zValley = -s20 - s45;
 
-    nPgnGnd = 6;
-    arPArPPtVtxPgnGnd.reconstructIFirstILast(1, nPgnGnd);
-    setStrip(1, -1000.0, x1, 0.0, 0.0);
-    setStrip(2, x1, x2, 0.0, -s20);
-    setStrip(3, x2, x3, -s20, zValley);
-    setStrip(4, x3, x4, zValley, zValley);
-    setStrip(5, x4, x5, zValley, zValley + (s20 + s45));
-    setStrip(6, x5, x6, 0.0, 0.0);
+    sc.nPgnGnd = 6;
+    sc.arPArPPtVtxPgnGnd.reconstructIFirstILast(1, sc.nPgnGnd);
+    setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[0], 1, -1000.0, x1, 0.0, 0.0);
+    setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[1], 2, x1, x2, 0.0, -s20);
+    setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[2], 3, x2, x3, -s20, zValley);
+    setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[3], 4, x3, x4, zValley, zValley);
+    setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[4], 5, x4, x5, zValley, zValley + (s20 + s45));
+    setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[5], 6, x5, x6, 0.0, 0.0);
 }

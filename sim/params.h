@@ -1,10 +1,9 @@
 // Planet, vehicle and scenario parameters, and the ground.
 //
-// initParams() gives every program-wide parameter its built-in value: the
-// planet (gravity, air density), the vehicle (masses, pitch inertias, thrust
-// and moment limits, exhaust speed, drag areas), the initial state of every
-// flight, and six flat ground polygons. Before it runs, planet, vehicle and
-// stvehicle3dof0 are all zero and the ground array is empty (length 0).
+// initParams() gives a Scenario its built-in values: the planet (gravity, air
+// density), the vehicle (masses, pitch inertias, thrust and moment limits,
+// exhaust speed, drag areas), the initial state of every flight, and six flat
+// ground polygons.
 //
 // The ground: arPArPPtVtxPgnGnd[iPgn], iPgn 1..6, points to a heap
 // A1Val<void*> over 1..4 whose elements point to heap Pt3c vertices. Each
@@ -14,7 +13,7 @@
 // strips, in x: level pad (-1000..1), 20 deg downslope (1..9), 45 deg
 // downslope (9..12), level valley floor (12..17), 30 deg upslope back to
 // height 0 (17..27.239...), level plain (27.239...+1000). The polygons live
-// for the whole run; nobody frees them.
+// as long as their scenario.
 //
 // Units are SI throughout: m, kg, s, N, N*m, rad.
 #pragma once
@@ -135,40 +134,58 @@ struct Stvehicle3dof {
           fMmPitchAct(fMmPitchActIn) {}
 };
 
-// ---- program-wide parameters (values set by initParams) ----------------------
-extern double fAcG;    // 3.7 m/s^2
-extern double fDnAtm;  // 0.01 kg/m^3
-extern Planet planet;
+// ---- the scenario: planet, vehicle, initial state and ground -------------------
+// One value holds every parameter of a scenario; initParams() gives it the
+// built-in values. Before that, every number is zero and the ground array is
+// empty (length 0). The scalars are kept beside the records built from them
+// (planet, vehicle, stvehicle3dof0), as initParams() writes both. A scenario
+// owns its ground polygons and frees them with itself; it is not copied.
+struct Scenario {
+    double fAcG = 0.0;    // 3.7 m/s^2
+    double fDnAtm = 0.0;  // 0.01 kg/m^3
+    Planet planet;
 
-extern double fMsGTO;        // 100.0 kg
-extern double fMsEmpty;      // 95.0 kg
-extern double fIPitchGTO;    // 13.83 kg*m^2
-extern double fIPitchEmpty;  // 13.06 kg*m^2
-extern double fFcThrustMax;  // 400 * fAcG = 1480 N (four times the take-off weight)
-extern double fMmPitchMax;   // 0.4 * fFcThrustMax = 592 N*m
-extern double fMmOvFcMax;    // 0.4 m
-extern double fIsp;          // 549.36 m/s
-extern double fCdAX;         // 0.09 m^2
-extern double fCdAY;         // 0.09 m^2 (unused)
-extern double fCdAZ;         // pi/4 m^2
-extern Vehicle vehicle;
+    double fMsGTO = 0.0;        // 100.0 kg
+    double fMsEmpty = 0.0;      // 95.0 kg
+    double fIPitchGTO = 0.0;    // 13.83 kg*m^2
+    double fIPitchEmpty = 0.0;  // 13.06 kg*m^2
+    double fFcThrustMax = 0.0;  // 400 * fAcG = 1480 N (four times the take-off weight)
+    double fMmPitchMax = 0.0;   // 0.4 * fFcThrustMax = 592 N*m
+    double fMmOvFcMax = 0.0;    // 0.4 m
+    double fIsp = 0.0;          // 549.36 m/s
+    double fCdAX = 0.0;         // 0.09 m^2
+    double fCdAY = 0.0;         // 0.09 m^2 (unused)
+    double fCdAZ = 0.0;         // pi/4 m^2
+    Vehicle vehicle;
 
-// Start time of a simulation, s (0.0).
-extern double fSTiSim0;
-// Initial state of every flight.
-extern double fXf0, fZf0, fPitch0;
-extern double fVeXf0, fVeZf0, fPitchDot0;
-extern double fMs0;      // vehicle.fMsGTO
-extern double fIPitch0;  // vehicle.fIPitchGTO
-extern double fFcThrustCmd, fFcThrustAct, fMmPitchCmd, fMmPitchAct;
-extern Stvehicle3dof stvehicle3dof0;
+    // Start time of a simulation, s (0.0).
+    double fSTiSim0 = 0.0;
+    // Initial state of every flight.
+    double fXf0 = 0.0, fZf0 = 0.0, fPitch0 = 0.0;
+    double fVeXf0 = 0.0, fVeZf0 = 0.0, fPitchDot0 = 0.0;
+    double fMs0 = 0.0;      // vehicle.fMsGTO
+    double fIPitch0 = 0.0;  // vehicle.fIPitchGTO
+    double fFcThrustCmd = 0.0, fFcThrustAct = 0.0, fMmPitchCmd = 0.0, fMmPitchAct = 0.0;
+    Stvehicle3dof stvehicle3dof0;
 
-// The ground polygons (see the top of this file).
-extern Long nPgnGnd;  // 6
-extern A1Val<void*> arPArPPtVtxPgnGnd;
+    // The ground polygons (see the top of this file).
+    Long nPgnGnd = 0;  // 6
+    A1Val<void*> arPArPPtVtxPgnGnd{0};
 
-// Sets every parameter above, in the order listed, and builds the ground.
-// The program calls it once. A further call writes the built-in values again
-// and reuses the polygons of the first call (so nothing leaks and pointers
-// already handed out stay valid).
-void initParams();
+    Scenario() = default;
+    ~Scenario();
+    Scenario(Scenario const&) = delete;
+    Scenario& operator=(Scenario const&) = delete;
+
+private:
+    friend void initParams(Scenario* psc);
+    // The polygons built by the first initParams(); a later call rewrites
+    // their vertices instead of allocating new ones.
+    A1Val<void*>* apPgnBuilt[6] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+};
+
+// Sets every parameter of *psc, in the order listed, and builds the ground.
+// A further call on the same scenario writes the built-in values again and
+// reuses the polygons of the first call (so pointers already handed out stay
+// valid).
+void initParams(Scenario* psc);

@@ -351,7 +351,7 @@ int WndPlots::iSliderFmFTi(double fTi) { return static_cast<int>(std::lround(fTi
 
 double WndPlots::fTiFmISlider(int iPos) { return iPos / 1000.0; }
 
-WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
+WndPlots::WndPlots(Workbench& wb, QWidget* pwndParent) : QWidget(pwndParent), _wb(wb) {
     setObjectName("wndPlots");
     auto* playout = new QVBoxLayout(this);
     playout->setContentsMargins(4, 4, 4, 4);
@@ -447,23 +447,23 @@ WndPlots::WndPlots(QWidget* pwndParent) : QWidget(pwndParent) {
 }
 
 void WndPlots::planChanged() {
-    _data.vecCurvePlan = vecCurvePlanFmProgram();
-    _data.vecViolation = vecPlanViolationFmProgram();
-    _data.bLanding = bLandingMissFmProgram(&_data.landingMiss);
+    _data.vecCurvePlan = vecCurvePlanFmWorkbench(_wb);
+    _data.vecViolation = vecPlanViolationFmWorkbench(_wb);
+    _data.bLanding = bLandingMissFmWorkbench(_wb, &_data.landingMiss);
     rebuildCharts();
     updateLanding();
     updateChecks();
 }
 
 void WndPlots::runChanged() {
-    _bRunGuided = bFlightGuided;
-    _data.vecCurveRun = vecCurveRunFmProgram();
-    _data.bLanding = bLandingMissFmProgram(&_data.landingMiss);
-    const bool bRun = arFTiData.n() > 0;
+    _bRunGuided = _wb.bFlightGuided;
+    _data.vecCurveRun = vecCurveRunFmWorkbench(_wb);
+    _data.bLanding = bLandingMissFmWorkbench(_wb, &_data.landingMiss);
+    const bool bRun = _wb.run.arFTiData.n() > 0;
     _bCursor = false;
     if (bRun) {
-        _fTiRunFirst = arFTiData[arFTiData.iFirst()];
-        _fTiRunLast = arFTiData[arFTiData.iLast()];
+        _fTiRunFirst = _wb.run.arFTiData[_wb.run.arFTiData.iFirst()];
+        _fTiRunLast = _wb.run.arFTiData[_wb.run.arFTiData.iLast()];
         const QSignalBlocker blocker(_psliderTi);
         _psliderTi->setRange(iSliderFmFTi(_fTiRunFirst), iSliderFmFTi(_fTiRunLast));
         _psliderTi->setSingleStep(50);  // one record
@@ -501,7 +501,8 @@ void WndPlots::commandRun(char ch) {
             break;
         case 'i':
         case 'I':
-            if (bPath && arFTiData.n() > 0) setCursorFTi(arFTiData[arFTiData.iFirst()]);
+            if (_wb.bPath && _wb.run.arFTiData.n() > 0)
+                setCursorFTi(_wb.run.arFTiData[_wb.run.arFTiData.iFirst()]);
             break;
         default:
             break;
@@ -512,8 +513,8 @@ void WndPlots::replayTicked() {
     // The cursor steps by whole record intervals of the run (0.05 s, every
     // second tick): redrawing the panel on every tick would cost the replay
     // a third of its frames in software rendering.
-    if (std::fabs(fSTiSim - _fTiCursor) < fDTiCursorStep && fSTiSim < _fTiRunLast) return;
-    setCursorFTi(fSTiSim);
+    if (std::fabs(_wb.fSTiSim - _fTiCursor) < fDTiCursorStep && _wb.fSTiSim < _fTiRunLast) return;
+    setCursorFTi(_wb.fSTiSim);
 }
 
 void WndPlots::sliderMoved(int iPos) {

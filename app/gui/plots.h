@@ -35,6 +35,7 @@
 #include <string>
 
 #include "app/plotdata.h"
+#include "app/workbench.h"
 
 class QChart;
 class QCheckBox;
@@ -128,7 +129,8 @@ class WndPlots : public QWidget {
     Q_OBJECT
 
 public:
-    explicit WndPlots(QWidget* pwndParent);
+    // Shows wb, which outlives it.
+    WndPlots(Workbench& wb, QWidget* pwndParent);
 
     // Takes the plan (its curves and checks) or the run (its curves, the
     // slider's range, the landing miss) afresh from the program.
@@ -172,6 +174,7 @@ protected:
     void resizeEvent(QResizeEvent* pevent) override;
 
 private:
+    Workbench& _wb;
     void rebuildCharts();
     void alignCharts();
     void updateVisibility();

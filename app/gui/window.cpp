@@ -58,7 +58,6 @@ void setPaneSurfaceFormat() {
 
 int runWindow(int argc, char** argv) {
     openLogFile();
-    initParams();
     setPaneSurfaceFormat();
     if (!bDisplayAvailable()) {
         logLineSz("ERROR - Windows would not create window");
@@ -68,6 +67,8 @@ int runWindow(int argc, char** argv) {
         fatalError("Can't start");
     }
     int iStatus = 0;
+    // The window's workbench: the built-in parameters, no plan, no run.
+    Workbench wb;
     {
         int argcQt = argc;  // the application keeps a reference to it
         QApplication app(argcQt, argv);
@@ -83,12 +84,12 @@ int runWindow(int argc, char** argv) {
                        stderr);
             fatalError("Windows would not open a child window for dspmgr");
         }
-        WndTop wndTop;
+        WndTop wndTop(wb);
         wndTop.show();  // the pane gets its OpenGL context here
         checkPaneContext(wndTop.pwndProgram());
         iStatus = app.exec();
     }
-    releaseCommandState();
+    releaseCommandState(wb);
     closeLogFile();
     return iStatus;
 }

@@ -6,9 +6,7 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "app/commands.h"
 #include "core/logerror.h"
-#include "sim/params.h"
 
 namespace {
 
@@ -21,24 +19,25 @@ const int iPxYText = 10;
 
 }  // namespace
 
-std::string szDAndCText() {
+std::string szDAndCText(Workbench const& wb) {
     char szBuf[160];
-    if (bDisplayRunPath) {
-        std::snprintf(szBuf, sizeof szBuf, "%0.1lf sec", fSTiSim);
+    if (wb.bDisplayRunPath) {
+        std::snprintf(szBuf, sizeof szBuf, "%0.1lf sec", wb.fSTiSim);
     } else {
         std::snprintf(szBuf, sizeof szBuf, "propellant used = %0.02lf kg, remaining = %0.2lf kg",
-                      vehicle.fMsGTO - stvehicle3dof.fMs, stvehicle3dof.fMs - vehicle.fMsEmpty);
+                      wb.scenario.vehicle.fMsGTO - wb.stvehicle3dof.fMs,
+                      wb.stvehicle3dof.fMs - wb.scenario.vehicle.fMsEmpty);
     }
     return szBuf;
 }
 
-WndDAndC::WndDAndC(QWidget* pwndParent) : QWidget(pwndParent) {
+WndDAndC::WndDAndC(Workbench const& wb, QWidget* pwndParent) : QWidget(pwndParent), _wb(wb) {
     setObjectName("wndDAndC");
     // Room for one line with the same margin below as above.
     setFixedHeight(iPxYText + fontMetrics().height() + iPxYText);
 
     connect(&_timerRefresh, &QTimer::timeout, this, qOverload<>(&QWidget::update));
-    _timerRefresh.start(static_cast<int>(1000.0 * fSDisplay));
+    _timerRefresh.start(static_cast<int>(1000.0 * _wb.fSDisplay));
     if (!_timerRefresh.isActive()) {
         QMessageBox box(QMessageBox::Warning, "Vantorell", "Too many clocks or timers!",
                         QMessageBox::Ok, pwndParent);
@@ -55,5 +54,5 @@ void WndDAndC::paintEvent(QPaintEvent*) {
     painter.setBackgroundMode(Qt::OpaqueMode);
     QRect rectText(iPxXText, iPxYText, std::max(0, width() - iPxXText), fontMetrics().height());
     painter.drawText(rectText, Qt::AlignLeft | Qt::AlignTop,
-                     QString::fromStdString(szDAndCText()));
+                     QString::fromStdString(szDAndCText(_wb)));
 }

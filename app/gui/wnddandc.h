@@ -3,7 +3,7 @@
 //
 // While a replay runs the line gives the replayed time ("12.3 sec"); at any
 // other time the propellant used and remaining in the state shown in the pane,
-// from the gross and empty masses of the global vehicle.
+// from the gross and empty masses of the workbench's vehicle.
 #pragma once
 
 #include <QTimer>
@@ -11,14 +11,17 @@
 
 #include <string>
 
+#include "app/workbench.h"
+
 // The panel's line of text for the current program-wide state.
-std::string szDAndCText();
+std::string szDAndCText(Workbench const& wb);
 
 class WndDAndC : public QWidget {
     Q_OBJECT
 
 public:
-    explicit WndDAndC(QWidget* pwndParent);
+    // Shows wb, which outlives it.
+    WndDAndC(Workbench const& wb, QWidget* pwndParent);
 
     // The refresh timer (running from creation on).
     const QTimer& timerRefresh() const { return _timerRefresh; }
@@ -27,5 +30,6 @@ protected:
     void paintEvent(QPaintEvent* pevent) override;
 
 private:
+    Workbench const& _wb;
     QTimer _timerRefresh;
 };

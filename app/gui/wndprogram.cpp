@@ -10,6 +10,7 @@
 #include <cstdio>
 
 #include "app/plotdata.h"
+#include "app/scene.h"
 #include "core/logerror.h"
 #include "display/capture.h"
 #include "display/display.h"
@@ -21,13 +22,13 @@ namespace {
 
 // Entries in the camera history: the stack grows downward from its bottom
 // marker, so the entries are the slots top + 1 .. first of the ring.
-Long nXfmCFmWOnStack() {
-    return (iXfmCFmWStackFirst - iXfmCFmWStackTop + 100) % 100;
+Long nXfmCFmWOnStack(ViewStack const& view) {
+    return (view.iXfmCFmWStackFirst - view.iXfmCFmWStackTop + nXfmCFmWStack) % nXfmCFmWStack;
 }
 
 // Replay timer period, truncated to whole milliseconds (25 ms).
-int iMsReplayPeriod() {
-    return static_cast<int>(1000.0 * fSDisplay);
+int iMsReplayPeriod(Workbench const& wb) {
+    return static_cast<int>(1000.0 * wb.fSDisplay);
 }
 
 // Whether two cameras are the same in every number that places or shapes
@@ -44,14 +45,14 @@ bool bSameCamera(const XfmCFmW3c& xfm1, const XfmCFmW3c& xfm2) {
 
 }  // namespace
 
-WndProgram::WndProgram(QWidget* pwndParent, QWidget* pwndTop)
-    : QOpenGLWidget(pwndParent), _pwndTop(pwndTop) {
+WndProgram::WndProgram(Workbench& wb, QWidget* pwndParent, QWidget* pwndTop)
+    : QOpenGLWidget(pwndParent), _wb(wb), _pwndTop(pwndTop) {
     setObjectName("wndProgram");
     setFocusPolicy(Qt::StrongFocus);
     connect(&_timerReplay, &QTimer::timeout, this, [this] {
         // A tick after `i` has left the replay does nothing, and says nothing.
-        const bool bReplaying = bDisplayRunPath;
-        replayTick(*this);
+        const bool bReplaying = _wb.bDisplayRunPath;
+        replayTick(_wb, *this);
         if (bReplaying) emit replayTicked();
     });
     logLineSz("wndProgram created");
@@ -60,7 +61,7 @@ WndProgram::WndProgram(QWidget* pwndParent, QWidget* pwndTop)
 // ---- commands --------------------------------------------------------------------
 
 bool WndProgram::bRunCommand(char ch) {
-    const bool bCommand = bRunKeyCommand(ch, *this);
+    const bool bCommand = bRunKeyCommand(_wb, ch, *this);
     // What a command printed (the SUMMARY of p) shows now, also when the
     // output goes to a file or a pipe rather than a terminal.
     std::fflush(stdout);
@@ -73,7 +74,7 @@ bool WndProgram::bRunCommand(char ch) {
 void WndProgram::takePlanPath() {
     _vecFXPlan.clear();
     _vecFZPlan.clear();
-    const std::vector<PlotCurve> vecCurve = vecCurvePlanFmProgram();
+    const std::vector<PlotCurve> vecCurve = vecCurvePlanFmWorkbench(_wb);
     // In panel order: x first, z second, on the same samples.
     if (vecCurve.size() >= 2) {
         _vecFXPlan = vecCurve[0].vecF;
@@ -88,15 +89,15 @@ void WndProgram::setPlanPathShown(bool bShown) {
 }
 
 void WndProgram::showStoredStateAtFTi(double fTi) {
-    if (!bPath || arFTiData.n() < 1) return;
-    if (bDisplayRunPath) {
+    if (!_wb.bPath || _wb.run.arFTiData.n() < 1) return;
+    if (_wb.bDisplayRunPath) {
         stopReplayTimer();
-        bDisplayRunPath = false;
+        _wb.bDisplayRunPath = false;
     }
-    stvehicle3dofAtFTi(&stvehicle3dof, fTi);
-    fSTiSim = fTi;
-    bDisplayState = true;
-    bDisplayPath = false;
+    stvehicle3dofAtFTi(&_wb.stvehicle3dof, fTi, _wb.run, _wb.scenario.vehicle);
+    _wb.fSTiSim = fTi;
+    _wb.bDisplayState = true;
+    _wb.bDisplayPath = false;
     update();
 }
 
@@ -188,14 +189,14 @@ void WndProgram::initializeGL() {
     // projection are known; a context made again later keeps the camera.
     if (_bViewLoaded) return;
     setPaneFromWidget();
-    xfmPFmC = xfmPFmC3cFm(_pane);
-    readViewInOrDefault("view.in", _pane);
+    _wb.view.xfmPFmC = xfmPFmC3cFm(_pane);
+    _wb.view.readViewInOrDefault("view.in", _pane);
     _bViewLoaded = true;
 }
 
 void WndProgram::resizeGL(int, int) {
     setPaneFromWidget();
-    resizeViewForPane(_pane);
+    _wb.view.resizeViewForPane(_pane);
     update();
     emit viewChanged();
 }
@@ -205,43 +206,39 @@ void WndProgram::paintGL() {
 }
 
 void WndProgram::drawScene() {
-    if (bDisplayState || bDisplayRunPath) {
-        displayStInPane(&_pane, &xfmCFmW, &xfmPFmC, &stvehicle3dof);
-    } else if (bDisplayPath) {
-        displayPathInPane(&_pane, &xfmCFmW, &xfmPFmC, &vehicle, arFTiData, arPStvehicle);
-    }
-    if (_bPlanPath && (bDisplayState || bDisplayRunPath || bDisplayPath))
+    drawCurrentScene(_wb, &_pane);
+    if (_bPlanPath && (_wb.bDisplayState || _wb.bDisplayRunPath || _wb.bDisplayPath))
         displayPlanPath(_vecFXPlan.data(), _vecFZPlan.data(), static_cast<Long>(_vecFXPlan.size()));
 }
 
 // ---- camera history --------------------------------------------------------------
 
 bool WndProgram::bViewBackPossible() const {
-    return nXfmCFmWOnStack() > 1;
+    return nXfmCFmWOnStack(_wb.view) > 1;
 }
 
 bool WndProgram::bViewForwardPossible() const {
-    return bXfmCFmWStackRePushPossible();
+    return _wb.view.bXfmCFmWStackRePushPossible();
 }
 
 void WndProgram::viewBack() {
     if (!bViewBackPossible()) return;
-    xfmCFmWPopFromStack();
-    xfmCFmW = xfmCFmWTopOfStack();
+    _wb.view.xfmCFmWPopFromStack();
+    _wb.view.xfmCFmW = _wb.view.xfmCFmWTopOfStack();
     update();
     emit viewChanged();
 }
 
 void WndProgram::viewForward() {
     if (!bViewForwardPossible()) return;
-    xfmCFmW = xfmCFmWRePushToStack();
+    _wb.view.xfmCFmW = _wb.view.xfmCFmWRePushToStack();
     update();
     emit viewChanged();
 }
 
 void WndProgram::viewReset() {
-    xfmCFmW = xfmCFmW3cDefaultFm(xfmPFmC);
-    pushXfmCFmWToStack(xfmCFmW);
+    _wb.view.xfmCFmW = xfmCFmW3cDefaultFm(_wb.view.xfmPFmC);
+    _wb.view.pushXfmCFmWToStack(_wb.view.xfmCFmW);
     update();
     emit viewChanged();
 }
@@ -249,7 +246,7 @@ void WndProgram::viewReset() {
 void WndProgram::saveViewAndStop() {
     if (_bGone) return;
     _bGone = true;
-    writeViewOut("view.out");
+    _wb.view.writeViewOut("view.out");
     stopReplayTimer();
 }
 
@@ -269,7 +266,7 @@ void WndProgram::mousePressEvent(QMouseEvent* pevent) {
         stopReplayTimer();
         iPxX0Drag = iPxXFm(pevent);
         iPxY0Drag = iPxYFm(pevent);
-        xfmCFmW0DragView = xfmCFmW;
+        xfmCFmW0DragView = _wb.view.xfmCFmW;
         bDragView = true;
     } else if (pevent->button() == Qt::RightButton) {
         stopReplayTimer();
@@ -285,11 +282,12 @@ void WndProgram::mouseMoveEvent(QMouseEvent* pevent) {
     const Long iPxX = iPxXFm(pevent);
     const Long iPxY = iPxYFm(pevent);
     if (bDragView) {
-        xfmCFmW = xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag, iPxY - iPxY0Drag, _pane);
+        _wb.view.xfmCFmW =
+            xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag, iPxY - iPxY0Drag, _pane);
         iMouseMove++;
         update();
     } else if (bDragZoom) {
-        xfmCFmW = xfmCFmWZoomedByDrag(xfmCFmW, iPxY - iPxYLastDragZoom, _pane);
+        _wb.view.xfmCFmW = xfmCFmWZoomedByDrag(_wb.view.xfmCFmW, iPxY - iPxYLastDragZoom, _pane);
         iPxXLastDragZoom = iPxX;
         iPxYLastDragZoom = iPxY;
         iMouseMove++;
@@ -307,13 +305,14 @@ void WndProgram::mouseReleaseEvent(QMouseEvent* pevent) {
         // between the last move and the release.
         // Back where it was pressed is the camera it started with, exactly.
         const bool bBack = iPxX == iPxX0Drag && iPxY == iPxY0Drag;
-        xfmCFmW = bBack ? xfmCFmW0DragView
+        _wb.view.xfmCFmW = bBack ? xfmCFmW0DragView
                         : xfmCFmWTurnedByDrag(xfmCFmW0DragView, iPxX - iPxX0Drag,
                                               iPxY - iPxY0Drag, _pane);
         bDragView = false;
     } else if (bDragZoom && pevent->button() == Qt::RightButton) {
         if (iPxY != iPxYLastDragZoom)
-            xfmCFmW = xfmCFmWZoomedByDrag(xfmCFmW, iPxY - iPxYLastDragZoom, _pane);
+            _wb.view.xfmCFmW =
+                xfmCFmWZoomedByDrag(_wb.view.xfmCFmW, iPxY - iPxYLastDragZoom, _pane);
         bDragZoom = false;
     } else {
         QOpenGLWidget::mouseReleaseEvent(pevent);
@@ -321,10 +320,11 @@ void WndProgram::mouseReleaseEvent(QMouseEvent* pevent) {
     }
     // A click, or a drag back to where it began, leaves the camera as the
     // history has it: nothing to step back to.
-    if (bEmptyXfmCFmWOnStack() || !bSameCamera(xfmCFmW, xfmCFmWTopOfStack())) {
-        pushXfmCFmWToStack(xfmCFmW);
+    if (_wb.view.bEmptyXfmCFmWOnStack() ||
+        !bSameCamera(_wb.view.xfmCFmW, _wb.view.xfmCFmWTopOfStack())) {
+        _wb.view.pushXfmCFmWToStack(_wb.view.xfmCFmW);
         emit viewChanged();
     }
     update();
-    if (bDisplayRunPath) startReplayTimer(iMsReplayPeriod());
+    if (_wb.bDisplayRunPath) startReplayTimer(iMsReplayPeriod(_wb));
 }

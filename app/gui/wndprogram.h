@@ -36,8 +36,9 @@ class WndProgram : public QOpenGLWidget, public CmdHost {
     Q_OBJECT
 
 public:
-    // pwndTop owns the message boxes whose owner is the top window.
-    WndProgram(QWidget* pwndParent, QWidget* pwndTop);
+    // Works on wb, which outlives it; pwndTop owns the message boxes whose
+    // owner is the top window.
+    WndProgram(Workbench& wb, QWidget* pwndParent, QWidget* pwndTop);
 
     // Runs one command character as if it had been typed into the pane;
     // false when ch is not a command.
@@ -117,6 +118,7 @@ private:
     Long iPxXFm(const QMouseEvent* pevent) const;
     Long iPxYFm(const QMouseEvent* pevent) const;
 
+    Workbench& _wb;
     QWidget* _pwndTop;
     Pane _pane{};
     QTimer _timerReplay;

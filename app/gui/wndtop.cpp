@@ -57,7 +57,7 @@ const ReplaySpeedItem arReplaySpeedItem[] = {
 
 }  // namespace
 
-WndTop::WndTop() {
+WndTop::WndTop(Workbench& wb) : _wb(wb) {
     setObjectName("wndTop");
     setWindowTitle("Vantorell");
     logLineSz("wndTop created");
@@ -66,9 +66,9 @@ WndTop::WndTop() {
     auto* playout = new QVBoxLayout(pwndClient);
     playout->setContentsMargins(0, 0, 0, 0);
     playout->setSpacing(0);
-    _pwndDAndC = new WndDAndC(pwndClient);
+    _pwndDAndC = new WndDAndC(_wb, pwndClient);
     playout->addWidget(_pwndDAndC);
-    _pwndProgram = new WndProgram(pwndClient, this);
+    _pwndProgram = new WndProgram(_wb, pwndClient, this);
     playout->addWidget(_pwndProgram, 1);
     setCentralWidget(pwndClient);
 
@@ -78,7 +78,7 @@ WndTop::WndTop() {
     _pdockPlots->setObjectName("dockPlots");
     _pdockPlots->setFeatures(QDockWidget::DockWidgetClosable | QDockWidget::DockWidgetMovable |
                              QDockWidget::DockWidgetFloatable);
-    _pwndPlots = new WndPlots(_pdockPlots);
+    _pwndPlots = new WndPlots(_wb, _pdockPlots);
     _pdockPlots->setWidget(_pwndPlots);
     addDockWidget(Qt::RightDockWidgetArea, _pdockPlots);
     // Its close button goes the way of View > Plots.
@@ -211,8 +211,8 @@ void WndTop::runCommandFromMenu(char ch) {
 }
 
 void WndTop::updateFileActions() {
-    _pactExportRun->setEnabled(arFTiData.n() > 0);
-    _pactExportPlan->setEnabled(bPlanExists());
+    _pactExportRun->setEnabled(_wb.run.arFTiData.n() > 0);
+    _pactExportPlan->setEnabled(_wb.plan.bPlanExists());
 }
 
 void WndTop::exportCsvFromMenu(bool bRun) {
@@ -233,7 +233,7 @@ void WndTop::exportCsvFromMenu(bool bRun) {
 
 bool WndTop::bExportRunCsv(const QString& szFile) {
     const QByteArray byFile = QFile::encodeName(szFile);
-    if (bWriteRunCsvFmProgram(byFile.constData())) return true;
+    if (bWriteRunCsvFmWorkbench(_wb, byFile.constData())) return true;
     const QString szWhy = errno != 0 ? QString::fromLocal8Bit(std::strerror(errno))
                                      : QString("no stored run ('s' first)");
     QMessageBox box(QMessageBox::Warning, "Vantorell",
@@ -244,7 +244,7 @@ bool WndTop::bExportRunCsv(const QString& szFile) {
 
 bool WndTop::bExportPlanCsv(const QString& szFile) {
     const QByteArray byFile = QFile::encodeName(szFile);
-    if (bWritePlanCsvFmProgram(byFile.constData())) return true;
+    if (bWritePlanCsvFmWorkbench(_wb, byFile.constData())) return true;
     const QString szWhy = errno != 0 ? QString::fromLocal8Bit(std::strerror(errno))
                                      : QString("no plan ('p' first)");
     QMessageBox box(QMessageBox::Warning, "Vantorell",

@@ -22,6 +22,7 @@
 #include <QMainWindow>
 #include <QTimer>
 
+struct Workbench;
 class QAction;
 class QDockWidget;
 class WndDAndC;
@@ -33,8 +34,9 @@ class WndTop : public QMainWindow {
 
 public:
     // Builds the frame, then the panel, then the pane (log lines in that
-    // order), and places itself on the primary screen.
-    WndTop();
+    // order), and places itself on the primary screen. Works on wb, which
+    // outlives it.
+    explicit WndTop(Workbench& wb);
 
     WndDAndC* pwndDAndC() const { return _pwndDAndC; }
     WndProgram* pwndProgram() const { return _pwndProgram; }
@@ -61,6 +63,7 @@ protected:
     bool eventFilter(QObject* pobj, QEvent* pevent) override;
 
 private:
+    Workbench& _wb;
     void buildMenu();
     void updateViewActions();
     void runCommandFromMenu(char ch);

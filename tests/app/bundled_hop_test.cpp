@@ -17,6 +17,19 @@
 #include "sim/params.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+PlanState ps;
+A<unsigned char*>*& paPVdfX = ps.paPVdfX;
+double& fMsProp = ps.fMsProp;
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+}  // namespace
+
+
 namespace {
 
 // The model, counting its evaluations.
@@ -34,13 +47,13 @@ class BundledHop : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
     void TearDown() override {
         deleteStoredRun(&arFTiRun, &arPStRun);
-        deleteTraj1Params();
-        deleteTraj1Path();
-        deletePathAnalysis();
+        ps.deleteTraj1Params();
+        ps.deleteTraj1Path();
+        ps.deletePathAnalysis();
         InTempDir::TearDown();
     }
     A1Val<double> arFTi{0}, arFT{0}, arFM{0}, arFTiRun{0};
@@ -54,11 +67,14 @@ TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
     const double fXEnd = 13.0, fZEnd = -5.9117618741296187;  // its last waypoint
     vttest::writeFile("traj1r.txt", vttest::readFile(szHop));
     std::FILE* pfileNull = std::fopen("/dev/null", "w");
-    ASSERT_TRUE(bRunPlanCommand(pfileNull));
+    ASSERT_TRUE(ps.bRunPlanCommand(scenario, pfileNull));
     std::fclose(pfileNull);
 
     // Every plan check passes; a tenth of the 5 kg of propellant is left.
-    EXPECT_TRUE(vecPlanViolationFmProgram().empty());
+    EXPECT_TRUE(vecPlanViolationFm(ps.pvdfT, ps.paPVdfX, ps.pvdfMs, ps.paPVdfF, ps.paPVdfM,
+                                   scenario.fFcThrustMax, scenario.fMsEmpty,
+                                   &scenario.arPArPPtVtxPgnGnd)
+                    .empty());
     EXPECT_LE(fMsProp, 0.9 * 5.0);
     EXPECT_NEAR(vehicle.fMsGTO - vehicle.fMsEmpty, 5.0, 1e-12);
     EXPECT_NEAR((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], fXEnd, 1e-9);
@@ -67,10 +83,10 @@ TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
     // Guided, undispersed: at rest, upright, within 5 cm of the end point
     // (the distance the plots panel reports, the ground spring's sag under
     // the vehicle's weight included), with more than a tenth left.
-    writeFltplanTxt();
+    ps.writeFltplanTxt();
     std::string szErr;
     SimReport report;
-    ASSERT_TRUE(bFlyGuidedScheduleFile("fltplan.txt", "guidance.txt", &arFTiRun, &arPStRun,
+    ASSERT_TRUE(bFlyGuidedScheduleFile(scenario, "fltplan.txt", "guidance.txt", &arFTiRun, &arPStRun,
                                        &szErr, &report))
         << szErr;
     Stvehicle3dof const& st = *static_cast<Stvehicle3dof*>(arPStRun[arPStRun.iLast()]);
@@ -90,7 +106,7 @@ TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
     GuidedCmds cmds(ref, guidanceGainsFm(gs, vehicle, planet), vehicle, planet.fAcG);
     Long anEval[2] = {0, 0};
     for (int iGuided = 0; iGuided < 2; iGuided++) {
-        CountingModel model(&planet, &vehicle, 0.05, arFTi, arFT, arFM);
+        CountingModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFT, arFM);
         if (iGuided == 1) model.pcmdsource = &cmds;
         deleteStoredRun(&arFTiRun, &arPStRun);
         flyModel(&arFTiRun, &arPStRun, &model, stvehicle3dof0, FlightSettings(), &report);

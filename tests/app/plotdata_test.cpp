@@ -11,6 +11,14 @@
 #include "sim/params.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
+}  // namespace
+
+
 namespace {
 
 // A hand-made plan of five samples at t = 0..4 at x = 0.5 over the level pad.
@@ -44,7 +52,7 @@ class PlotDataTest : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
 };
 

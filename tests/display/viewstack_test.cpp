@@ -8,6 +8,19 @@
 #include "display/viewstack.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+ViewStack view;
+XfmCFmW3c& xfmCFmW = view.xfmCFmW;
+XfmPFmC3c& xfmPFmC = view.xfmPFmC;
+Long& iXfmCFmWStackTop = view.iXfmCFmWStackTop;
+Long& iXfmCFmWStackFirst = view.iXfmCFmWStackFirst;
+Long& iXfmCFmWStackHwm = view.iXfmCFmWStackHwm;
+}  // namespace
+
+
 using vttest::writeFile;
 
 namespace {
@@ -19,7 +32,7 @@ XfmCFmW3c xfmNumbered(double f) {
 }
 
 void emptyTheStack() {
-    while (!bEmptyXfmCFmWOnStack()) xfmCFmWPopFromStack();
+    while (!view.bEmptyXfmCFmWOnStack()) view.xfmCFmWPopFromStack();
 }
 
 Pane paneOf(Long iDX, Long iDY) {
@@ -43,7 +56,7 @@ class ViewStackTest : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initXfmCFmWStack();
+        view.initXfmCFmWStack();
         xfmCFmW = XfmCFmW3c();
         xfmPFmC = XfmPFmC3c();
     }
@@ -53,11 +66,11 @@ TEST_F(ViewStackTest, HundredPushesKeepNinetyNineAndDropTheOldest) {
     emptyTheStack();
     for (int i = 0; i < 100; ++i) {
         XfmCFmW3c xfm = xfmNumbered(i);
-        pushXfmCFmWToStack(xfm);
+        view.pushXfmCFmWToStack(xfm);
         EXPECT_EQ(iXfmCFmWStackHwm, iXfmCFmWStackTop);
     }
     std::vector<double> arF;
-    while (!bEmptyXfmCFmWOnStack()) arF.push_back(xfmCFmWPopFromStack().ptEye.fX);
+    while (!view.bEmptyXfmCFmWOnStack()) arF.push_back(view.xfmCFmWPopFromStack().ptEye.fX);
     ASSERT_EQ(arF.size(), 99u);
     for (std::size_t i = 0; i < arF.size(); ++i) EXPECT_EQ(arF[i], 99.0 - i);
 }
@@ -67,47 +80,47 @@ TEST_F(ViewStackTest, HundredPushesKeepNinetyNineAndDropTheOldest) {
 TEST_F(ViewStackTest, PopRePushAndPushAfterPop) {
     emptyTheStack();
     XfmCFmW3c a = xfmNumbered(1), b = xfmNumbered(2), c = xfmNumbered(3);
-    pushXfmCFmWToStack(a);
-    pushXfmCFmWToStack(b);
+    view.pushXfmCFmWToStack(a);
+    view.pushXfmCFmWToStack(b);
     const Long iTopAfterPush = iXfmCFmWStackTop;
-    EXPECT_FALSE(bXfmCFmWStackRePushPossible());
-    expectSameCamera(xfmCFmWPopFromStack(), b);
-    EXPECT_EQ(xfmCFmWTopOfStack().ptEye.fX, 1.0);
+    EXPECT_FALSE(view.bXfmCFmWStackRePushPossible());
+    expectSameCamera(view.xfmCFmWPopFromStack(), b);
+    EXPECT_EQ(view.xfmCFmWTopOfStack().ptEye.fX, 1.0);
     EXPECT_EQ(iXfmCFmWStackHwm, iTopAfterPush);  // the pop leaves the mark
-    EXPECT_TRUE(bXfmCFmWStackRePushPossible());
-    expectSameCamera(xfmCFmWRePushToStack(), b);
+    EXPECT_TRUE(view.bXfmCFmWStackRePushPossible());
+    expectSameCamera(view.xfmCFmWRePushToStack(), b);
     EXPECT_EQ(iXfmCFmWStackTop, iTopAfterPush);
-    EXPECT_FALSE(bXfmCFmWStackRePushPossible());
-    xfmCFmWPopFromStack();
-    xfmCFmWPopFromStack();
-    EXPECT_TRUE(bEmptyXfmCFmWOnStack());
-    EXPECT_EQ(xfmCFmWRePushToStack().ptEye.fX, 1.0);
-    EXPECT_EQ(xfmCFmWRePushToStack().ptEye.fX, 2.0);
-    xfmCFmWPopFromStack();
-    pushXfmCFmWToStack(c);
+    EXPECT_FALSE(view.bXfmCFmWStackRePushPossible());
+    view.xfmCFmWPopFromStack();
+    view.xfmCFmWPopFromStack();
+    EXPECT_TRUE(view.bEmptyXfmCFmWOnStack());
+    EXPECT_EQ(view.xfmCFmWRePushToStack().ptEye.fX, 1.0);
+    EXPECT_EQ(view.xfmCFmWRePushToStack().ptEye.fX, 2.0);
+    view.xfmCFmWPopFromStack();
+    view.pushXfmCFmWToStack(c);
     EXPECT_EQ(iXfmCFmWStackHwm, iXfmCFmWStackTop);
-    EXPECT_FALSE(bXfmCFmWStackRePushPossible());
+    EXPECT_FALSE(view.bXfmCFmWStackRePushPossible());
     const Long iTop = iXfmCFmWStackTop;
-    EXPECT_EQ(xfmCFmWRePushToStack().ptEye.fX, 3.0);
+    EXPECT_EQ(view.xfmCFmWRePushToStack().ptEye.fX, 3.0);
     EXPECT_EQ(iXfmCFmWStackTop, iTop);
-    EXPECT_EQ(xfmCFmWPopFromStack().ptEye.fX, 3.0);
-    EXPECT_EQ(xfmCFmWPopFromStack().ptEye.fX, 1.0);
-    EXPECT_TRUE(bEmptyXfmCFmWOnStack());
+    EXPECT_EQ(view.xfmCFmWPopFromStack().ptEye.fX, 3.0);
+    EXPECT_EQ(view.xfmCFmWPopFromStack().ptEye.fX, 1.0);
+    EXPECT_TRUE(view.bEmptyXfmCFmWOnStack());
 }
 
 TEST_F(ViewStackTest, EmptyStackReportsAreImpossibleStates) {
     emptyTheStack();
-    EXPECT_DEATH(xfmCFmWPopFromStack(), "stack empty in xfmCFmWPopFromStack\\(\\)");
-    EXPECT_DEATH(xfmCFmWTopOfStack(), "stack empty in xfmCFmWTopOfStack\\(\\)");
+    EXPECT_DEATH(view.xfmCFmWPopFromStack(), "stack empty in xfmCFmWPopFromStack\\(\\)");
+    EXPECT_DEATH(view.xfmCFmWTopOfStack(), "stack empty in xfmCFmWTopOfStack\\(\\)");
     // Empty with nothing popped since the last push.
     iXfmCFmWStackTop = iXfmCFmWStackFirst = iXfmCFmWStackHwm = 40;
-    EXPECT_DEATH(xfmCFmWRePushToStack(), "nothing available in xfmCFmWRePushToStack\\(\\)");
+    EXPECT_DEATH(view.xfmCFmWRePushToStack(), "nothing available in xfmCFmWRePushToStack\\(\\)");
 }
 
 TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
     Pane pane = paneOf(1152, 700);
     testing::internal::CaptureStderr();
-    readViewInOrDefault("view.in", pane);
+    view.readViewInOrDefault("view.in", pane);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     Dr3c drLook(-20.0, 150.0, -8.0);
     EXPECT_NEAR(fLenVc(Vc3c(xfmCFmW.drLook) - Vc3c(drLook)), 0.0, 1e-15);
@@ -117,7 +130,7 @@ TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
                 !xfmCFmW.bOrtho);
     // The eye is 180 m back along the look from the aim point (15, 0, 1).
     EXPECT_NEAR(fDistPtPt(xfmCFmW.ptEye, Pt3c(15.0, 0.0, 1.0) - 180.0 * Vc3c(drLook)), 0.0, 1e-12);
-    expectSameCamera(xfmCFmWTopOfStack(), xfmCFmW);
+    expectSameCamera(view.xfmCFmWTopOfStack(), xfmCFmW);
 }
 
 TEST_F(ViewStackTest, HostileViewInFallsBackToTheDefault) {
@@ -136,7 +149,7 @@ TEST_F(ViewStackTest, HostileViewInFallsBackToTheDefault) {
         writeFile("view.in", sz);
         xfmCFmW = XfmCFmW3c();
         testing::internal::CaptureStderr();
-        readViewInOrDefault("view.in", pane);
+        view.readViewInOrDefault("view.in", pane);
         std::string szErr = testing::internal::GetCapturedStderr();
         SCOPED_TRACE("case " + std::to_string(iCase++));
         EXPECT_EQ(szErr.rfind("view.in: ", 0), 0u) << szErr;

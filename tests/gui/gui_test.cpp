@@ -33,6 +33,22 @@
 
 namespace {
 
+// The workbench the window under test works on, and short names for the
+// members the cases look at.
+Workbench wb;
+A1Val<double>& arFTiData = wb.run.arFTiData;
+A1Val<void*>& arPStvehicle = wb.run.arPStvehicle;
+bool& bPath = wb.bPath;
+bool& bDisplayState = wb.bDisplayState;
+bool& bDisplayPath = wb.bDisplayPath;
+bool& bDisplayRunPath = wb.bDisplayRunPath;
+double& fSTiSim = wb.fSTiSim;
+Stvehicle3dof& stvehicle3dof = wb.stvehicle3dof;
+bool& bFlightGuided = wb.bFlightGuided;
+XfmCFmW3c& xfmCFmW = wb.view.xfmCFmW;
+Vd<double>*& pvdfT = wb.plan.pvdfT;
+
+
 QByteArray byFile(const QString& szName) {
     QFile file(szName);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
@@ -77,7 +93,9 @@ QString szFlags() {
            (bDisplayRunPath ? "T" : "F");
 }
 // Entries in the camera history (the ring holds slots top + 1 .. first).
-Long nStack() { return (iXfmCFmWStackFirst - iXfmCFmWStackTop + 100) % 100; }
+Long nStack() {
+    return (wb.view.iXfmCFmWStackFirst - wb.view.iXfmCFmWStackTop + nXfmCFmWStack) % nXfmCFmWStack;
+}
 bool bSameCamera(const XfmCFmW3c& x1, const XfmCFmW3c& x2) {
     return x1.ptEye.fX == x2.ptEye.fX && x1.ptEye.fY == x2.ptEye.fY && x1.ptEye.fZ == x2.ptEye.fZ &&
            x1.drLook.fX == x2.drLook.fX && x1.drLook.fY == x2.drLook.fY &&
@@ -171,7 +189,6 @@ public:
 
 private slots:
     void initTestCase() {
-        initParams();
         QApplication::setQuitOnLastWindowClosed(false);
         connect(&_timerBoxes, &QTimer::timeout, this, &GuiTest::closeBoxes);
         _timerBoxes.start(20);
@@ -431,9 +448,9 @@ private slots:
         QVERIFY2(std::fabs(fSTiSim - fTiAfterOne) < 1e-9, qPrintable(QString::number(fSTiSim)));
         char szSec[40];  // halves to even, as the panel does (QString::asprintf does not)
         std::snprintf(szSec, sizeof szSec, "%.1f sec", fTiAfterOne);
-        QCOMPARE(szDAndCText(), std::string(szSec));
+        QCOMPARE(szDAndCText(wb), std::string(szSec));
         Stvehicle3dof stExpect = stStored(iFirst());
-        stvehicle3dofAtFTi(&stExpect, fTiAfterOne);
+        stvehicle3dofAtFTi(&stExpect, fTiAfterOne, wb.run, wb.scenario.vehicle);
         QVERIFY(bSameState(stvehicle3dof, stExpect));
         // The plots' cursor follows within one record interval.
         QVERIFY(plots().fTiCursor() <= fSTiSim && fSTiSim - plots().fTiCursor() < fDTiCursorStep);
@@ -442,7 +459,7 @@ private slots:
         QVERIFY(szFlags() == "TFF" && !pane().timerReplay().isActive());
         QVERIFY(bSameState(stvehicle3dof, stStored(iLast())));
         QCOMPARE(plots().fTiCursor(), arFTiData[iLast()]);
-        QVERIFY(szDAndCText().rfind("propellant used = ", 0) == 0);
+        QVERIFY(szDAndCText(wb).rfind("propellant used = ", 0) == 0);
     }
 
     // ---- the camera ------------------------------------------------------------------
@@ -464,7 +481,7 @@ private slots:
         QVERIFY(std::fabs(xfm1.ptEye.fZ - xfm0.ptEye.fZ) < 1e-9 &&
                 std::fabs(xfm1.drLook.fZ - xfm0.drLook.fZ) < 1e-9);
         QVERIFY(xfm1.fR - xfm1.fL == xfm0.fR - xfm0.fL && xfm1.fN == xfm0.fN && xfm1.fF == xfm0.fF);
-        QVERIFY(nStack() == 2 && bSameCamera(xfmCFmWTopOfStack(), xfm1));
+        QVERIFY(nStack() == 2 && bSameCamera(wb.view.xfmCFmWTopOfStack(), xfm1));
         // An upward right drag zooms in; a downward left drag tilts the view.
         drag(Qt::RightButton, pt0, pt0 - QPoint(0, 100));
         const XfmCFmW3c xfm2 = xfmCFmW;
@@ -496,7 +513,7 @@ private slots:
         // Reset view shows the start-up camera and pushes it.
         action("actViewReset")->trigger();
         QVERIFY(bSameCamera(xfmCFmW, xfm0) && nStack() == 4 &&
-                bSameCamera(xfmCFmWTopOfStack(), xfm0));
+                bSameCamera(wb.view.xfmCFmWTopOfStack(), xfm0));
         wnd().pactViewBack()->trigger();
         QVERIFY(bSameCamera(xfmCFmW, xfm2));
     }
@@ -532,7 +549,7 @@ private slots:
         QVERIFY(xfmCFmW.fT - xfmCFmW.fB >= xfmBefore.fT - xfmBefore.fB - 1e-12);
         QVERIFY(xfmCFmW.ptEye.fX == xfmBefore.ptEye.fX && xfmCFmW.drLook.fY == xfmBefore.drLook.fY);
         QVERIFY(nStack() == 1 && !wnd().pactViewBack()->isEnabled());
-        QCOMPARE(QSizeF(xfmPFmC.fDX, xfmPFmC.fDY), QSizeF(pane().size()));
+        QCOMPARE(QSizeF(wb.view.xfmPFmC.fDX, wb.view.xfmPFmC.fDY), QSizeF(pane().size()));
     }
 
     void plotsPanelLeavesThePaneAlone() {
@@ -591,7 +608,7 @@ private slots:
         // The planned points up in the air show the path's pale colour.
         int nFound = 0, nTried = 0;
         for (Long i = pvdfT->lo; i <= pvdfT->hi; i += 10) {
-            const Vd<double>& vdfX = *pvdfAt(paPVdfX, i);
+            const Vd<double>& vdfX = *pvdfAt(wb.plan.paPVdfX, i);
             if (vdfX[3] < 1.0) continue;
             nTried++;
             const QPoint pt = ptPxOfWorld(pane().pane(), vdfX[1], vdfX[3]);
@@ -611,14 +628,14 @@ private slots:
              {std::pair(96.123456, "propellant used = 3.88 kg, remaining = 1.12 kg"),
               {94.996, "propellant used = 5.00 kg, remaining = -0.00 kg"}}) {
             stvehicle3dof.fMs = fMs;
-            QCOMPARE(szDAndCText(), std::string(sz));
+            QCOMPARE(szDAndCText(wb), std::string(sz));
         }
         // During a replay the time; 2.25 rounds to even, as the C library does.
         bDisplayRunPath = true;
         for (const auto& [fTi, sz] :
              {std::pair(12.345, "12.3 sec"), {2.25, "2.2 sec"}}) {
             fSTiSim = fTi;
-            QCOMPARE(szDAndCText(), std::string(sz));
+            QCOMPARE(szDAndCText(wb), std::string(sz));
         }
         bDisplayRunPath = false;
         // Grey, the text from x = 100 and y = 10 on, refreshed by its own timer.
@@ -684,7 +701,7 @@ private slots:
         pslider->setValue(WndPlots::iSliderFmFTi(3.125));
         QVERIFY(plots().fTiCursor() == 3.125 && fSTiSim == 3.125 && szFlags() == "TFF");
         Stvehicle3dof stExpect = stStored(iFirst());
-        stvehicle3dofAtFTi(&stExpect, 3.125);
+        stvehicle3dofAtFTi(&stExpect, 3.125, wb.run, wb.scenario.vehicle);
         QVERIFY(bSameState(stvehicle3dof, stExpect));
         QCOMPARE(plots().plabelTi()->text(), QString("t = 3.125 s"));
         // Every chart's cursor is drawn at that time, in one column for all.
@@ -749,7 +766,7 @@ private slots:
         copyFile("plan/fast_hop/traj1r.txt", "traj1r.txt");
         type("p");
         QListWidget* plist = plots().plistWarnings();
-        const std::vector<PlanViolation> vec = vecPlanViolationFmProgram();
+        const std::vector<PlanViolation> vec = vecPlanViolationFmWorkbench(wb);
         QVERIFY(plist->isVisible() && vec.size() >= 3 && plist->count() == int(vec.size()));
         for (int i = 0; i < plist->count(); i++)
             QCOMPARE(plist->item(i)->text(), QString::fromStdString(szPlanViolation(vec[i])));
@@ -768,7 +785,7 @@ private slots:
         // The fast hop comes to rest after more than a turn: its pitch there is
         // -478.27 deg in results.txt, the attitude of -118.27 deg.
         planAndFly("plan/fast_hop/traj1r.txt");
-        const Vd<double>& vdfXEnd = *pvdfAt(paPVdfX, paPVdfX->hi());
+        const Vd<double>& vdfXEnd = *pvdfAt(wb.plan.paPVdfX, wb.plan.paPVdfX->hi());
         const double fDist =
             std::hypot(stStored(iLast()).fXf - vdfXEnd[1], stStored(iLast()).fZf - vdfXEnd[3]);
         QCOMPARE(plots().plabelFlight()->text(),
@@ -824,7 +841,7 @@ private slots:
 private:
     WndTop& wnd() {
         if (!_pwndTop) {
-            _pwndTop = std::make_unique<WndTop>();
+            _pwndTop = std::make_unique<WndTop>(wb);
             _pwndTop->show();
             _pwndTop->activateWindow();
             if (!QTest::qWaitForWindowActive(_pwndTop.get())) qFatal("frame not active");
@@ -861,11 +878,11 @@ private:
         QTRY_VERIFY(fSTiSim != fTiBefore || !pane().timerReplay().isActive() || !bDisplayRunPath);
     }
     void resetProgramState() {
-        releaseCommandState();
+        releaseCommandState(wb);
         bPath = bDisplayPath = bDisplayRunPath = bFlightGuided = false;
         bDisplayState = true;
         fSTiSim = 0.0;
-        stvehicle3dof = stvehicle3dof0;
+        stvehicle3dof = wb.scenario.stvehicle3dof0;
     }
     // Records and presses OK on every modal box, so no test hangs on one.
     void closeBoxes() {
@@ -893,3 +910,4 @@ private:
 
 QTEST_MAIN(GuiTest)
 #include "gui_test.moc"
+

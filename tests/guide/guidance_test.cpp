@@ -18,6 +18,17 @@
 #include "plan/wptfpln.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+PlanState ps;
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+}  // namespace
+
+
 namespace {
 
 // A hover point at the origin: thrust = weight, no moment.
@@ -37,7 +48,7 @@ class GuidancePoles : public ::testing::TestWithParam<const char*> {};
 // s^2 + 2 zeta w s + w^2 for the three bandwidths. A wrong sign in any
 // feedback path, or any gain off by a factor, moves some pole.
 TEST_P(GuidancePoles, ClosedLoopEigenvaluesAreTheDesignedPoles) {
-    initParams();
+    initParams(&scenario);
     GuidanceSettings gs;
     std::string szErr;
     ASSERT_TRUE(bParseGuidanceText(&gs, GetParam(), "guidance.txt", &szErr)) << szErr;
@@ -96,7 +107,7 @@ INSTANTIATE_TEST_SUITE_P(
 // moment within 0.4 m times the thrust; a demand beyond that sits on the
 // limit it breaks.
 TEST(Guidance, CommandsStayWithinTheThrustersAndSitOnTheLimitTheyBreak) {
-    initParams();
+    initParams(&scenario);
     const GuidanceGains gains = guidanceGainsFm(GuidanceSettings(), vehicle, planet);
     const double g = planet.fAcG;
     const double fTMax = vehicle.fFcThrustMax;
@@ -209,24 +220,24 @@ class GuidedFlight : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
     // Plans szHop (a waypoint file) and reads its schedule.
     void plan(const std::string& szHop) {
         vttest::writeFile("traj1r.txt", vttest::readFile(szHop));
         std::FILE* pfileNull = std::fopen("/dev/null", "w");
-        ASSERT_TRUE(bRunPlanCommand(pfileNull));
+        ASSERT_TRUE(ps.bRunPlanCommand(scenario, pfileNull));
         std::fclose(pfileNull);
-        writeFltplanTxt();
+        ps.writeFltplanTxt();
         std::FILE* pfile = std::fopen("fltplan.txt", "r");
         readCmdsFromPFILE(&arFTi, &arFT, &arFM, pfile, "fltplan.txt");
         std::fclose(pfile);
     }
     void TearDown() override {
         deleteStoredRun(&arFTiRun, &arPStRun);
-        deleteTraj1Params();
-        deleteTraj1Path();
-        deletePathAnalysis();
+        ps.deleteTraj1Params();
+        ps.deleteTraj1Path();
+        ps.deletePathAnalysis();
         InTempDir::TearDown();
     }
     A1Val<double> arFTi{0}, arFT{0}, arFM{0}, arFTiRun{0};
@@ -244,7 +255,7 @@ TEST_F(GuidedFlight, NoStepStraddlesAnEventAndEveryCommandIsHeldUntilTheNext) {
         GuidedCmds cmds(ref, guidanceGainsFm(gs, vehicle, planet), vehicle, planet.fAcG);
         cmds.fDTiDelay = fDelay;
         WatchedCmds watch(&cmds);
-        WatchingModel model(&planet, &vehicle, 0.05, arFTi, arFT, arFM);
+        WatchingModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFT, arFM);
         model.pcmdsource = &watch;
         SimReport report;
         deleteStoredRun(&arFTiRun, &arPStRun);
@@ -284,7 +295,7 @@ TEST_F(GuidedFlight, ADispersedGuidedHopStillLandsOnThePlansEndPoint) {
     // A command late by 60 us: the first step on the pad is that short, yet
     // the vehicle standing there is not a flight at rest.
     cmds.fDTiDelay = 6e-5;
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, arFTi, arFT, arFM);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFT, arFM);
     model.pcmdsource = &cmds;
     SimReport report;
     flyModel(&arFTiRun, &arPStRun, &model, stvehicle3dof0, FlightSettings(), &report);

@@ -15,6 +15,19 @@
 #include "sim/fltsim.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+double& fPitch0 = scenario.fPitch0;
+double& fVeXf0 = scenario.fVeXf0;
+double& fPitchDot0 = scenario.fPitchDot0;
+}  // namespace
+
+
 namespace {
 
 std::vector<double> vfRest(McRunResult const& res) {
@@ -25,7 +38,7 @@ class McCampaign : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
     void TearDown() override {
         deleteStoredRun(&arFTiRun, &arPStRun);
@@ -39,7 +52,7 @@ protected:
         readMcSchedule(&sched, pfile, "fltplan.txt");
         std::fclose(pfile);
     }
-    McRunResult fly(McInputs const& inputs, Long iRun = 1) { return mcRunFly(sched, inputs, iRun, &work); }
+    McRunResult fly(McInputs const& inputs, Long iRun = 1) { return mcRunFly(scenario, sched, inputs, iRun, &work); }
     // The run's rest point is the last state of the stored flight, bit for bit.
     void expectRestIsLastOfStoredRun(McRunResult const& res) {
         Stvehicle3dof const& st = *static_cast<Stvehicle3dof*>(arPStRun[arPStRun.iLast()]);
@@ -73,7 +86,7 @@ TEST_F(McCampaign, UndispersedRunIsTheSimulateFlightOfTheReferencePlans) {
         readSchedule(szCase);
         const McRunResult res = fly(McInputs{}, 0);
         EXPECT_EQ(res.iRun, 0);
-        flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun);
+        flyScheduleFile(scenario, "fltplan.txt", &arFTiRun, &arPStRun);
         expectRestIsLastOfStoredRun(res);
         deleteStoredRun(&arFTiRun, &arPStRun);
     }
@@ -115,7 +128,7 @@ Stvehicle3dof stRestByHand(McSchedule const& sched, ByHand const& hand, double* 
     Vehicle veh = vehicle;
     veh.fIsp += hand.fIspAdd, veh.fCdAX *= hand.fDragFactor, veh.fCdAZ *= hand.fDragFactor;
     Planet pla = planet;
-    ArFFnFArFModel model(&pla, &veh, 0.05, arFTi, arFFc, arFMm);
+    ArFFnFArFModel model(&pla, &veh, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFFc, arFMm);
     A1Val<double> arFIC(1, 7);
     const double afIC[7] = {0, 0, hand.fPitch0, hand.fVeXf0, 0, hand.fPitchDot0, 100 + hand.fMsAdd};
     for (Long i = 1; i <= 7; i++) arFIC[i] = afIC[i - 1];
@@ -175,8 +188,8 @@ TEST_F(McCampaign, GuidedRunsAreTheGuidedFlightAndDoNotDependOnThreads) {
     guided.pref = &ref, guided.gains = guidanceGainsFm(gs, vehicle, planet);
     guided.uRngSeed = disp.uRngSeed;
     for (int j = 0; j < nMcSensor; j++) guided.arPertSensor[j] = disp.arPertSensor[j];
-    const McRunResult res0 = mcRunFly(sched, McInputs{}, 0, &work, &guided);
-    ASSERT_TRUE(bFlyGuidedScheduleFile("fltplan.txt", "no_guidance.txt", &arFTiRun, &arPStRun,
+    const McRunResult res0 = mcRunFly(scenario, sched, McInputs{}, 0, &work, &guided);
+    ASSERT_TRUE(bFlyGuidedScheduleFile(scenario, "fltplan.txt", "no_guidance.txt", &arFTiRun, &arPStRun,
                                        &szErr)) << szErr;
     expectRestIsLastOfStoredRun(res0);
     const std::vector<Long> aiRun = aiMcRunsOfRank(disp.nRun, 0, 1);
@@ -185,7 +198,7 @@ TEST_F(McCampaign, GuidedRunsAreTheGuidedFlightAndDoNotDependOnThreads) {
     std::vector<McRunResult> a1(aiRun.size()), a2 = a1, a3 = a1, aQuiet = a1;
     for (auto [pa, nThread, pguided] : {std::tuple(&a1, 1, &guided), std::tuple(&a2, 2, &guided),
                                         std::tuple(&a3, 3, &guided), std::tuple(&aQuiet, 2, &guidedQuiet)})
-        mcFlyRuns(pa->data(), aiRun, sched, disp, nThread, nullptr, nullptr, pguided);
+        mcFlyRuns(scenario, pa->data(), aiRun, sched, disp, nThread, nullptr, nullptr, pguided);
     for (std::size_t i = 0; i < aiRun.size(); i++) {
         SCOPED_TRACE(aiRun[i]);
         EXPECT_EQ(std::memcmp(&a1[i], &a2[i], sizeof(McRunResult)), 0);

@@ -11,6 +11,13 @@
 #include "mc/picture.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 namespace {
 
 McRunResult resAt(Long iRun, double x, double z) {
@@ -122,12 +129,12 @@ std::uint32_t uBigEndian(const std::string& sz, std::size_t i) {
 }
 
 TEST_F(McSummaryFiles, ThePictureIsA1200By900PngOrSaysWhyNot) {
-    initParams();
+    initParams(&scenario);
     std::vector<McRunResult> ares = {resAt(1, 29.5, 0.0), resAt(2, 30.2, 0.0),
                                      resAt(3, 250.0, 0.0)};  // the last far away, left out
     ares[0].bUpright = 1;
     std::string szErr;
-    const bool bOk = bWriteMcPicture("rest.png", ares.data(), 3, 30.0, 0.0, 0.3, 0.8, &szErr);
+    const bool bOk = bWriteMcPicture("rest.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 3, 30.0, 0.0, 0.3, 0.8, &szErr);
     if (!bMcPictureAvailable()) {  // a build without Qt says so and writes nothing
         EXPECT_EQ(szErr + std::to_string(bOk + vttest::fileExists("rest.png")),
                   "this build has no picture support (Qt 6 Gui); rest.png not written0");
@@ -139,8 +146,8 @@ TEST_F(McSummaryFiles, ThePictureIsA1200By900PngOrSaysWhyNot) {
     EXPECT_EQ(szPng.substr(0, 16), std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
     EXPECT_EQ(uBigEndian(szPng, 16) * 10000 + uBigEndian(szPng, 20), 12000900u);  // 1200 by 900
     // A second picture in the same process works as well; a bad path is named.
-    EXPECT_TRUE(bWriteMcPicture("again.png", ares.data(), 1, 30.0, 0.0, 0.0, 0.0, &szErr));
-    EXPECT_FALSE(bWriteMcPicture("no/such/dir/p.png", ares.data(), 1, 0.0, 0.0, 0.0, 0.0, &szErr));
+    EXPECT_TRUE(bWriteMcPicture("again.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 1, 30.0, 0.0, 0.0, 0.0, &szErr));
+    EXPECT_FALSE(bWriteMcPicture("no/such/dir/p.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 1, 0.0, 0.0, 0.0, 0.0, &szErr));
     EXPECT_NE(szErr.find("no/such/dir/p.png"), std::string::npos) << szErr;
 }
 

@@ -14,6 +14,27 @@
 #include "sim/params.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+PlanState ps;
+Vd<double>*& pvdfParamTraj1 = ps.pvdfParamTraj1;
+Long& nTraj1X = ps.nTraj1X;
+A<unsigned char*>*& paPVdfXCpTraj1X = ps.paPVdfXCpTraj1X;
+Long& nTraj1Z = ps.nTraj1Z;
+Vd<double>*& pvdfT = ps.pvdfT;
+A<unsigned char*>*& paPVdfX = ps.paPVdfX;
+A<unsigned char*>*& paPVdfF = ps.paPVdfF;
+double& fMsProp = ps.fMsProp;
+double& fFThrusterMin = ps.fFThrusterMin;
+double& fFThrusterMax = ps.fFThrusterMax;
+double& fMsGTO = scenario.fMsGTO;
+double& fMsEmpty = scenario.fMsEmpty;
+double& fFcThrustMax = scenario.fFcThrustMax;
+}  // namespace
+
+
 using namespace vttest;
 
 namespace {
@@ -21,7 +42,7 @@ namespace {
 // Runs the `p` command; its standard output goes to *pszOut.
 bool bRunPlan(std::string* pszOut) {
     bool bOk = false;
-    *pszOut = vttest::szPrinted([&](std::FILE* pf) { bOk = bRunPlanCommand(pf); });
+    *pszOut = vttest::szPrinted([&](std::FILE* pf) { bOk = ps.bRunPlanCommand(scenario, pf); });
     return bOk;
 }
 
@@ -29,12 +50,12 @@ class PlanStateTest : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
     void TearDown() override {
-        deleteTraj1Params();
-        deleteTraj1Path();
-        deletePathAnalysis();
+        ps.deleteTraj1Params();
+        ps.deleteTraj1Path();
+        ps.deletePathAnalysis();
         InTempDir::TearDown();
     }
 };
@@ -45,14 +66,14 @@ TEST_F(PlanStateTest, SampleTimesRunFromFirstToLastWaypointTimeExactly) {
     // 1.1 to 7.7 in N = 5 * (nX + nZ) steps; the formula gives
     // 7.699999999999999 at i = N, the last sample must be 7.7 itself.
     writeFile("traj1r.txt", "1.1 0 0 3.3 0.1 0.5 5.5 0.2 0.5 7.7 0.3 0\n");
-    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    ASSERT_TRUE(ps.bPlanTraj1FromFile(scenario, "traj1r.txt"));
     const Long nSample = 5 * (9 + 5);
     ASSERT_EQ(std::vector<Long>({nTraj1X + nTraj1Z, pvdfT->lo, paPVdfF->lo(), pvdfT->hi, paPVdfF->hi()}),
               std::vector<Long>({14, 0, 0, nSample, nSample}));
     EXPECT_EQ((*pvdfT)[nSample], 7.7);
     for (Long i = 0; i < nSample; i++)
         EXPECT_EQ((*pvdfT)[i], 1.1 + (static_cast<double>(i) / nSample) * (7.7 - 1.1)) << i;
-    EXPECT_TRUE(bPlanExists());
+    EXPECT_TRUE(ps.bPlanExists());
 }
 
 TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNothing) {
@@ -67,11 +88,11 @@ TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNot
             writeFile("traj1r.txt", "0 0 0 1 1e306 0 2 -1e306 0 3 0 0\n");
         ASSERT_FALSE(bRunPlan(&szOut));
         EXPECT_EQ(szOut, "");
-        EXPECT_FALSE(bPlanExists());
+        EXPECT_FALSE(ps.bPlanExists());
         EXPECT_NE(pvdfParamTraj1, nullptr);  // the numbers were read
         EXPECT_TRUE(paPVdfXCpTraj1X == nullptr && pvdfT == nullptr);
-        writeFltplanTxt();
-        writeTraj1lTxt();
+        ps.writeFltplanTxt();
+        ps.writeTraj1lTxt(scenario);
         EXPECT_EQ(readFile("fltplan.txt"), "old plan\n");
         EXPECT_FALSE(fileExists("traj1l.txt"));
     }
@@ -83,7 +104,7 @@ TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNot
     // An unwritable report is skipped with one line.
     std::filesystem::create_directory("traj1l.txt");
     testing::internal::CaptureStderr();
-    writeTraj1lTxt();
+    ps.writeTraj1lTxt(scenario);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "can't write traj1l.txt\n");
 }
 
@@ -121,15 +142,15 @@ TEST_F(PlanStateTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
     std::string szError;
     for (auto const& bad : abad) {
         writeFile("hop.txt", bad.szText);
-        EXPECT_FALSE(bHopSpecFmFile("hop.txt", &hopspec, &szError)) << bad.szText;
+        EXPECT_FALSE(bHopSpecFmFile(scenario, "hop.txt", &hopspec, &szError)) << bad.szText;
         EXPECT_EQ(szError, bad.szError);
     }
-    EXPECT_FALSE(bHopSpecFmFile("none.txt", &hopspec, &szError));
+    EXPECT_FALSE(bHopSpecFmFile(scenario, "none.txt", &hopspec, &szError));
     EXPECT_EQ(szError, "none.txt: can't open: No such file or directory");
     writeFile("hop.txt",
               "# a hop\n\n  target_x\t-12.5   # behind the pad\ntime 4\r\nthruster_margin 0.2\n"
               "propellant_reserve 0\nclearance 1.5\nwaypoints 7");
-    ASSERT_TRUE(bHopSpecFmFile("hop.txt", &hopspec, &szError)) << szError;
+    ASSERT_TRUE(bHopSpecFmFile(scenario, "hop.txt", &hopspec, &szError)) << szError;
     EXPECT_EQ(std::vector<double>({hopspec.fXTarget, double(hopspec.bTimeGiven), hopspec.fTiFlight,
                                    hopspec.fThrusterMargin, hopspec.fPropReserve, hopspec.fClearance,
                                    double(hopspec.nWptInterior)}),
@@ -142,12 +163,12 @@ TEST_F(PlanStateTest, HopFilesAreReadWithCommentsOrNameTheLineAndTheProblem) {
 TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     HopSpec hopspec;
     std::string szError;
-    ASSERT_TRUE(bHopSpecFmFile(VT_EXAMPLES "/designed/hop.txt", &hopspec, &szError));
-    const DesignResult r = designHop(hopspec);
+    ASSERT_TRUE(bHopSpecFmFile(scenario, VT_EXAMPLES "/designed/hop.txt", &hopspec, &szError));
+    const DesignResult r = designHop(scenario, hopspec);
     ASSERT_TRUE(r.bOk) << r.szError;
-    EXPECT_FALSE(bPlanExists());  // the design leaves the program's plan alone
+    EXPECT_FALSE(ps.bPlanExists());  // the design leaves the program's plan alone
     ASSERT_TRUE(bWriteDesignedTraj1r("traj1r.txt", r, &szError)) << szError;
-    ASSERT_TRUE(bPlanTraj1FromFile("traj1r.txt"));
+    ASSERT_TRUE(ps.bPlanTraj1FromFile(scenario, "traj1r.txt"));
     EXPECT_EQ(std::vector<double>({fMsProp, fFThrusterMin, fFThrusterMax}),
               std::vector<double>({r.fMsProp, r.fFThrusterMin, r.fFThrusterMax}));
     EXPECT_GE(fFThrusterMin, 0.0);
@@ -156,7 +177,7 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     EXPECT_EQ(std::vector<double>({(*pvdfT)[pvdfT->hi], (*pvdfAt(paPVdfX, paPVdfX->hi()))[1]}),
               std::vector<double>({r.fTiFlight, 28.5}));
     const double fMsPropDesigned = fMsProp;
-    ASSERT_TRUE(bPlanTraj1FromFile(VT_EXAMPLES "/handmade/traj1r.txt"));
+    ASSERT_TRUE(ps.bPlanTraj1FromFile(scenario, VT_EXAMPLES "/handmade/traj1r.txt"));
     EXPECT_LT(fMsPropDesigned, fMsProp);
 }
 
@@ -164,14 +185,14 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
 TEST_F(PlanStateTest, UnreachableTargetsNameTheBindingLimit) {
     HopSpec hopspec;
     hopspec.fXTarget = 45.0;
-    DesignResult r = designHop(hopspec);
+    DesignResult r = designHop(scenario, hopspec);
     EXPECT_FALSE(r.bOk);
     EXPECT_EQ(r.szError.rfind("no hop to x = 45.0000 m within the limits: the propellant reserve "
                               "binds: the least-propellant hop found burns ", 0), 0u) << r.szError;
     EXPECT_NE(r.szError.find("more than the 4.5000 kg that keep 10.0 % in reserve"),
               std::string::npos);
     hopspec.fXTarget = 28.5, hopspec.bTimeGiven = true, hopspec.fTiFlight = 2.0;
-    r = designHop(hopspec);
+    r = designHop(scenario, hopspec);
     EXPECT_FALSE(r.bOk);
     // 4 d / T^2 = 28.5 m/s^2 against 3 x 419.3333 N / 95 kg = 13.2421 m/s^2.
     EXPECT_EQ(r.szError,

@@ -9,6 +9,13 @@
 #include "sim/params.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 namespace {
 
 struct Spline {
@@ -163,7 +170,7 @@ struct Path {
     Vd<double>*pvdfPitch = nullptr, *pvdfPitchDot = nullptr, *pvdfPitchDot2 = nullptr, *pvdfMs = nullptr;
     double fHorzRange = -1, fMsProp = -1, fFMin = -1, fFMax = -1;
     Path(const Fit& fit, Vd<double>* pvdfT) {
-        analyzePathBSpline(fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
+        analyzePathBSpline(scenario.planet, scenario.vehicle, fit.nX, fit.pX, fit.mX, fit.pvdfUKnotX, fit.paPVdfXCpX, fit.nZ, fit.pZ,
                            fit.mZ, fit.pvdfUKnotZ, fit.paPVdfXCpZ, pvdfT, &paX, &pvdfPitch,
                            &paXDot, &pvdfPitchDot, &paXDot2, &pvdfPitchDot2, &pvdfMs, &paF, &paM,
                            &fHorzRange, &fMsProp, &fFMin, &fFMax);
@@ -186,7 +193,7 @@ Vd<double> vdfOf(const std::vector<double>& vfT, Long lo) {
 }  // namespace
 
 TEST(AnalysisTest, KinematicsMatchTheSplinesAndForceIsMassTimesInertiaPlusGravity) {
-    initParams();
+    initParams(&scenario);
     Fit fit(vfHopLong);
     ASSERT_TRUE(fit.bOk);
     std::vector<double> vfT;
@@ -225,7 +232,7 @@ TEST(AnalysisTest, KinematicsMatchTheSplinesAndForceIsMassTimesInertiaPlusGravit
 }
 
 TEST(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
-    initParams();
+    initParams(&scenario);
     Fit fit(vfHopShort);
     ASSERT_TRUE(fit.bOk);
     // Uneven sample times: the interval length must come from the times.

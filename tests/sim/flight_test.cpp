@@ -8,13 +8,20 @@
 
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+}  // namespace
+
+
 namespace {
 
 class FlightFile : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
     void TearDown() override {
         deleteStoredRun(&arFTiRun, &arPStRun);
@@ -28,23 +35,23 @@ TEST_F(FlightFile, BadPlansAreFatalErrorsNamingTheFile) {
     EXPECT_EXIT(
         {
             openLogFile();
-            flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun);
+            flyScheduleFile(scenario, "fltplan.txt", &arFTiRun, &arPStRun);
         },
         ::testing::ExitedWithCode(1), "can't open flight plan fltplan\\.txt");
     EXPECT_NE(vttest::readFile("fe.log").find("FATAL ERROR --\n    can't open flight plan fltplan.txt\n"),
               std::string::npos);
     vttest::writeFile("fltplan.txt", "   3    4\nheader\n0 600 0\n1 nan 0\n");
-    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun), ::testing::ExitedWithCode(1),
+    EXPECT_EXIT(flyScheduleFile(scenario, "fltplan.txt", &arFTiRun, &arPStRun), ::testing::ExitedWithCode(1),
                 "fltplan\\.txt, line 4: a number is not finite");
     std::filesystem::remove("fltplan.txt");
     std::filesystem::create_directory("fltplan.txt");
-    EXPECT_EXIT(flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun), ::testing::ExitedWithCode(1),
+    EXPECT_EXIT(flyScheduleFile(scenario, "fltplan.txt", &arFTiRun, &arPStRun), ::testing::ExitedWithCode(1),
                 "fltplan\\.txt: read error");
 }
 
 TEST_F(FlightFile, ResultsThatCannotBeWrittenAreSkippedQuietly) {
     vttest::copyTestData("reference/flight/freefall_cut/fltplan.txt", "fltplan.txt");
-    flyScheduleFile("fltplan.txt", &arFTiRun, &arPStRun);
+    flyScheduleFile(scenario, "fltplan.txt", &arFTiRun, &arPStRun);
     testing::internal::CaptureStderr();
     writeResultsTxt("no_such_dir/results.txt", arFTiRun, arPStRun);
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");

@@ -16,6 +16,16 @@
 #include "sim/fltsim.h"
 #include "sim/ground.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
+}  // namespace
+
+
 namespace {
 
 bool bSame(double f1, double f2) { return std::memcmp(&f1, &f2, sizeof f1) == 0; }
@@ -23,6 +33,7 @@ bool bSame(double f1, double f2) { return std::memcmp(&f1, &f2, sizeof f1) == 0;
 struct Flags {
     bool bClearedGnd, bEngineOff, bLanded;
     double fTiTouchdown, fVeXfTouchdown, fVeZfTouchdown;
+    double fPitchGndAtLandingSite = 0.0;
 };
 
 // The derivative as the model documents it, with the history in *pflags.
@@ -70,7 +81,7 @@ void derivDocumented(double* afD, Flags* pflags, A1Val<double>& arFTi, A1Val<dou
                                        &arPArPPtVtxPgnGnd)) {
         const double fPitchGnd = std::atan2(-dxN, dzN);
         const double fCos = std::cos(fPitchGnd), fSin = std::sin(fPitchGnd);
-        if (!pflags->bLanded) fPitchGndAtLandingSite = fPitchGnd;
+        if (!pflags->bLanded) pflags->fPitchGndAtLandingSite = fPitchGnd;
         const double fAttErr = std::fmod(fPitch, 2.0 * std::numbers::pi) - fPitchGnd;
         const double fRdn50 = 0.8726646259971648;
         const double fMu = (std::fabs(fAttErr) <= fRdn50) ? 0.6 : 0.0;
@@ -82,7 +93,7 @@ void derivDocumented(double* afD, Flags* pflags, A1Val<double>& arFTi, A1Val<dou
         if (std::fabs(vx) < 0.025) fFcXG = 0.0;
         fFcZf += fFcZG - 500.0 * vz;
         fFcXf += fFcXG - 500.0 * vx;
-        if (std::fabs(fPitchGndAtLandingSite) - std::fabs(fPitchGnd) < 0.001 &&
+        if (std::fabs(pflags->fPitchGndAtLandingSite) - std::fabs(fPitchGnd) < 0.001 &&
             std::fabs(fAttErr) < fRdn50)
             fMmAct += -400.0 * fAttErr;
         fMmAct += (std::fabs(fAttErr) < fRdn50 ? -100.0 : -10.0) * fPitchDot;
@@ -99,7 +110,7 @@ void derivDocumented(double* afD, Flags* pflags, A1Val<double>& arFTi, A1Val<dou
 }
 
 TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
-    initParams();
+    initParams(&scenario);
     A1Val<double> arFTi(1, 6), arFFc(1, 6), arFMm(1, 6);
     const double afRows[6][3] = {{0.0, 0.0, 0.0},   {0.5, 450.0, 30.0}, {1.25, 600.0, -80.0},
                                  {2.0, 2000.0, 700.0}, {2.5, 300.0, 5.0},  {4.0, 0.0, 0.0}};
@@ -132,7 +143,7 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
             for (double fDx : {-1e-7, 0.0, 1e-7}) vecX.push_back(x + fDx);
         }
     }
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, arFTi, arFFc, arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFFc, arFMm);
     Flags flags{};
     long nEval = 0, nContact = 0;
     for (double x : vecX) {
@@ -153,11 +164,10 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
                         model.bClearedGnd = flags.bClearedGnd, model.bLanded = flags.bLanded;
                         model.bEngineOff = flags.bEngineOff;
                     }
-                    const double fPitchGndBefore = fPitchGndAtLandingSite;
+                    model.fPitchGndAtLandingSite = flags.fPitchGndAtLandingSite;
                     double afD[7], afDRef[7];
                     model.derivAt(afD, fTi, afS);
-                    const double fPitchGndModel = fPitchGndAtLandingSite;
-                    fPitchGndAtLandingSite = fPitchGndBefore;
+                    const double fPitchGndModel = model.fPitchGndAtLandingSite;
                     derivDocumented(afDRef, &flags, arFTi, arFFc, arFMm, fTi, afS);
                     nContact += flags.bLanded && !(nEval % 3 == 0);
                     for (int i = 0; i < 7; i++)
@@ -165,7 +175,7 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
                             << "component " << i << ": " << afD[i] << " vs " << afDRef[i]
                             << " at x " << x << " z " << z << " pitch " << vecPitch[iP]
                             << " t " << fTi;
-                    ASSERT_TRUE(bSame(fPitchGndModel, fPitchGndAtLandingSite));
+                    ASSERT_TRUE(bSame(fPitchGndModel, flags.fPitchGndAtLandingSite));
                     ASSERT_EQ(model.bClearedGnd, flags.bClearedGnd);
                     ASSERT_EQ(model.bEngineOff, flags.bEngineOff);
                     ASSERT_EQ(model.bLanded, flags.bLanded);
@@ -185,7 +195,7 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
 // the limit: at and beside the margin, with zero, tiny, huge and NaN thrust
 // and bounds, the actuals must be those of the documented comparisons.
 TEST(SimExact, LeverArmLimitShortcutGivesTheDividedComparisons) {
-    initParams();
+    initParams(&scenario);
     const double fInf = std::numeric_limits<double>::infinity();
     const double fNaN = std::numeric_limits<double>::quiet_NaN();
     long nChecked = 0;

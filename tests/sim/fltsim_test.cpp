@@ -18,6 +18,18 @@
 #include "sim/ground.h"
 #include "support/testutil.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+StoredRun run;
+A1Val<double>& arFTiData = run.arFTiData;
+A1Val<void*>& arPStvehicle = run.arPStvehicle;
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+}  // namespace
+
+
 namespace {
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
@@ -71,7 +83,7 @@ void simRun(StoredFlight* prun, ArFFnFArFModel* pmodel, double fTiIC, A1Val<doub
 class Sim : public ::testing::Test {
 protected:
     void SetUp() override {
-        initParams();
+        initParams(&scenario);
         vehicleNoDrag = vehicle;
         vehicleNoDrag.fCdAX = 0.0;
         vehicleNoDrag.fCdAZ = 0.0;
@@ -83,7 +95,7 @@ class SimInTempDir : public InTempDir {
 protected:
     void SetUp() override {
         InTempDir::SetUp();
-        initParams();
+        initParams(&scenario);
     }
 };
 
@@ -109,7 +121,7 @@ TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
 
 TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     Schedule sch{{0.0, 600.0, 0.0}, {5.0, 600.0, 0.0}, {5.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     double fFc, fMm;
     model.cmdAtFTi(&fFc, &fMm, 2.5);  // fine away from the pair
     EXPECT_EQ(fFc, 600.0);
@@ -127,9 +139,9 @@ class SimContact : public Sim {
 protected:
     void SetUp() override {
         Sim::SetUp();
-        pmodel = new ArFFnFArFModel(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+        pmodel = new ArFFnFArFModel(&planet, &vehicleNoDrag, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
         arFDerivAt(pmodel, 0.0, arFState(0, 2.0, 0, 0, 0, 0, 100));  // clears the pad
-        fPitchGndAtLandingSite = 99.0;
+        pmodel->fPitchGndAtLandingSite = 99.0;
     }
     void TearDown() override { delete pmodel; }
     Schedule sch{{0.0, 0.0, 0.0}, {10.0, 0.0, 0.0}};
@@ -163,7 +175,7 @@ TEST_F(SimContact, LevelGroundForcesAndTorquesAsTheContactLawSays) {
     }
     EXPECT_TRUE(pmodel->bLanded);
     EXPECT_TRUE(pmodel->bEngineOff);
-    EXPECT_EQ(fPitchGndAtLandingSite, 0.0);
+    EXPECT_EQ(pmodel->fPitchGndAtLandingSite, 0.0);
 }
 
 TEST_F(SimContact, RestoringTorqueOnlyWhereTheGroundIsAtLeastAsSteepAsTheLandingSite) {
@@ -174,12 +186,12 @@ TEST_F(SimContact, RestoringTorqueOnlyWhereTheGroundIsAtLeastAsSteepAsTheLanding
     const double zGnd = -(5.0 - 1.0) * std::tan(fRdn20);
     const A1Val<double> arFSlope = arFState(5.0, zGnd - 0.01, -fRdn20 + 0.1, 0, 0, 0.5, 100);
     arFDerivAt(pmodel, 1.0, arFState(5.0, zGnd - 0.01, -fRdn20, 0, 0, 0, 100));
-    ASSERT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);
+    ASSERT_NEAR(pmodel->fPitchGndAtLandingSite, -fRdn20, 1e-12);
     EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFState(-5.0, -0.01, 0.1, 0, 0, 0.5, 100))[6] * fI,
                 -100.0 * 0.5, 1e-9);
-    EXPECT_NEAR(fPitchGndAtLandingSite, -fRdn20, 1e-12);  // kept after the first contact
+    EXPECT_NEAR(pmodel->fPitchGndAtLandingSite, -fRdn20, 1e-12);  // kept after the first contact
     EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFSlope)[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
-    fPitchGndAtLandingSite = 0.0;
+    pmodel->fPitchGndAtLandingSite = 0.0;
     EXPECT_NEAR(arFDerivAt(pmodel, 1.0, arFSlope)[6] * fI, -400.0 * 0.1 - 100.0 * 0.5, 1e-9);
 }
 
@@ -188,7 +200,7 @@ TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
     // 0.998 + 0.1^2 / (2 * 3.7) = 0.99935 m, never above 1 m. The stepper's
     // first stage probes z + h/2 * vz = 1.0005 m, and that arms the contact.
     Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicleNoDrag, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    ArFFnFArFModel model(&planet, &vehicleNoDrag, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     A1Val<double> arFSt = arFState(0, 0.998, 0, 0, 0.1, 0, 100);
     A1Val<double> arFD = arFDerivAt(&model, 0.0, arFSt);
     EXPECT_FALSE(model.bClearedGnd);
@@ -204,7 +216,7 @@ TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
     // Hovering 5 m up: thrust equal to the weight. After the first step the
     // rates are far below 0.001, so the run ends there, in mid-air.
     Schedule sch{{0.0, 370.0, 0.0}, {30.0, 370.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
     simRun(&run, &model, 0.0, arFState(0, 5.0, 0, 0, 0, 0, 100), 30.0);
     ASSERT_EQ(run.n(), 2);
@@ -215,7 +227,7 @@ TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
 
 TEST_F(Sim, DriverStopsPrintTheirMessages) {
     Schedule sch{{0.0, 600.0, 0.0}, {30.0, 600.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     StoredFlight run;
     const A1Val<double> arFSt0 = arFState(0, 0, 0, 0, 0, 0, 100);
     // A span that is not positive, and too many steps: printed to standard
@@ -314,15 +326,15 @@ TEST_F(Sim, StoredRunBeforeAtBetweenAndAfterTheRecords) {
     auto stored = [](Long i) { return *static_cast<Stvehicle3dof*>(arPStvehicle[i]); };
     Stvehicle3dof st;
     for (auto [fTi, i] : {std::pair{-5.0, 1}, {0.0, 1}, {3.5, 3}}) {
-        stvehicle3dofAtFTi(&st, fTi);
+        stvehicle3dofAtFTi(&st, fTi, run, scenario.vehicle);
         EXPECT_EQ(std::memcmp(&st, arPStvehicle[i], sizeof st), 0) << fTi;
     }
     // At the last time exactly: weight 1 on the last record; between records
     // every field linear. The inertia is recomputed from the mass.
-    stvehicle3dofAtFTi(&st, 3.0);
+    stvehicle3dofAtFTi(&st, 3.0, run, scenario.vehicle);
     for (int k = 0; k < 12; k++) EXPECT_TRUE(k == 7 || afFields(st)[k] == afFields(stored(3))[k]) << k;
     EXPECT_DOUBLE_EQ(st.fIPitch, vehicle.fIPitchAtFMs(99.0));
-    stvehicle3dofAtFTi(&st, 2.5);  // three quarters from record 2 to record 3
+    stvehicle3dofAtFTi(&st, 2.5, run, scenario.vehicle);  // three quarters from record 2 to record 3
     for (int k = 0; k < 12; k++) {
         if (k == 7) continue;
         EXPECT_DOUBLE_EQ(afFields(st)[k],
@@ -331,7 +343,7 @@ TEST_F(Sim, StoredRunBeforeAtBetweenAndAfterTheRecords) {
     }
     EXPECT_DOUBLE_EQ(st.fIPitch, vehicle.fIPitchAtFMs(98.75));
     storeRun(1.0);
-    EXPECT_DEATH(stvehicle3dofAtFTi(&st, 1.0), "Assertion failed: fH != 0.0");
+    EXPECT_DEATH(stvehicle3dofAtFTi(&st, 1.0, run, scenario.vehicle), "Assertion failed: fH != 0.0");
     deleteStoredRun(&arFTiData, &arPStvehicle);
 }
 

@@ -11,6 +11,14 @@
 
 #include "sim/params.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
+}  // namespace
+
+
 namespace {
 
 const double fNaN = std::numeric_limits<double>::quiet_NaN();
@@ -32,7 +40,7 @@ private:
 
 class Ground : public ::testing::Test {
 protected:
-    void SetUp() override { initParams(); }
+    void SetUp() override { initParams(&scenario); }
 };
 
 // Closed-form height of the program's terrain at x.

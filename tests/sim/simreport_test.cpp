@@ -5,8 +5,19 @@
 #include "sim/flight.h"
 #include "sim/ground.h"
 
+#include "support/scenario.h"
+
+namespace {
+Scenario& scenario = scenarioTest();
+Planet& planet = scenario.planet;
+Vehicle& vehicle = scenario.vehicle;
+Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
+double& fZf0 = scenario.fZf0;
+}  // namespace
+
+
 TEST(SimReport, StopTouchdownAndPropellant) {
-    initParams();
+    initParams(&scenario);
     const struct { const char* szName; double fZf0, fFcThrust; SimStop stop; bool bTouchdown, bRanDry; }
         acase[] = {
             // Dropped from 10 m with the engine off: lands and comes to rest.
@@ -24,7 +35,7 @@ TEST(SimReport, StopTouchdownAndPropellant) {
         arFTi[1] = 0.0, arFTi[2] = 30.0;
         arFFc[1] = arFFc[2] = c.fFcThrust;
         arFMm[1] = arFMm[2] = 0.0;
-        ArFFnFArFModel model(&planet, &vehicle, 0.05, arFTi, arFFc, arFMm);
+        ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFFc, arFMm);
         A1Val<double> arFTiRun(0);
         A1Val<void*> arPStRun(0);
         SimReport rep;
