@@ -73,8 +73,12 @@ void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchA
 }
 
 double Vehicle::fIPitchAtFMs(double fMs) const {
-    const double fA = (fMs - fMsEmpty) / (fMsGTO - fMsEmpty);
-    return (1.0 - fA) * fIPitchEmpty + fA * fIPitchGTO;
+    // The straight line through (fMsGTO, fIPitchGTO) and (fMsEmpty,
+    // fIPitchEmpty), from the full vehicle: I(m) = I_GTO + (m - m_GTO) *
+    // (I_empty - I_GTO) / (m_empty - m_GTO). The flight and the plan take the
+    // inertia from here, so a planned moment and a flown one use the same
+    // bits.
+    return fIPitchGTO + (fMs - fMsGTO) * (fIPitchEmpty - fIPitchGTO) / (fMsEmpty - fMsGTO);
 }
 
 // ---- records ----------------------------------------------------------------------
