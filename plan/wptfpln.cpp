@@ -156,6 +156,87 @@ A<unsigned char*>* paPVdfCpFmSolution(Long n, Mdc<double>& mdcfRhs, Long iRowFir
     return pa;
 }
 
+// The two blocks of the fit's system: x(t) of degree pX over control points
+// 0..nX in rows and columns 1..nX+1, z(t) of degree pZ over 0..nZ from row
+// and column iZBase on. (mdcfCoeff is zero outside the rows put below.)
+struct FitBlocks {
+    Long nX, pX;
+    Vd<double>* pvdfUKnotX;
+    Long nZ, pZ;
+    Vd<double>* pvdfUKnotZ;
+    Long iZBase;
+};
+
+// Interpolation: a spline sum_j N_j,p(t) P_j passes through the waypoint
+// (t_i, x_i) when sum_j N_j,p(t_i) P_j = x_i; only the p + 1 basis
+// functions of t_i's span are non-zero, so each row holds those. Per block
+// the rows run: first waypoint, the start conditions, interior waypoints,
+// the end conditions in descending order, last waypoint: row 1 (iZBase),
+// then i + 4 (iZBase + i + 1), and nX + 1 (iZBase + nZ) last.
+void putInterpolationRows(Mdc<double>* pmdcfCoeff, Mdc<double>* pmdcfRhs, FitBlocks const& b,
+                          Long nPtParam, Vd<double> const& vdfTParam,
+                          A<unsigned char*>* paPVdfXParam) {
+    Mdc<double>& mdcfCoeff = *pmdcfCoeff;
+    Mdc<double>& mdcfRhs = *pmdcfRhs;
+    const Long nX = b.nX, pX = b.pX, nZ = b.nZ, pZ = b.pZ, iZBase = b.iZBase;
+    Vd<double>* pvdfUKnotX = b.pvdfUKnotX;
+    Vd<double>* pvdfUKnotZ = b.pvdfUKnotZ;
+    Vd<double> vdfNX(0, pX);
+    Vd<double> vdfNZ(0, pZ);
+    for (Long i = 0; i < nPtParam; i++) {
+        const double t = vdfTParam[i];
+        const Vd<double>& vdfX = *pvdfAt(paPVdfXParam, i);
+
+        const Long iSpanX = iSpanInKnotvc(nX, pX, t, pvdfUKnotX);
+        vdfNBSpline(iSpanX, t, pX, pvdfUKnotX, &vdfNX);
+        const Long iRowX = i == 0 ? 1 : (i == nPtParam - 1 ? nX + 1 : i + 4);
+        putRow(mdcfCoeff, iRowX, iSpanX - pX + 1, pX, vdfNX.pdata);
+        mdcfRhs.at(iRowX, 1) = vdfX[1];
+
+        const Long iSpanZ = iSpanInKnotvc(nZ, pZ, t, pvdfUKnotZ);
+        vdfNBSpline(iSpanZ, t, pZ, pvdfUKnotZ, &vdfNZ);
+        const Long iRowZ = i == 0 ? iZBase : (i == nPtParam - 1 ? iZBase + nZ : iZBase + i + 1);
+        putRow(mdcfCoeff, iRowZ, iZBase + iSpanZ - pZ, pZ, vdfNZ.pdata);
+        mdcfRhs.at(iRowZ, 1) = vdfX[3];
+    }
+}
+
+// End conditions, right-hand side 0: at rest at both ends, so the first
+// three derivatives of x vanish there (the k-th derivative row
+// sum_j N^(k)_j,p(t) P_j = 0, k = 1..3) and so does the first of z. Start
+// rows follow the first waypoint's row, end rows precede the last one's,
+// highest order outermost.
+void putEndConditionRows(Mdc<double>* pmdcfCoeff, FitBlocks const& b, double fTi, double fTf) {
+    Mdc<double>& mdcfCoeff = *pmdcfCoeff;
+    const Long nX = b.nX, pX = b.pX, nZ = b.nZ, pZ = b.pZ, iZBase = b.iZBase;
+    Vd<double>* pvdfUKnotX = b.pvdfUKnotX;
+    Vd<double>* pvdfUKnotZ = b.pvdfUKnotZ;
+    Mdc<double> mdcfDerivsX(0, 3, 0, pX);
+    Mdc<double> mdcfDerivsZ(0, 1, 0, pZ);
+    {
+        const Long iSpanX = iSpanInKnotvc(nX, pX, fTi, pvdfUKnotX);
+        mdcfDerivsBSpline(iSpanX, fTi, pX, 3, pvdfUKnotX, &mdcfDerivsX);
+        for (Long k = 1; k <= 3; k++)
+            putDerivRow(mdcfCoeff, 1 + k, iSpanX - pX + 1, pX, mdcfDerivsX, k);
+    }
+    {
+        const Long iSpanX = iSpanInKnotvc(nX, pX, fTf, pvdfUKnotX);
+        mdcfDerivsBSpline(iSpanX, fTf, pX, 3, pvdfUKnotX, &mdcfDerivsX);
+        for (Long k = 1; k <= 3; k++)
+            putDerivRow(mdcfCoeff, nX + 1 - k, iSpanX - pX + 1, pX, mdcfDerivsX, k);
+    }
+    {
+        const Long iSpanZ = iSpanInKnotvc(nZ, pZ, fTi, pvdfUKnotZ);
+        mdcfDerivsBSpline(iSpanZ, fTi, pZ, 1, pvdfUKnotZ, &mdcfDerivsZ);
+        putDerivRow(mdcfCoeff, iZBase + 1, iZBase + iSpanZ - pZ, pZ, mdcfDerivsZ, 1);
+    }
+    {
+        const Long iSpanZ = iSpanInKnotvc(nZ, pZ, fTf, pvdfUKnotZ);
+        mdcfDerivsBSpline(iSpanZ, fTf, pZ, 1, pvdfUKnotZ, &mdcfDerivsZ);
+        putDerivRow(mdcfCoeff, iZBase + nZ - 1, iZBase + iSpanZ - pZ, pZ, mdcfDerivsZ, 1);
+    }
+}
+
 }  // namespace
 
 void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** ppvdfTParam,
@@ -206,58 +287,14 @@ void paramsToBSpline(Vd<double>* pvdfParam, unsigned char* pbOk, Vd<double>** pp
         return;
     }
 
-    // 4. Interpolation rows. Horizontal block rows and columns 1..nX+1,
-    // vertical block iZBase..iZBase+nZ.
+    // 4-5. The system: interpolation rows, then end conditions.
     const Long nEqn = (nX + 1) + (nZ + 1);
     const Long iZBase = nX + 2;
+    const FitBlocks blocks{nX, pX, pvdfUKnotX.get(), nZ, pZ, pvdfUKnotZ.get(), iZBase};
     Mdc<double> mdcfCoeff(1, nEqn, 1, nEqn);
     Mdc<double> mdcfRhs(1, nEqn, 1, 1);
-    Vd<double> vdfNX(0, pX);
-    Vd<double> vdfNZ(0, pZ);
-    for (Long i = 0; i < nPtParam; i++) {
-        const double t = (*pvdfTParam)[i];
-        const Vd<double>& vdfX = *pvdfAt(paPVdfXParam.get(), i);
-
-        const Long iSpanX = iSpanInKnotvc(nX, pX, t, pvdfUKnotX.get());
-        vdfNBSpline(iSpanX, t, pX, pvdfUKnotX.get(), &vdfNX);
-        const Long iRowX = i == 0 ? 1 : (i == nPtParam - 1 ? nX + 1 : i + 4);
-        putRow(mdcfCoeff, iRowX, iSpanX - pX + 1, pX, vdfNX.pdata);
-        mdcfRhs.at(iRowX, 1) = vdfX[1];
-
-        const Long iSpanZ = iSpanInKnotvc(nZ, pZ, t, pvdfUKnotZ.get());
-        vdfNBSpline(iSpanZ, t, pZ, pvdfUKnotZ.get(), &vdfNZ);
-        const Long iRowZ = i == 0 ? iZBase : (i == nPtParam - 1 ? iZBase + nZ : iZBase + i + 1);
-        putRow(mdcfCoeff, iRowZ, iZBase + iSpanZ - pZ, pZ, vdfNZ.pdata);
-        mdcfRhs.at(iRowZ, 1) = vdfX[3];
-    }
-
-    // 5. End conditions (right-hand side 0): x', x'', x''' and z' vanish at
-    // both ends. Per block the rows run: first waypoint, start conditions,
-    // interior waypoints, end conditions in descending order, last waypoint.
-    Mdc<double> mdcfDerivsX(0, 3, 0, pX);
-    Mdc<double> mdcfDerivsZ(0, 1, 0, pZ);
-    {
-        const Long iSpanX = iSpanInKnotvc(nX, pX, fTi, pvdfUKnotX.get());
-        mdcfDerivsBSpline(iSpanX, fTi, pX, 3, pvdfUKnotX.get(), &mdcfDerivsX);
-        for (Long k = 1; k <= 3; k++)
-            putDerivRow(mdcfCoeff, 1 + k, iSpanX - pX + 1, pX, mdcfDerivsX, k);
-    }
-    {
-        const Long iSpanX = iSpanInKnotvc(nX, pX, fTf, pvdfUKnotX.get());
-        mdcfDerivsBSpline(iSpanX, fTf, pX, 3, pvdfUKnotX.get(), &mdcfDerivsX);
-        for (Long k = 1; k <= 3; k++)
-            putDerivRow(mdcfCoeff, nX + 1 - k, iSpanX - pX + 1, pX, mdcfDerivsX, k);
-    }
-    {
-        const Long iSpanZ = iSpanInKnotvc(nZ, pZ, fTi, pvdfUKnotZ.get());
-        mdcfDerivsBSpline(iSpanZ, fTi, pZ, 1, pvdfUKnotZ.get(), &mdcfDerivsZ);
-        putDerivRow(mdcfCoeff, iZBase + 1, iZBase + iSpanZ - pZ, pZ, mdcfDerivsZ, 1);
-    }
-    {
-        const Long iSpanZ = iSpanInKnotvc(nZ, pZ, fTf, pvdfUKnotZ.get());
-        mdcfDerivsBSpline(iSpanZ, fTf, pZ, 1, pvdfUKnotZ.get(), &mdcfDerivsZ);
-        putDerivRow(mdcfCoeff, iZBase + nZ - 1, iZBase + iSpanZ - pZ, pZ, mdcfDerivsZ, 1);
-    }
+    putInterpolationRows(&mdcfCoeff, &mdcfRhs, blocks, nPtParam, *pvdfTParam, paPVdfXParam.get());
+    putEndConditionRows(&mdcfCoeff, blocks, fTi, fTf);
 
     // 6. Solve: LU with partial pivoting, then one right-hand side.
     Vd<lapack_int> vdiPiv(1, nEqn);
