@@ -9,14 +9,15 @@
 // The formatting variants take their format from the caller by design, so
 // non-literal formats are expected throughout this file.
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
+// A log line longer than its 1024-byte buffer is cut there, by design.
+#pragma GCC diagnostic ignored "-Wformat-truncation"
 
 namespace {
 
+// The run log of the process, like its standard streams one per process:
+// the open file, the date of its last date line, and the times its elapsed
+// time lines count from.
 std::FILE* pfileLog = nullptr;
-char szLogBuf[1024];
-char szLogBuf1[1024];
-char szErrLogBuf[1024];
-char szErrLogBuf1[1024];
 Long iYr = 0, iMn = 0, iDay = 0;
 bool bStopQuiet = false;  // only honoured by the throwing builds
 
@@ -56,6 +57,7 @@ void logLineSzAt(const char* sz) {
     logDateIfChanged(&tmLocal);
     // The date rule may have taken a new time for its own line; this line uses
     // the time read before it, as a single moment of writing.
+    char szLogBuf[1024];
     std::snprintf(szLogBuf, sizeof szLogBuf, "%02i:%02i:%02i %s\n", tmLocal.tm_hour,
                   tmLocal.tm_min, tmLocal.tm_sec, sz);
     writeLog(szLogBuf);
@@ -122,12 +124,11 @@ void logDateIfChanged(std::tm* ptm) {
     iDay = ptm->tm_mday;
     if (ptm->tm_mon < 0 || ptm->tm_mon > 11 || ptm->tm_wday < 0 || ptm->tm_wday > 6)
         cantHappen("logDateIfChanged1");
-    std::snprintf(szLogBuf1, sizeof szLogBuf1, "DATE -- %04i/%3s/%02i (%s)\n", iYr,
-                  aszMonth[ptm->tm_mon], iDay, aszWeekday[ptm->tm_wday]);
     // Nested on purpose: the date line is itself a time-stamped line, whose
     // own date rule returns at once because the date is now stored.
     char szDate[1024];
-    std::memcpy(szDate, szLogBuf1, sizeof szDate);
+    std::snprintf(szDate, sizeof szDate, "DATE -- %04i/%3s/%02i (%s)\n", iYr,
+                  aszMonth[ptm->tm_mon], iDay, aszWeekday[ptm->tm_wday]);
     logLineSzAt(szDate);
 }
 
@@ -137,13 +138,13 @@ void logLineSz(const char* sz) { logLineSzAt(sz); }
 
 #define VT_LOG_FMT_PAIR(suffix, params, args)        \
     void logSzFmt##suffix params {                   \
-        std::snprintf(szLogBuf1, sizeof szLogBuf1, szFmt, args); \
-        writeLog(szLogBuf1);                         \
+        char szLine[1024];                           \
+        std::snprintf(szLine, sizeof szLine, szFmt, args); \
+        writeLog(szLine);                            \
     }                                                \
     void logLineSzFmt##suffix params {               \
-        std::snprintf(szLogBuf1, sizeof szLogBuf1, szFmt, args); \
         char szLine[1024];                           \
-        std::memcpy(szLine, szLogBuf1, sizeof szLine); \
+        std::snprintf(szLine, sizeof szLine, szFmt, args); \
         logLineSzAt(szLine);                         \
     }
 
@@ -165,6 +166,7 @@ VT_LOG_FMT_PAIR(PP, (const char* szFmt, const unsigned char* p1, const unsigned 
 #undef VT_ARGS
 
 void fatalError(const char* sz) {
+    char szErrLogBuf[1024];
     std::snprintf(szErrLogBuf, sizeof szErrLogBuf, "FATAL ERROR --\n    %s\n", sz);
     writeLog("\n");
     logLineSzAt(szRule69);
@@ -190,35 +192,43 @@ void fatalError(const char* sz) {
 void fatalErrorSzMsg(const char* sz) { fatalError(sz); }
 
 void fatalErrorSzFmtI(const char* szFmt, Long i) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, i);
     fatalError(szErrLogBuf1);
 }
 void fatalErrorSzFmtII(const char* szFmt, Long i1, Long i2) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, i1, i2);
     fatalError(szErrLogBuf1);
 }
 void fatalErrorSzFmtIII(const char* szFmt, Long i1, Long i2, Long i3) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, i1, i2, i3);
     fatalError(szErrLogBuf1);
 }
 void fatalErrorSzFmtSzI(const char* szFmt, const char* sz, Long i) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, sz, i);
     fatalError(szErrLogBuf1);
 }
 void fatalErrorSzFmtSzII(const char* szFmt, const char* sz, Long i1, Long i2) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, sz, i1, i2);
     fatalError(szErrLogBuf1);
 }
 void fatalErrorSzFmtSzIII(const char* szFmt, const char* sz, Long i1, Long i2, Long i3) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, sz, i1, i2, i3);
     fatalError(szErrLogBuf1);
 }
 void fatalErrorSzFmtF64(const char* szFmt, double f) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1, szFmt, f);
     fatalError(szErrLogBuf1);
 }
 
 void cantHappen(const char* sz) {
+    char szErrLogBuf1[1024];
     std::snprintf(szErrLogBuf1, sizeof szErrLogBuf1,
                   "CAN'T HAPPEN -- Program bug -- will try and continue, but disaster may "
                   "ensue!\n    %s",
@@ -249,10 +259,9 @@ void logTimeStepSz(const char* sz) {
                    (timebCur.iMs - timebPrev.iMs) * 0.001;
     double fTotal = static_cast<double>(timebCur.lSec - timebInit.lSec) +
                     (timebCur.iMs - timebInit.iMs) * 0.001;
-    std::snprintf(szLogBuf1, sizeof szLogBuf1, "%-28s took %8.3f sec; time from start %8.3f sec",
-                  sz, fStep, fTotal);
     char szLine[1024];
-    std::memcpy(szLine, szLogBuf1, sizeof szLine);
+    std::snprintf(szLine, sizeof szLine, "%-28s took %8.3f sec; time from start %8.3f sec", sz,
+                  fStep, fTotal);
     logLineSzAt(szLine);
     timebPrev = timebCur;
 }

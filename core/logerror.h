@@ -14,6 +14,7 @@
 #pragma once
 
 #include <cstdio>
+#include <string>
 #include <ctime>
 
 #include "core/types.h"
@@ -91,8 +92,8 @@ void logTimeStepSz(const char* sz);
 // impossible state -- throw ProgramStop instead of ending the process, so a
 // harness can tell them apart from real crashes. Normal builds never throw.
 struct ProgramStop {
-    int iStatus;      // 1 for a fatal error, 134 for an assertion
-    const char* szWhat;
+    int iStatus;         // 1 for a fatal error, 134 for an assertion
+    std::string szWhat;  // the report's text
 };
 
 // In those builds a host that reports the stop itself (the Python module

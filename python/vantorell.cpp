@@ -59,7 +59,7 @@ struct VtError : std::runtime_error {
 // The message of a stop: the text a fatal error reports (without the frame
 // "FATAL ERROR --" of the log record), or the failed assertion.
 std::string szStopMessage(ProgramStop const& stop) {
-    std::string sz = stop.szWhat != nullptr ? stop.szWhat : "";
+    std::string sz = stop.szWhat;
     if (stop.iStatus != 1) return "assertion failed: " + sz;
     const std::string szFrame = "FATAL ERROR --\n    ";
     if (sz.rfind(szFrame, 0) == 0) sz.erase(0, szFrame.size());
