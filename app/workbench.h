@@ -14,7 +14,7 @@ constexpr double fSDisplayReplay = 0.025;
 
 struct Workbench {
     // The scenario: planet, vehicle, initial state and ground (initParams).
-    Scenario scenario;
+    BuiltInScenario scenario;
     // The plan of the last `p` (or none).
     PlanState plan;
     // The stored run of the last `s` or `g` (empty until the first).
@@ -41,7 +41,7 @@ struct Workbench {
     bool bFlightGuided = false;
 
     // The built-in scenario, no plan, no run.
-    Workbench() { initParams(&scenario); }
+    Workbench() = default;
     Workbench(Workbench const&) = delete;
     Workbench& operator=(Workbench const&) = delete;
 };

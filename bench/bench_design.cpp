@@ -7,28 +7,15 @@
 #include "design/design.h"
 #include "sim/params.h"
 
-#include "sim/params.h"
-
 namespace {
-// The built-in scenario, made at the first use.
-Scenario& scenarioTest() {
-    struct Built {
-        Scenario sc;
-        Built() { initParams(&sc); }
-    };
-    static Built built;
-    return built.sc;
-}
-Scenario& scenario = scenarioTest();
+BuiltInScenario scenario;
 }  // namespace
-
 
 namespace {
 
 // Targets in decimetres (benchmark arguments are integers): behind the pad,
 // the valley floor, the far plain.
 void BM_DesignHop(benchmark::State& state) {
-    initParams(&scenario);
     HopSpec hopspec;
     hopspec.fXTarget = static_cast<double>(state.range(0)) / 10.0;
     DesignResult r;

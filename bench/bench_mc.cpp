@@ -27,21 +27,11 @@
 #include "sim/params.h"
 
 namespace {
-// The built-in scenario, made at the first use.
-Scenario& scenarioTest() {
-    struct Built {
-        Scenario sc;
-        Built() { initParams(&sc); }
-    };
-    static Built built;
-    return built.sc;
-}
-Scenario& scenario = scenarioTest();
+BuiltInScenario scenario;
 Planet& planet = scenario.planet;
 Vehicle& vehicle = scenario.vehicle;
 Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
 }  // namespace
-
 
 namespace {
 

@@ -9,21 +9,9 @@
 #include "plan/wptfpln.h"
 #include "sim/params.h"
 
-#include "sim/params.h"
-
 namespace {
-// The built-in scenario, made at the first use.
-Scenario& scenarioTest() {
-    struct Built {
-        Scenario sc;
-        Built() { initParams(&sc); }
-    };
-    static Built built;
-    return built.sc;
-}
-Scenario& scenario = scenarioTest();
+BuiltInScenario scenario;
 }  // namespace
-
 
 namespace {
 
@@ -55,7 +43,6 @@ struct FitOut {
 };
 
 void BM_FitBundledHop(benchmark::State& state) {
-    initParams(&scenario);
     Vd<double>* pvdfParam = pvdfParamTraj1FromFile(szHop.c_str());
     for (auto _ : state) {
         FitOut fit(pvdfParam);
@@ -67,7 +54,6 @@ void BM_FitBundledHop(benchmark::State& state) {
 BENCHMARK(BM_FitBundledHop)->Unit(benchmark::kMicrosecond);
 
 void BM_AnalyzeBundledHop(benchmark::State& state) {
-    initParams(&scenario);
     Vd<double>* pvdfParam = pvdfParamTraj1FromFile(szHop.c_str());
     FitOut fit(pvdfParam);
     const Long nSample = 5 * (fit.nX + fit.nZ);
@@ -96,7 +82,6 @@ BENCHMARK(BM_AnalyzeBundledHop)->Unit(benchmark::kMicrosecond);
 
 // Steps 1-5 of `p`: release, read, fit, sample times, analysis.
 void BM_PlanChainBundledHop(benchmark::State& state) {
-    initParams(&scenario);
     PlanState ps;
     for (auto _ : state) benchmark::DoNotOptimize(ps.bPlanTraj1FromFile(scenario, szHop.c_str()));
 }

@@ -16,24 +16,12 @@
 #include "guide/guidance.h"
 #include "sim/params.h"
 
-#include "sim/params.h"
-
 namespace {
-// The built-in scenario, made at the first use.
-Scenario& scenarioTest() {
-    struct Built {
-        Scenario sc;
-        Built() { initParams(&sc); }
-    };
-    static Built built;
-    return built.sc;
-}
-Scenario& scenario = scenarioTest();
+BuiltInScenario scenario;
 Planet& planet = scenario.planet;
 Vehicle& vehicle = scenario.vehicle;
 Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
 }  // namespace
-
 
 namespace {
 
@@ -102,7 +90,6 @@ A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz
 // One evaluation in flight, with the ground armed (so the contact query
 // runs over all six polygons and finds nothing), as for most of a hop.
 void BM_ModelDerivativeInFlight(benchmark::State& state) {
-    initParams(&scenario);
     PlanPitchStep plan;
     ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.bClearedGnd = true;
@@ -119,7 +106,6 @@ BENCHMARK(BM_ModelDerivativeInFlight);
 
 // One evaluation resting on the 20 degree slope (contact forces computed).
 void BM_ModelDerivativeOnSlope(benchmark::State& state) {
-    initParams(&scenario);
     PlanPitchStep plan;
     ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.bClearedGnd = true;
@@ -135,7 +121,6 @@ BENCHMARK(BM_ModelDerivativeOnSlope);
 // One rk5StepQC step of the model in flight, the state advanced in place as
 // the driver does (the state is reset every 20 steps to stay in the air).
 void BM_ModelRk5StepQC(benchmark::State& state) {
-    initParams(&scenario);
     PlanPitchStep plan;
     ArFFnFArFModelCounting model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, plan.arFTi, plan.arFFc, plan.arFMm);
     model.bClearedGnd = true;
@@ -195,14 +180,12 @@ void flyPlanRepeatedly(benchmark::State& state, Plan& plan, CmdSource* pcmdsourc
 }
 
 void BM_FlightPitchStep(benchmark::State& state) {
-    initParams(&scenario);
     PlanPitchStep plan;
     flyPlanRepeatedly(state, plan);
 }
 BENCHMARK(BM_FlightPitchStep)->Unit(benchmark::kMillisecond);
 
 void BM_FlightBundledHop(benchmark::State& state) {
-    initParams(&scenario);
     const std::string szPlan = szPlanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
@@ -216,7 +199,6 @@ BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
 // The same plan flown guided (50 Hz). The reference is built once, as a
 // campaign builds it once for all its runs (BM_GuidanceReference).
 void BM_FlightBundledHopGuided(benchmark::State& state) {
-    initParams(&scenario);
     const std::string szPlan = szPlanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
@@ -232,7 +214,6 @@ void BM_FlightBundledHopGuided(benchmark::State& state) {
 BENCHMARK(BM_FlightBundledHopGuided)->Unit(benchmark::kMillisecond);
 
 void BM_GuidanceReference(benchmark::State& state) {
-    initParams(&scenario);
     const std::string szPlan = szPlanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");

@@ -9,25 +9,12 @@
 #include "sim/flight.h"
 #include "sim/params.h"
 
-#include "sim/params.h"
-
 namespace {
-// The built-in scenario, made at the first use.
-Scenario& scenarioTest() {
-    struct Built {
-        Scenario sc;
-        Built() { initParams(&sc); }
-    };
-    static Built built;
-    return built.sc;
-}
-Scenario& scenario = scenarioTest();
+BuiltInScenario scenario;
 }  // namespace
-
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
     enterFuzzDir();
-    initParams(&scenario);
     return 0;
 }
 

@@ -146,13 +146,9 @@ std::shared_ptr<McSchedule> pschedFmText(std::string const& szText, const char* 
 
 // The built-in scenario, made at the module's first use and only read from
 // then on, so any number of threads may plan and fly in it at once.
-struct BuiltInScenario {
-    Scenario sc;
-    BuiltInScenario() { initParams(&sc); }
-};
 Scenario& scenario() {
     static BuiltInScenario builtin;
-    return builtin.sc;
+    return builtin;
 }
 
 // ---- Plan ----------------------------------------------------------------------

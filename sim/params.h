@@ -189,3 +189,8 @@ private:
 // reuses the polygons of the first call (so pointers already handed out stay
 // valid).
 void initParams(Scenario* psc);
+
+// A scenario with the built-in values.
+struct BuiltInScenario : Scenario {
+    BuiltInScenario() { initParams(this); }
+};

@@ -5,10 +5,6 @@
 #include "sim/params.h"
 
 inline Scenario& scenarioTest() {
-    struct Built {
-        Scenario sc;
-        Built() { initParams(&sc); }
-    };
-    static Built built;
-    return built.sc;
+    static BuiltInScenario scenario;
+    return scenario;
 }
