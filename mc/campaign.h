@@ -13,8 +13,7 @@
 // point is the last record of "results.txt".
 //
 // The schedule is read once (McSchedule) and copied into each run's arrays;
-// the program-wide parameters (initParams) must be set before a campaign and
-// are only read.
+// the scenario (sim/params.h) is only read, so one serves every thread.
 //
 // Run numbers are 1..nRun; a result array is indexed like the list of run
 // numbers it was flown for. Results are plain fixed-size records, so they can
@@ -109,8 +108,8 @@ struct McRunResult {
 static_assert(sizeof(McRunResult) == 6 * sizeof(Long) + (nMcParam + 8) * sizeof(double),
               "McRunResult must have no padding");
 
-// Flies one run: the schedule and program-wide vehicle, planet and initial
-// state with the deviations applied (a deviation of exactly 0 leaves its
+// Flies one run: the schedule and the scenario's vehicle, planet, ground and
+// initial state with the deviations applied (a deviation of exactly 0 leaves its
 // value untouched, bit for bit). A drawn vehicle with a mass, exhaust speed
 // or drag area that is not physical (mass <= 0, exhaust speed <= 0, a
 // negative drag area) is not flown: iStop = mcStopUnphysical and the rest

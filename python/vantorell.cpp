@@ -8,11 +8,10 @@
 // reported on standard error (the exception says it all) and no run log is
 // written unless set_log() opens one.
 //
-// Program-wide state: the parameters (planet, vehicle, initial state,
-// ground) are set once at import and only read afterwards. Planning uses the
-// program-wide plan, so plan() runs under the interpreter lock and copies
-// everything a Plan needs before it returns; a Plan owns its numbers and its
-// schedule. Flights only read the parameters and a schedule, each with a
+// State: the built-in scenario (planet, vehicle, initial state, ground) is
+// made once at import and only read afterwards. Each plan() works on a plan
+// state of its own and copies everything a Plan needs before it returns; a
+// Plan owns its numbers and its schedule. Flights only read the parameters and a schedule, each with a
 // model, work arrays and records of its own (as the dispersion runs do), so
 // fly() and dispersion() release the lock while the vehicle flies.
 #include <pybind11/numpy.h>

@@ -15,7 +15,7 @@
 // (1, 2 or 5 times a power of ten), so their labels stay short; the run is a
 // light band under the plan's dashes, which show where the two agree.
 //
-// The panel reads the program-wide plan and run only when told that they
+// The panel reads the workbench's plan and run only when told that they
 // changed (planChanged, runChanged, or commandRun with the letter); between
 // times it draws the copy it took (app/plotdata.h).
 //

@@ -13,7 +13,7 @@
 
 #include "app/workbench.h"
 
-// The panel's line of text for the current program-wide state.
+// The panel's line of text for the workbench's current state.
 std::string szDAndCText(Workbench const& wb);
 
 class WndDAndC : public QWidget {

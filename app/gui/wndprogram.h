@@ -20,7 +20,7 @@
 //
 // The pane is the whole client area in device pixels, with its left and top
 // at 0. The camera (xfmCFmW), the projection (xfmPFmC) and the view history
-// are the program-wide ones of display/viewstack.h: there is one pane.
+// are the workbench's (display/viewstack.h): one pane to a workbench.
 #pragma once
 
 #include <QOpenGLWidget>

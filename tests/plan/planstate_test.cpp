@@ -1,4 +1,4 @@
-// The planning chain of `p` on the program-wide plan, the reports of `l`
+// The planning chain of `p` on a plan state, the reports of `l`
 // and `f`, and hop design: the hop file's checks, and designs judged by the
 // planning chain run on the written waypoint file.
 #include <cstdio>
