@@ -51,3 +51,102 @@ TEST_F(LineReaderTest, CheckedLinesAndTheirFatalErrors) {
     EXPECT_EXIT(readLineWithSzNonWsInPFILE(sz, pf), exit1, "text file line longer than 1023 characters");
     std::fclose(pf);
 }
+
+// The number splits, against values worked out by hand from the contracts.
+TEST(FormatNumbers, SignMantissaExponentAndSIPrefix) {
+    const struct { double f; Long iSign; double fMant; Long iExp; } aSplit[] = {
+        {1000.0, 1, 0.1, 4}, {-0.05, -1, 0.5, -1}, {0.0, 0, 0.0, 0}, {-123.25, -1, 0.12325, 3}};
+    for (const auto& c : aSplit) {
+        Long iSign = 9, iExp = 9;
+        double fMant = 9.0;
+        iSignFMantIExpF(&iSign, &fMant, &iExp, c.f);
+        EXPECT_EQ(iSign, c.iSign) << c.f;
+        EXPECT_DOUBLE_EQ(fMant, c.fMant) << c.f;
+        EXPECT_EQ(iExp, c.iExp) << c.f;
+    }
+    const struct { double f; unsigned char bIn; double fSig; Long iExp; char ch; } aSI[] = {
+        {4700.0, 1, 4.7, 3, 'k'},     {1e20, 0, 1e20, 0, ' '},     {0.0, 1, 0.0, -3, 'm'},
+        {-3.3e-4, 1, -330.0, -6, 'u'}, {1e-18, 1, 1.0, -18, 'a'},   {9e-19, 0, 9e-19, 0, ' '},
+        {5e17, 1, 500.0, 15, 'P'},    {1e18, 0, 1e18, 0, ' '},     {12.0, 1, 12.0, 0, ' '}};
+    for (const auto& c : aSI) {
+        Long iSign, iExp = 99;
+        double fSig = -1.0;
+        char ch = '?';
+        EXPECT_EQ(bInRangeISignFSigIExpChSIPrefixF(&iSign, &fSig, &iExp, &ch, c.f), c.bIn) << c.f;
+        EXPECT_DOUBLE_EQ(fSig, c.fSig) << c.f;
+        EXPECT_EQ(iExp, c.iExp) << c.f;
+        EXPECT_EQ(ch, c.ch) << c.f;
+    }
+    const struct { Long iNChSize, iNChPrec; double f; const char* sz; } aFE[] = {
+        {12, 4, 1234.6, "    1.235e+3"}, {10, 3, -0.000123, "  -1.23e-4"},
+        {8, 4, 9.9996, "1.000e+1"},      {3, 3, 6.02e23, "6.02e+23"},
+        {9, 4, 0.0, " 0.000e+0"},        {9, 1, 5e-12, "    5e-12"}};
+    for (const auto& c : aFE) {
+        auto print = [&](std::FILE* pf) { printFE(pf, c.iNChSize, c.iNChPrec, c.f); };
+        EXPECT_EQ(vttest::szPrinted(print), c.sz);
+    }
+}
+
+// Every date and time form at a few hours, including the deliberate oddities
+// (year counted from 1900, 12:30:05 PM read as 0:30:05, midnight as hour 0).
+TEST(FormatDateTime, AllFormsOfAFixedTime) {
+    const struct { int iHr, iMin, iSec; unsigned char bD, bT, bS, b24; const char* sz; } a[] = {
+        {12, 30, 5, 1, 0, 0, 0, "108Mar07"},   {12, 30, 5, 1, 1, 1, 1, "108Mar07  12:30:05"},
+        {12, 30, 5, 0, 1, 1, 0, "0:30:05 PM"}, {12, 30, 5, 0, 1, 0, 0, "12:30 PM"},
+        {0, 5, 9, 1, 1, 1, 0, "108Mar07  0:05:09 AM"}, {0, 5, 9, 0, 1, 0, 0, "0:05 AM"},
+        {13, 5, 9, 0, 1, 1, 0, "1:05:09 PM"},  {13, 5, 9, 0, 1, 0, 0, "1:05 PM"},
+        {9, 5, 9, 0, 1, 0, 1, "09:05"}};
+    for (const auto& c : a) {
+        std::tm tm{};
+        tm.tm_year = 108, tm.tm_mon = 2, tm.tm_mday = 7;
+        tm.tm_hour = c.iHr, tm.tm_min = c.iMin, tm.tm_sec = c.iSec;
+        EXPECT_STREQ(strDateTimeFmTm(tm, c.bD, c.bT, c.bS, c.b24).sz(), c.sz);
+    }
+}
+
+// Heading lines: title left, subtitle centred, page number at the right end,
+// a single blank between neighbours that would collide; the sub-header with
+// its rule; blanks, none for a count below 1.
+TEST(FormatPages, HeadingLinesAndBlanks) {
+    Str strHop("Hop"), strSummary("Summary"), strLong("Trajectory report"), strPhase("Phase 2");
+    const struct { Str* pT; Str* pS; Long iPage, iNChPage, iNChLine; std::string sz; } a[] = {
+        {&strHop, &strSummary, 7, 3, 40,
+         std::string("Hop").append(13, ' ').append("Summary").append(9, ' ').append("Page   7\n")},
+        {nullptr, &strSummary, 1, 1, 23, std::string(8, ' ').append("Summary  Page 1\n")},
+        {&strHop, nullptr, 3, 2, 12, "Hop  Page  3\n"},
+        {&strLong, &strPhase, 12, 2, 30, "Trajectory report Phase 2 Page 12\n"},
+        {&strHop, &strPhase, 4, 1, 17, "Hop  Phase 2 Page 4\n"}};
+    for (const auto& c : a)
+        EXPECT_EQ(vttest::szPrinted([&](std::FILE* pf) {
+                      printHeadLineOnPFILE(c.pT, c.pS, c.iPage, c.iNChPage, c.iNChLine, pf);
+                  }),
+                  c.sz);
+    Str strAb("Ab");
+    EXPECT_EQ(vttest::szPrinted([&](std::FILE* pf) { printSubHeaderLineOnPFILE(&strAb, 7, pf); }),
+              "  Ab\n-------\n");
+    EXPECT_EQ(vttest::szPrinted([&](std::FILE* pf) { printSubHeaderLineOnPFILE(&strHop, 10, pf); }),
+              "   Hop\n----------\n");
+    EXPECT_EQ(vttest::szPrinted([](std::FILE* pf) {
+                  EXPECT_EQ(iNBlPFILE(-2, pf), 0);
+                  EXPECT_EQ(iNBlPFILE(3, pf), 3);
+              }),
+              "   ");
+}
+
+TEST(FormatWhitespace, FindAndStrip) {
+    const struct { const char* sz; Long iFirst, iLast; const char *szTrail, *szBoth; } a[] = {
+        {"  ab c\t\n", 2, 5, "  ab c", "ab c"}, {"x", 0, 0, "x", "x"},
+        {" \t\n", -1, -1, "", ""},              {"", -1, -1, "", ""}};
+    for (const auto& c : a) {
+        EXPECT_EQ(iFirstNonWsSz(c.sz), c.iFirst) << c.sz;
+        EXPECT_EQ(iLastNonWsSz(c.sz), c.iLast) << c.sz;
+        char szDst[16] = "zzzzzzzzzzzzzzz";
+        EXPECT_STREQ(szStripTrailWs(szDst, c.sz), c.szTrail);
+        EXPECT_STREQ(szStripLeadTrailWs(szDst, c.sz), c.szBoth);
+        std::string s(c.sz);  // in place
+        EXPECT_STREQ(szStripLeadTrailWs(s.data(), s.c_str()), c.szBoth);
+    }
+    EXPECT_EQ(iNextWsAfterSzI("ab cd", 0), 2);
+    EXPECT_EQ(iNextWsAfterSzI("ab cd", 2), 5);
+    EXPECT_EQ(iNextWsAfterSzI("a\tb c", 1), 3);
+}

@@ -2,6 +2,8 @@
 // file's fallback to it.
 #include <gtest/gtest.h>
 
+#include <cmath>
+#include <numbers>
 #include <string>
 #include <vector>
 
@@ -155,5 +157,32 @@ TEST_F(ViewStackTest, HostileViewInFallsBackToTheDefault) {
         EXPECT_EQ(szErr.rfind("view.in: ", 0), 0u) << szErr;
         EXPECT_NE(szErr.find("; using the default camera\n"), std::string::npos) << szErr;
         expectSameCamera(xfmCFmW, xfmDefault);
+    }
+}
+
+// Turning drags against closed-form eye positions: the look keeps its aim at
+// the look-at point C and the eye its distance d, the look's azimuth moves by
+// -180 degrees times the drag's share of the pane width (dragging right
+// swings the near side to the right), its angle from the vertical grows by
+// 180 degrees times the downward drag's share, within 1..179 degrees. The
+// whole width mirrors the eye through the vertical at C.
+TEST(ViewDragTest, TurnsAboutTheLookAtPoint) {
+    const Pt3c ptC(10, 5, 0), ptEye(-20, -55, 40);  // d = sqrt(900 + 3600 + 1600)
+    const double fD = fDistPtPt(ptEye, ptC);
+    const XfmCFmW3c xfm0 = xfmCFmW3cFm(ptEye, Dr3c(ptC - ptEye), Dr3c(0, 0, 1), -0.1, 0.1, -0.075,
+                                       0.075, 1, 1000, 0);
+    const double fPhi0 = std::atan2(60.0, 30.0), fTh0 = std::acos(-40.0 / fD);
+    const double fDeg = std::numbers::pi / 180;
+    const struct { Long iPxDX, iPxDY; double fPhi, fTh; } a[] = {
+        {800, 0, fPhi0 - 180 * fDeg, fTh0},  {400, 0, fPhi0 - 90 * fDeg, fTh0},
+        {-200, 0, fPhi0 + 45 * fDeg, fTh0},  {0, 100, fPhi0, fTh0 + 22.5 * fDeg},
+        {-400, -50, fPhi0 + 90 * fDeg, fTh0 - 11.25 * fDeg},
+        {0, 800, fPhi0, 179 * fDeg},         {0, -800, fPhi0, fDeg}};
+    for (const auto& c : a) {
+        const XfmCFmW3c xfm = xfmCFmWTurnedByDrag(xfm0, c.iPxDX, c.iPxDY, paneOf(800, 600));
+        const Vc3c vcLook(std::sin(c.fTh) * std::cos(c.fPhi), std::sin(c.fTh) * std::sin(c.fPhi),
+                          std::cos(c.fTh));
+        EXPECT_LT(fDistPtPt(xfm.ptEye, ptC - fD * vcLook), 1e-9 * fD) << c.iPxDX << " " << c.iPxDY;
+        EXPECT_LT(fLenVc(Vc3c(xfm.drLook) - vcLook), 1e-12) << c.iPxDX << " " << c.iPxDY;
     }
 }

@@ -30,3 +30,62 @@ TEST(AngleTest, ReductionRangesAreHalfOpen) {
     EXPECT_EQ(fRdn02PiFmFRdn(0.0), 0.0);
     EXPECT_NEAR(fRdn02PiFmFRdn(-0.5), 2 * kPi - 0.5, 1e-15);
 }
+
+// Dot products with every component non-zero, against sums worked out by hand.
+TEST(Geom3cTest, DotProductsUseAllThreeComponents) {
+    EXPECT_DOUBLE_EQ(fDotVcVc(Vc3c(1, 2, 3), Vc3c(4, -5, 6)), 12.0);
+    EXPECT_DOUBLE_EQ(fDotDrDr(Dr3c(1, 2, 2), Dr3c(2, -1, 2)), 4.0 / 9.0);
+    EXPECT_DOUBLE_EQ(fDotVcDr(Vc3c(1, 2, 3), Dr3c(2, -1, 2)), 2.0);
+}
+
+namespace {
+
+// The frame turned by a about the unit axis n sees a point at the point
+// turned by -a: p cos a - (n x p) sin a + n (n.p)(1 - cos a) (Rodrigues).
+Pt3c ptTurnedBack(Dr3c const& n, double a, Pt3c const& p) {
+    const double c = std::cos(a), s = std::sin(a), fNP = n.fX * p.fX + n.fY * p.fY + n.fZ * p.fZ;
+    return Pt3c(p.fX * c - (n.fY * p.fZ - n.fZ * p.fY) * s + n.fX * fNP * (1 - c),
+                p.fY * c - (n.fZ * p.fX - n.fX * p.fZ) * s + n.fY * fNP * (1 - c),
+                p.fZ * c - (n.fX * p.fY - n.fY * p.fX) * s + n.fZ * fNP * (1 - c));
+}
+
+void expectNearPt(Pt3c const& pt, Pt3c const& ptWant) {
+    EXPECT_LT(std::hypot(pt.fX - ptWant.fX, pt.fY - ptWant.fY, pt.fZ - ptWant.fZ), 2e-15);
+}
+
+}  // namespace
+
+TEST(Geom3cTest, FrameTurnsAgreeWithRodriguesOnGeneralPoints) {
+    const Dr3c drX(1, 0, 0), drY(0, 1, 0), drZ(0, 0, 1), drN(1, -2, 2);
+    const struct { Rcb3c rcb; Dr3c drAxis; double a; } acase[] = {
+        {rcb3cRotFRdnX(0.7), drX, 0.7}, {rcb3cRotFRdnY(-1.1), drY, -1.1},
+        {rcb3cRotFRdnZ(2.5), drZ, 2.5}, {rcb3cDrAxisFRdn(drN, 0.9), drN, 0.9},
+        {rcb3cDrAxisFRdn(drN, -2.0), drN, -2.0}};
+    const Pt3c pt(0.48, -0.64, 0.6);  // of length 1: also read as a vector and a direction
+    for (const auto& c : acase) {
+        const Pt3c ptWant = ptTurnedBack(c.drAxis, c.a, pt);
+        expectNearPt(ptRcb(c.rcb, pt), ptWant);
+        const Vc3c vc = vcRcb(c.rcb, Vc3c(pt.fX, pt.fY, pt.fZ));
+        expectNearPt(Pt3c(vc.fX, vc.fY, vc.fZ), ptWant);
+        const Dr3c dr = drRcb(c.rcb, Dr3c(pt.fX, pt.fY, pt.fZ));
+        expectNearPt(Pt3c(dr.fX, dr.fY, dr.fZ), ptWant);
+        expectNearPt(ptRcb(rcb3cInv(c.rcb) * c.rcb, pt), pt);
+    }
+    // Z-X-Z: the three turns one after the other.
+    const Pt3c ptWant = ptTurnedBack(drZ, -0.4, ptTurnedBack(drX, 1.2, ptTurnedBack(drZ, 0.3, pt)));
+    expectNearPt(ptRcb(rcb3cRotFRdnZXZ(0.3, 1.2, -0.4), pt), ptWant);
+}
+
+// (-pi, pi]: both ends of each turn map to pi, the sign decides near 2 pi.
+TEST(AngleTest, ReductionAtTheEdgesOfTheRange) {
+    const struct { double f, fWant; } a[] = {
+        {0.0, 0.0},           {-0.0, 0.0},           {kPi, kPi},
+        {-kPi, kPi},          {3 * kPi, kPi},        {-3 * kPi, kPi},
+        {7.0, 7.0 - 2 * kPi}, {-7.0, 2 * kPi - 7.0}, {2 * kPi + 1e-9, 1e-9},
+        {2 * kPi - 1e-9, -1e-9}, {-2 * kPi + 1e-9, 1e-9}};
+    for (const auto& c : a) {
+        const double f = fRdnMPPiFmFRdn(c.f);
+        EXPECT_NEAR(f, c.fWant, 1e-15) << c.f;
+        EXPECT_TRUE(f > -kPi && f <= kPi) << c.f;
+    }
+}

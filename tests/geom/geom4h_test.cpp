@@ -2,6 +2,11 @@
 // matrix without an inverse, and the assertion and allocation failures.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstring>
+#include <iterator>
+#include <new>
+
 #include "geom/geom4h.h"
 
 namespace {
@@ -31,4 +36,49 @@ TEST(X4hMatrixDeathTest, BadRangesHugeSizesAndMissingInverses) {
     X4h x(ar);
     EXPECT_DEATH(x4hInv(x), "Assertion failed: x4h.bInv, file .*geom4h.cpp");
     EXPECT_DEATH(plnXgm4h(x, Pln4h()), "Assertion failed: x4h.bInv");
+}
+
+// Products against the plain triple loop, on integer matrices whose products
+// are exact; the stored inverse of a product inverts that product.
+TEST(X4hProductTest, ProductsAndTheirInversesAgainstThePlainLoop) {
+    double arA[4][4] = {{2, -1, 0, 3}, {1, 4, -2, 0}, {0, 5, 1, -1}, {-3, 0, 2, 1}};
+    double arB[4][4] = {{1, 2, 0, -1}, {0, -3, 4, 2}, {5, 1, -2, 0}, {2, 0, 1, 3}};
+    const X4h a(arA), b(arB);
+    for (bool bAB : {true, false}) {
+        const X4h x = bAB ? a * b : b * a;
+        double(*ar1)[4] = bAB ? arA : arB, (*ar2)[4] = bAB ? arB : arA, ar[4][4] = {};
+        for (int r = 0; r < 4; ++r)
+            for (int k = 0; k < 4; ++k)
+                for (int c = 0; c < 4; ++c) ar[r][c] += ar1[r][k] * ar2[k][c];
+        ASSERT_TRUE(x.bInv);
+        for (int r = 0; r < 4; ++r) {
+            for (int c = 0; c < 4; ++c) {
+                EXPECT_EQ(x.mxF[r + 1][c + 1], ar[r][c]) << bAB << r << c;
+                double f = 0.0;
+                for (int k = 0; k < 4; ++k) f += x.mxFInv[r + 1][k + 1] * ar[k][c];
+                EXPECT_NEAR(f, r == c ? 1.0 : 0.0, 1e-12) << bAB << r << c;
+            }
+        }
+    }
+}
+
+// The two-matrix form copies exactly the 4-by-4 entries of each; a fifth
+// column in the given rows is not copied, and nothing beyond the object is
+// written.
+TEST(X4hProductTest, TwoMatrixFormCopiesExactlyTheEntries) {
+    double** mx = mxF64New(1, 4, 1, 5);
+    double** mxInv = mxF64New(1, 4, 1, 5);
+    for (int r = 1; r <= 4; ++r)
+        for (int c = 1; c <= 5; ++c) mxInv[r][c] = -(mx[r][c] = c < 5 ? 10 * r + c : 99);
+    alignas(X4h) unsigned char arB[sizeof(X4h) + 32];
+    std::memset(arB, 0xA5, sizeof arB);
+    X4h* px = new (arB) X4h(mx, mxInv);
+    EXPECT_TRUE(px->bInv);
+    for (int r = 1; r <= 4; ++r)
+        for (int c = 1; c <= 4; ++c)
+            EXPECT_TRUE(px->mxF[r][c] == 10 * r + c && px->mxFInv[r][c] == -(10 * r + c)) << r << c;
+    EXPECT_EQ(std::count(arB + sizeof(X4h), std::end(arB), 0xA5), 32);
+    px->~X4h();
+    releaseMxF64(mx, 1, 1);
+    releaseMxF64(mxInv, 1, 1);
 }

@@ -120,3 +120,49 @@ TEST(MdcfDerivsBSplineAtU, FewerOrdersThanTheDegreeLeaveTheRestAlone) {
     EXPECT_EQ(mdcf.at(1, 2), 42.0);
     EXPECT_EQ(mdcf.at(1, 3), 43.0);
 }
+
+// Marsden's identity: u^k = sum_i c_i N(i, p)(u) with c_i the k-th elementary
+// symmetric sum of U[i+1..i+p] over C(p, k). So the basis derivatives of a
+// span, weighted by these c_i, give the derivatives of u^k exactly, at any u,
+// for every k <= p; orders above p give zero. Both the table routine's paths
+// are taken: orders up to p, and one order more.
+TEST(MdcfDerivsBSpline, ReproduceThePowersOfUInsideTheCurve) {
+    const struct { Long p; Knots U; std::vector<double> us; } acurve[] = {
+        {5, knotsClamped(5, 0.0, {0.4, 1.1, 1.5, 2.6}, 3.0), {0.0, 0.7, 1.5, 2.2, 2.95}},
+        {6, knotsClamped(6, -1.0, {-0.3, 0.2, 0.2, 1.7}, 2.0), {-0.9, 0.2, 1.0, 1.99, 2.0}}};
+    for (const auto& c : acurve) {
+        const Long p = c.p, n = static_cast<Long>(c.U.size()) - p - 2;
+        Vd<double> vdfU = vdfOf(c.U);
+        // aac[k][i]: the coefficient of control point i for u^k.
+        std::vector<std::vector<double>> aac(size_t(p + 1), std::vector<double>(size_t(n + 1)));
+        for (Long i = 0; i <= n; i++) {
+            std::vector<double> e(size_t(p + 1), 0.0);  // the elementary symmetric sums
+            e[0] = 1.0;
+            for (Long l = 1; l <= p; l++)
+                for (Long k = l; k >= 1; k--) e[size_t(k)] += e[size_t(k - 1)] * c.U[size_t(i + l)];
+            for (Long k = 0, iBinom = 1; k <= p; iBinom = iBinom * (p - k) / (k + 1), k++)
+                aac[size_t(k)][size_t(i)] = e[size_t(k)] / double(iBinom);
+        }
+        for (double u : c.us) {
+            const Long iSpan = iSpanInKnotvc(n, p, u, &vdfU);
+            for (Long nDeriv : {p, p + 1}) {
+                Mdc<double> mdcf(0, nDeriv, 0, p);
+                mdcfDerivsBSpline(iSpan, u, p, nDeriv, &vdfU, &mdcf);
+                for (Long k = 0; k <= p; k++) {
+                    const std::vector<double>& ac = aac[size_t(k)];
+                    for (Long r = 0; r <= nDeriv; r++) {
+                        double f = 0.0, fAbs = 0.0;
+                        for (Long j = 0; j <= p; j++) {
+                            f += ac[size_t(iSpan - p + j)] * mdcf.at(r, j);
+                            fAbs += std::fabs(ac[size_t(iSpan - p + j)] * mdcf.at(r, j));
+                        }
+                        double fWant = r > k ? 0.0 : std::pow(u, double(k - r));  // d^r/du^r u^k
+                        for (Long l = k - r + 1; l <= k; l++) fWant *= double(l);
+                        EXPECT_NEAR(f, fWant, 1e-12 * (1.0 + fAbs))
+                            << "p=" << p << " u=" << u << " k=" << k << " r=" << r;
+                    }
+                }
+            }
+        }
+    }
+}
