@@ -7,24 +7,34 @@
 
 namespace {
 
-// Re-sizes a per-thread work vector; a new one is made only when the range
-// changes, so evaluations of one curve reuse the same block.
-Vd<double>* pvdfWork(std::unique_ptr<Vd<double>>& pvdf, Long lo, Long hi) {
-    if (!pvdf || pvdf->lo != lo || pvdf->hi != hi) pvdf = std::make_unique<Vd<double>>(lo, hi);
-    return pvdf.get();
-}
-
-Mdc<double>* pmdcfWork(std::unique_ptr<Mdc<double>>& pmdcf, Long loR, Long hiR, Long loC,
-                       Long hiC) {
-    if (!pmdcf || pmdcf->loR != loR || pmdcf->hiR != hiR || pmdcf->loC != loC ||
-        pmdcf->hiC != hiC)
-        pmdcf = std::make_unique<Mdc<double>>(loR, hiR, loC, hiC);
-    return pmdcf.get();
-}
+// Degrees up to pFixedMax are evaluated with their work arrays on the stack;
+// any other degree takes them from the heap, as range-checked arrays. No work
+// array outlives its call.
+constexpr Long pFixedMax = 15;
 
 // Control point i of the curve.
 const Vd<double>& vdfPAt(A<unsigned char*>* papVdfP, Long i) {
     return *reinterpret_cast<Vd<double>*>((*papVdfP)[i]);
+}
+
+// The basis recurrence of vdfNBSpline into N[0..p], with the knot
+// differences in left[1..p] and right[1..p]: plain arrays of at least p + 1
+// elements, or range-checked ones. Every index used lies in those ranges.
+template <class ArN, class ArW>
+void basisInto(Long iSpan, double u, Long p, const Vd<double>& vdfU, ArN& N, ArW& left,
+               ArW& right) {
+    N[0] = 1.0;
+    for (Long j = 1; j <= p; j++) {
+        left[j] = u - vdfU[iSpan + 1 - j];
+        right[j] = vdfU[iSpan + j] - u;
+        double fSaved = 0.0;
+        for (Long r = 0; r <= j - 1; r++) {
+            const double fTemp = N[r] / (right[r + 1] + left[j - r]);
+            N[r] = fSaved + right[r + 1] * fTemp;
+            fSaved = left[j - r] * fTemp;
+        }
+        N[j] = fSaved;
+    }
 }
 
 }  // namespace
@@ -59,25 +69,18 @@ Long iSpanInKnotvc(Long n, Long p, double u, Vd<double>* pvdfUKnot) {
 }
 
 void vdfNBSpline(Long iSpan, double u, Long p, Vd<double>* pvdfUKnot, Vd<double>* pvdfN) {
-    static thread_local A1Val<double> arFLeft(1, 0);
-    static thread_local A1Val<double> arFRight(1, 0);
+    if (p >= 0 && p <= pFixedMax) {
+        double afLeft[pFixedMax + 1], afRight[pFixedMax + 1];
+        basisInto(iSpan, u, p, *pvdfUKnot, *pvdfN, afLeft, afRight);
+        return;
+    }
+    // A negative degree stops at the re-sizing's assertion, before anything
+    // is written.
+    A1Val<double> arFLeft(1, 0);
+    A1Val<double> arFRight(1, 0);
     arFLeft.reconstructIFirstILast(1, p);
     arFRight.reconstructIFirstILast(1, p);
-
-    const Vd<double>& vdfU = *pvdfUKnot;
-    Vd<double>& vdfN = *pvdfN;
-    vdfN[0] = 1.0;
-    for (Long j = 1; j <= p; j++) {
-        arFLeft[j] = u - vdfU[iSpan + 1 - j];
-        arFRight[j] = vdfU[iSpan + j] - u;
-        double fSaved = 0.0;
-        for (Long r = 0; r <= j - 1; r++) {
-            const double fTemp = vdfN[r] / (arFRight[r + 1] + arFLeft[j - r]);
-            vdfN[r] = fSaved + arFRight[r + 1] * fTemp;
-            fSaved = arFLeft[j - r] * fTemp;
-        }
-        vdfN[j] = fSaved;
-    }
+    basisInto(iSpan, u, p, *pvdfUKnot, *pvdfN, arFLeft, arFRight);
 }
 
 namespace {
@@ -86,23 +89,15 @@ namespace {
 // degree, with its work arrays on the stack: every index used then lies in
 // the work arrays' ranges (ndu 0..p by 0..p, a 0..1 by 0..p), so the range
 // checks of the general code below could never fire, and the arithmetic is
-// the same, operation for operation.
-constexpr Long pFixedMax = 15;
-
-void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double>* pvdfUKnot,
-                            Mdc<double>* pmdcfDerivs) {
+// the same, operation for operation. Entry (k, j) of the result is written
+// to pfTable[j * nRTable + k], for k = 0..nDeriv and j = 0..p.
+void derivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, const Vd<double>& vdfU,
+                        double* pfTable, Long nRTable) {
     double afLeft[pFixedMax + 1], afRight[pFixedMax + 1];
     double aafNdu[pFixedMax + 1][pFixedMax + 1];
     double aafA[2][pFixedMax + 1];
-    const Vd<double>& vdfU = *pvdfUKnot;
-    // The caller has checked that the table covers rows 0..nDeriv and
-    // columns 0..p: its elements are written directly.
-    Mdc<double>& mdcfDerivs = *pmdcfDerivs;
-    const Long nRTable = mdcfDerivs.nR();
-    double* pfTable = mdcfDerivs.pdata;
-    const Long loR = mdcfDerivs.loR, loC = mdcfDerivs.loC;
-    auto fDeriv = [pfTable, nRTable, loR, loC](Long k, Long j) -> double& {
-        return pfTable[(j - loC) * nRTable + (k - loR)];
+    auto fDeriv = [pfTable, nRTable](Long k, Long j) -> double& {
+        return pfTable[j * nRTable + k];
     };
 
     aafNdu[0][0] = 1.0;
@@ -164,25 +159,29 @@ void mdcfDerivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, Vd<double
 
 void mdcfDerivsBSpline(Long iSpan, double u, Long p, Long nDeriv, Vd<double>* pvdfUKnot,
                        Mdc<double>* pmdcfDerivs) {
-    Mdc<double> const& mdcfOut = *pmdcfDerivs;
-    if (p >= 0 && p <= pFixedMax && nDeriv >= 0 && nDeriv <= p && mdcfOut.loR <= 0 &&
-        mdcfOut.hiR >= nDeriv && mdcfOut.loC <= 0 && mdcfOut.hiC >= p) {
-        mdcfDerivsBSplineFixed(iSpan, u, p, nDeriv, pvdfUKnot, pmdcfDerivs);
+    Mdc<double>& mdcfDerivs = *pmdcfDerivs;
+    if (p >= 0 && p <= pFixedMax && nDeriv >= 0 && nDeriv <= p && mdcfDerivs.loR <= 0 &&
+        mdcfDerivs.hiR >= nDeriv && mdcfDerivs.loC <= 0 && mdcfDerivs.hiC >= p) {
+        // The table covers rows 0..nDeriv and columns 0..p: its elements are
+        // written directly, from element (0, 0) on.
+        const Long nRTable = mdcfDerivs.nR();
+        derivsBSplineFixed(iSpan, u, p, nDeriv, *pvdfUKnot,
+                           mdcfDerivs.pdata + (0 - mdcfDerivs.loC) * nRTable + (0 - mdcfDerivs.loR),
+                           nRTable);
         return;
     }
-    static thread_local A1Val<double> arFLeft(1, 0);
-    static thread_local A1Val<double> arFRight(1, 0);
+    A1Val<double> arFLeft(1, 0);
+    A1Val<double> arFRight(1, 0);
     // ndu: basis values in the upper triangle (with the diagonal), knot
     // differences in the lower; a: two alternating rows of coefficients.
-    static thread_local A2Val<double> a2FNdu;
-    static thread_local A2Val<double> a2FA;
+    A2Val<double> a2FNdu;
+    A2Val<double> a2FA;
     arFLeft.reconstructIFirstILast(1, p);
     arFRight.reconstructIFirstILast(1, p);
     a2FNdu.reconstructIRCFirstILast(0, p, 0, p);
     a2FA.reconstructIRCFirstILast(0, 1, 0, p);
 
     const Vd<double>& vdfU = *pvdfUKnot;
-    Mdc<double>& mdcfDerivs = *pmdcfDerivs;
 
     a2FNdu(0, 0) = 1.0;
     for (Long j = 1; j <= p; j++) {
@@ -239,18 +238,30 @@ void mdcfDerivsBSpline(Long iSpan, double u, Long p, Long nDeriv, Vd<double>* pv
 
 void vdfXBSplineAtU(Long nDim, double u, Long n, Long p, Vd<double>* pvdfUKnot,
                     A<unsigned char*>* papVdfP, Vd<double>* pvdfX) {
-    static thread_local std::unique_ptr<Vd<double>> pvdfNKeep;
-    Vd<double>* pvdfN = pvdfWork(pvdfNKeep, 0, p);
+    // The basis values: on the stack for the usual degrees; otherwise in a
+    // vector over 0..p, made before the span search as it always was (a
+    // degree below -1 stops at its range assertion).
+    const bool bFixed = p >= 0 && p <= pFixedMax;
+    double afN[pFixedMax + 1];
+    std::unique_ptr<Vd<double>> pvdfN;
+    if (!bFixed) pvdfN = std::make_unique<Vd<double>>(0, p);
 
     const Long iSpan = iSpanInKnotvc(n, p, u, pvdfUKnot);
-    vdfNBSpline(iSpan, u, p, pvdfUKnot, pvdfN);
+    const double* pfN = afN;
+    if (bFixed) {
+        double afLeft[pFixedMax + 1], afRight[pFixedMax + 1];
+        basisInto(iSpan, u, p, *pvdfUKnot, afN, afLeft, afRight);
+    } else {
+        vdfNBSpline(iSpan, u, p, pvdfUKnot, pvdfN.get());
+        pfN = pvdfN->pdata;
+    }
     VT_ASSERT(pvdfX->lo == 1);
 
     Vd<double>& vdfX = *pvdfX;
     for (Long iDim = 1; iDim <= nDim; iDim++) vdfX[iDim] = 0.0;
     for (Long i = 0; i <= p; i++) {
         const Vd<double>& vdfP = vdfPAt(papVdfP, iSpan - p + i);
-        for (Long iDim = 1; iDim <= nDim; iDim++) vdfX[iDim] += (*pvdfN)[i] * vdfP[iDim];
+        for (Long iDim = 1; iDim <= nDim; iDim++) vdfX[iDim] += pfN[i] * vdfP[iDim];
     }
 }
 
@@ -263,51 +274,52 @@ void mdcfDerivsBSplineAtU(Long nDim, Long n, Long p, Vd<double>* pvdfUKnot,
 
     const Long iSpan = iSpanInKnotvc(n, p, u, pvdfUKnot);
 
-    // The table has a row for every order up to n, the last control-point
-    // index, and only rows 0..du are used; a curve with n < p and d > n stops
-    // at the table's range check. Rows are computed up to min(du, n) only:
-    // mdcfDerivsBSpline makes row k from rows below it and the factor
-    // p!/(p-k)!, so rows 0..du come out the same whatever order it goes on
-    // to, and the rows above are never read.
-    static thread_local std::unique_ptr<Mdc<double>> pmdcfTableKeep;
-    Mdc<double>* pmdcfTable = pmdcfWork(pmdcfTableKeep, 0, n, 0, p);
-    mdcfDerivsBSpline(iSpan, u, p, du < n ? du : n, pvdfUKnot, pmdcfTable);
-
-    // Where both tables are known to cover every element used, they are
-    // read and written directly; the sums are the same.
-    // The control points are read once, in the order of the first pass
-    // below (so a short one stops the program at the same read).
-    constexpr Long pKeptMax = 15;
+    // The basis table has a row for every order up to n, the last
+    // control-point index, and only rows 0..du are used; a curve with n < p
+    // and d > n stops at the table's range check. Rows are computed up to
+    // min(du, n) only: row k is made from the rows below it and the factor
+    // p!/(p-k)!, so rows 0..du come out the same whatever order the
+    // computation goes on to, and the rows above are never read.
+    //
+    // Where the basis table and the result are known to cover every element
+    // used (then du <= n, so rows 0..du are the ones computed), the table is
+    // kept on the stack, rows 0..du only, and both are read and written
+    // directly; the sums are the same. The control points are read once, in
+    // the order of the general loop below (so a short one stops the program
+    // at the same read).
     constexpr Long nDimKeptMax = 4;
-    if (du >= 0 && du <= n && p >= 0 && p <= pKeptMax && nDim >= 0 && nDim <= nDimKeptMax &&
+    if (du >= 0 && du <= n && p >= 0 && p <= pFixedMax && nDim >= 0 && nDim <= nDimKeptMax &&
         mdcfDerivs.loR <= 1 && mdcfDerivs.hiR >= nDim && mdcfDerivs.loC <= 0 &&
         mdcfDerivs.hiC >= du) {
-        double aafP[pKeptMax + 1][nDimKeptMax];
+        double afTable[(pFixedMax + 1) * (pFixedMax + 1)];  // rows 0..du, columns 0..p
+        const Long nRTable = du + 1;
+        derivsBSplineFixed(iSpan, u, p, du, *pvdfUKnot, afTable, nRTable);
+        double aafP[pFixedMax + 1][nDimKeptMax];
         for (Long j = 0; j <= p; j++) {
             const Vd<double>& vdfP = vdfPAt(papVdfP, iSpan - p + j);
             for (Long iDim = 1; iDim <= nDim; iDim++) aafP[j][iDim - 1] = vdfP[iDim];
         }
         const Long nROut = mdcfDerivs.nR();
-        const double* pfTable = pmdcfTable->pdata;  // rows 0..n, columns 0..p
-        const Long nRTable = pmdcfTable->nR();
         for (Long k = 0; k <= du; k++) {
             // Column k of the result; row iDim at pfOutK[iDim - 1].
             double* pfOutK = mdcfDerivs.pdata + (k - mdcfDerivs.loC) * nROut + (1 - mdcfDerivs.loR);
             for (Long iDim = 1; iDim <= nDim; iDim++) pfOutK[iDim - 1] = 0.0;
             for (Long j = 0; j <= p; j++) {
-                const double fBasis = pfTable[j * nRTable + k];
+                const double fBasis = afTable[j * nRTable + k];
                 for (Long iDim = 1; iDim <= nDim; iDim++)
                     pfOutK[iDim - 1] += fBasis * aafP[j][iDim - 1];
             }
         }
         return;
     }
+    Mdc<double> mdcfTable(0, n, 0, p);
+    mdcfDerivsBSpline(iSpan, u, p, du < n ? du : n, pvdfUKnot, &mdcfTable);
     for (Long k = 0; k <= du; k++) {
         for (Long iDim = 1; iDim <= nDim; iDim++) mdcfDerivs.at(iDim, k) = 0.0;
         for (Long j = 0; j <= p; j++) {
             const Vd<double>& vdfP = vdfPAt(papVdfP, iSpan - p + j);
             for (Long iDim = 1; iDim <= nDim; iDim++)
-                mdcfDerivs.at(iDim, k) += pmdcfTable->at(k, j) * vdfP[iDim];
+                mdcfDerivs.at(iDim, k) += mdcfTable.at(k, j) * vdfP[iDim];
         }
     }
 }

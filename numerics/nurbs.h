@@ -23,8 +23,10 @@
 // [U[p], U[n+1]] (NaN included), and any index outside a container's range.
 // Nothing is clamped or extrapolated.
 //
-// Work tables are kept per thread across calls, so repeated evaluations of
-// one curve allocate nothing.
+// Work tables live for one call only and nothing is kept between calls, so
+// any number of threads may evaluate at once. For degrees up to 15 (and, for
+// a curve's derivatives, up to 4 coordinates) they are on the stack and an
+// evaluation allocates nothing; other shapes take them from the heap.
 #pragma once
 
 #include "core/mxtypes.h"

@@ -16,10 +16,10 @@
 // assert that range on their inputs and re-size their outputs to it. Output
 // arrays are owned by the caller.
 //
-// The steppers keep their work arrays per thread across calls, so once the
-// sizes are reached a call allocates nothing; flights may run on several
-// threads at once. For the same reason a derivative object must not itself
-// call the stepper that is calling it.
+// The steppers keep nothing between calls: their work arrays live for one
+// call (rk4Step, rk5StepQC and ck5StepQC hold them on the stack for states
+// of up to 16 elements), so flights may run on several threads at once and a
+// derivative object may itself call a stepper.
 //
 // Failures end the program through an assertion. Before a step-size or
 // underflow failure the steppers rewrite "debug.txt" in the current directory

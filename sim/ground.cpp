@@ -3,7 +3,6 @@
 
 #include <bit>
 #include <cmath>
-#include <cstdint>
 #include <numbers>
 
 #ifdef __SSE2__
@@ -14,6 +13,14 @@ namespace {
 
 Pt3c const& ptVtx(A1Val<void*>* parPPtVtx, Long iVtx) {
     return *static_cast<Pt3c const*>((*parPPtVtx)[iVtx]);
+}
+
+// Vertex i of a polygon, read through its pointer array's own base (A1Val's
+// _pel0, element i at ppvVtx[i]) without ptVtx's range check. Only for an i
+// that lies in the array's range by construction, where that check could
+// never fail: the loops over a polygon's vertices below.
+Pt3c const& ptVtxIn(void* const* ppvVtx, Long iVtx) {
+    return *static_cast<Pt3c const*>(ppvVtx[iVtx]);
 }
 
 A1Val<void*>* parPPtVtxPgn(A1Val<void*>* parPArPPtVtxPgn, Long iPgn) {
@@ -114,16 +121,21 @@ bool bInsideByWinding(double u0, double v0, Long iFirst, Long iLast, FnUV fnUV) 
     return std::fabs(fSumAngle) >= std::numbers::pi;
 }
 
+}  // namespace
+
 // Newell's sums over the polygon's edges, and d from the vertices' mean.
-void plnEqnPgnBySums(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
+// Nothing is kept between calls: a caller that asks for the planes of an
+// unchanged ground many times takes them once, with bPlnsGndFm.
+void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
     const Long iFirst = parPPtVtx->iFirst();
     const Long iLast = parPPtVtx->iLast();
+    void* const* ppvVtx = parPPtVtx->_pel0;
     double a = 0.0, b = 0.0, c = 0.0;
     double xSum = 0.0, ySum = 0.0, zSum = 0.0;
     for (Long i = iFirst; i <= iLast; i++) {
         const Long j = (i == iLast) ? iFirst : i + 1;
-        Pt3c const& pti = ptVtx(parPPtVtx, i);
-        Pt3c const& ptj = ptVtx(parPPtVtx, j);
+        Pt3c const& pti = ptVtxIn(ppvVtx, i);
+        Pt3c const& ptj = ptVtxIn(ppvVtx, j);
         a += (pti.fY - ptj.fY) * (pti.fZ + ptj.fZ);
         b += (pti.fZ - ptj.fZ) * (pti.fX + ptj.fX);
         c += (pti.fX - ptj.fX) * (pti.fY + ptj.fY);
@@ -139,78 +151,6 @@ void plnEqnPgnBySums(double* pa, double* pb, double* pc, double* pd, A1Val<void*
     *pb = b;
     *pc = c;
     *pd = -(a * xMean + b * yMean + c * zMean);
-}
-
-// Planes already computed, per thread. The ground queries ask for the same
-// few polygons' planes thousands of times per flight. An entry is found by
-// the polygon's address and used only while the polygon still has the same
-// index range and the same vertex coordinates, bit for bit, as when it was
-// computed; so the result is always exactly what the sums would give, even
-// for a polygon that was changed or freed and another built at its address.
-constexpr int nPlnCache = 16;
-constexpr Long nVtxPlnCacheMax = 8;
-
-struct PlnCached {
-    A1Val<void*> const* parPPtVtx;
-    Long iFirst;
-    Long iLast;
-    std::uint64_t aiBitsVtx[nVtxPlnCacheMax][3];
-    double a, b, c, d;
-};
-
-thread_local PlnCached aplnCache[nPlnCache];
-thread_local int iPlnCacheNext = 0;
-
-void bitsOfPt(std::uint64_t* aiBits, Pt3c const& pt) {
-    aiBits[0] = std::bit_cast<std::uint64_t>(pt.fX);
-    aiBits[1] = std::bit_cast<std::uint64_t>(pt.fY);
-    aiBits[2] = std::bit_cast<std::uint64_t>(pt.fZ);
-}
-
-bool bPlnCachedValid(PlnCached const& pln, A1Val<void*>* parPPtVtx) {
-    if (pln.iFirst != parPPtVtx->iFirst() || pln.iLast != parPPtVtx->iLast()) return false;
-    for (Long i = pln.iFirst; i <= pln.iLast; i++) {
-        std::uint64_t aiBits[3];
-        bitsOfPt(aiBits, ptVtx(parPPtVtx, i));
-        const std::uint64_t* aiBitsCached = pln.aiBitsVtx[i - pln.iFirst];
-        if (aiBits[0] != aiBitsCached[0] || aiBits[1] != aiBitsCached[1] ||
-            aiBits[2] != aiBitsCached[2])
-            return false;
-    }
-    return true;
-}
-
-}  // namespace
-
-void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx) {
-    const Long nVtx = parPPtVtx->n();
-    if (nVtx < 1 || nVtx > nVtxPlnCacheMax) {
-        plnEqnPgnBySums(pa, pb, pc, pd, parPPtVtx);
-        return;
-    }
-    for (PlnCached const& pln : aplnCache) {
-        if (pln.parPPtVtx == parPPtVtx && bPlnCachedValid(pln, parPPtVtx)) {
-            *pa = pln.a;
-            *pb = pln.b;
-            *pc = pln.c;
-            *pd = pln.d;
-            return;
-        }
-    }
-    plnEqnPgnBySums(pa, pb, pc, pd, parPPtVtx);
-    // Keep it, replacing the entries in turn. A polygon whose stale entry is
-    // still there gets a second, fresh one; the stale one is never matched.
-    PlnCached& pln = aplnCache[iPlnCacheNext];
-    iPlnCacheNext = (iPlnCacheNext + 1) % nPlnCache;
-    pln.parPPtVtx = parPPtVtx;
-    pln.iFirst = parPPtVtx->iFirst();
-    pln.iLast = parPPtVtx->iLast();
-    for (Long i = pln.iFirst; i <= pln.iLast; i++)
-        bitsOfPt(pln.aiBitsVtx[i - pln.iFirst], ptVtx(parPPtVtx, i));
-    pln.a = *pa;
-    pln.b = *pb;
-    pln.c = *pc;
-    pln.d = *pd;
 }
 
 Dr3c dr3cPgnNormal(A1Val<void*>* parPPtVtx) {
@@ -240,26 +180,30 @@ bool bPt3dInsidePgn(double x, double y, double z, double a, double b, double c, 
     (void)d;
     const Long iFirst = parPPtVtx->iFirst();
     const Long iLast = parPPtVtx->iLast();
+    void* const* ppvVtx = parPPtVtx->_pel0;
     const double fAbsA = std::fabs(a);
     const double fAbsB = std::fabs(b);
     const double fAbsC = std::fabs(c);
     if (fAbsA >= fAbsB && fAbsA >= fAbsC) {
-        return bInsideByWinding(y, z, iFirst, iLast, [parPPtVtx](Long i, double* pu, double* pv) {
-            *pu = ptVtx(parPPtVtx, i).fY;
-            *pv = ptVtx(parPPtVtx, i).fZ;
+        return bInsideByWinding(y, z, iFirst, iLast, [ppvVtx](Long i, double* pu, double* pv) {
+            Pt3c const& pt = ptVtxIn(ppvVtx, i);
+            *pu = pt.fY;
+            *pv = pt.fZ;
         });
     }
     if (fAbsB >= fAbsC && fAbsB >= fAbsA) {
-        return bInsideByWinding(z, x, iFirst, iLast, [parPPtVtx](Long i, double* pu, double* pv) {
-            *pu = ptVtx(parPPtVtx, i).fZ;
-            *pv = ptVtx(parPPtVtx, i).fX;
+        return bInsideByWinding(z, x, iFirst, iLast, [ppvVtx](Long i, double* pu, double* pv) {
+            Pt3c const& pt = ptVtxIn(ppvVtx, i);
+            *pu = pt.fZ;
+            *pv = pt.fX;
         });
     }
     // Only a not-a-number normal fails all three comparisons.
     VT_ASSERT(fAbsC >= fAbsA && fAbsC >= fAbsB);
-    return bInsideByWinding(x, y, iFirst, iLast, [parPPtVtx](Long i, double* pu, double* pv) {
-        *pu = ptVtx(parPPtVtx, i).fX;
-        *pv = ptVtx(parPPtVtx, i).fY;
+    return bInsideByWinding(x, y, iFirst, iLast, [ppvVtx](Long i, double* pu, double* pv) {
+        Pt3c const& pt = ptVtxIn(ppvVtx, i);
+        *pu = pt.fX;
+        *pv = pt.fY;
     });
 }
 
@@ -531,18 +475,25 @@ bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, doub
     return true;
 }
 
-bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
-                  A1Val<void*>* parPArPPtVtxPgnGnd) {
+namespace {
+
+// The ground height query with the plane of polygon iPgn given by
+// fnPln(iPgn, parPPtVtx, &a, &b, &c, &d).
+template <class FnPln>
+bool bPtOnGndAtXYBy(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
+                    A1Val<void*>* parPArPPtVtxPgnGnd, FnPln fnPln) {
     for (Long iPgn = parPArPPtVtxPgnGnd->iFirst(); iPgn <= parPArPPtVtxPgnGnd->iLast(); iPgn++) {
         A1Val<void*>* parPPtVtx = parPPtVtxPgn(parPArPPtVtxPgnGnd, iPgn);
+        void* const* ppvVtx = parPPtVtx->_pel0;
         const bool bInside = bInsideByWinding(x, y, parPPtVtx->iFirst(), parPPtVtx->iLast(),
-                                              [parPPtVtx](Long i, double* pu, double* pv) {
-                                                  *pu = ptVtx(parPPtVtx, i).fX;
-                                                  *pv = ptVtx(parPPtVtx, i).fY;
+                                              [ppvVtx](Long i, double* pu, double* pv) {
+                                                  Pt3c const& pt = ptVtxIn(ppvVtx, i);
+                                                  *pu = pt.fX;
+                                                  *pv = pt.fY;
                                               });
         if (bInside) {
             double a, b, c, d;
-            plnEqnPgn(&a, &b, &c, &d, parPPtVtx);
+            fnPln(iPgn, parPPtVtx, &a, &b, &c, &d);
             *pxGnd = x;
             *pyGnd = y;
             *pzGnd = -(a * x + b * y + d) / c;
@@ -550,4 +501,29 @@ bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double 
         }
     }
     return false;
+}
+
+}  // namespace
+
+bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
+                  A1Val<void*>* parPArPPtVtxPgnGnd) {
+    return bPtOnGndAtXYBy(pxGnd, pyGnd, pzGnd, x, y, parPArPPtVtxPgnGnd,
+                          [](Long, A1Val<void*>* parPPtVtx, double* pa, double* pb, double* pc,
+                             double* pd) { plnEqnPgn(pa, pb, pc, pd, parPPtVtx); });
+}
+
+bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
+                  PlnsGnd const& plns) {
+    A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
+    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
+    const Long iPgnFirst = parPArPPtVtxPgnGnd->iFirst();
+    return bPtOnGndAtXYBy(pxGnd, pyGnd, pzGnd, x, y, parPArPPtVtxPgnGnd,
+                          [&plns, iPgnFirst](Long iPgn, A1Val<void*>*, double* pa, double* pb,
+                                             double* pc, double* pd) {
+                              const double* afPln = plns.aafPln[iPgn - iPgnFirst];
+                              *pa = afPln[0];
+                              *pb = afPln[1];
+                              *pc = afPln[2];
+                              *pd = afPln[3];
+                          });
 }

@@ -26,9 +26,8 @@
 // last back to the first), a = sum (yi - yj)(zi + zj), b = sum (zi - zj)(xi
 // + xj), c = sum (xi - xj)(yi + yj); d = -(a*xm + b*ym + c*zm) with (xm, ym,
 // zm) the mean of the vertices. No guard: a polygon with no vertices gives
-// a not-a-number d. Results are kept per thread for polygons of up to 8
-// vertices and reused while the polygon's vertex coordinates are unchanged
-// bit for bit, so they are always exactly those of the sums.
+// a not-a-number d. Computed afresh on every call; for many queries of an
+// unchanged ground, take the planes once with bPlnsGndFm (below).
 void plnEqnPgn(double* pa, double* pb, double* pc, double* pd, A1Val<void*>* parPPtVtx);
 
 // Unit normal of a polygon: the Newell sums above, normalised (a degenerate
@@ -119,3 +118,11 @@ Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, dou
 // guarded against.
 bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
                   A1Val<void*>* parPArPPtVtxPgnGnd);
+
+// The same query with the planes taken from plns, which must have been
+// computed for the ground as it is now: the same answer, bit for bit, without
+// forming a plane on each call. For a caller that asks the height of one
+// ground many times (the hop design's clearance, the terrain line of the
+// view).
+bool bPtOnGndAtXY(double* pxGnd, double* pyGnd, double* pzGnd, double x, double y,
+                  PlnsGnd const& plns);
