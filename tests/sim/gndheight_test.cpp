@@ -1,6 +1,6 @@
 // The ground height with the planes taken once answers as the query that
 // forms each plane afresh, bit for bit, across every polygon of the
-// program's terrain, at and beside their edges, and off the terrain.
+// built-in terrain, at and beside their edges, and off the terrain.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -15,7 +15,8 @@ namespace {
 
 class GroundHeight : public ::testing::Test {
 protected:
-    void SetUp() override { initParams(); }
+    BuiltInScenario scenario;
+    A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
 };
 
 }  // namespace
