@@ -1,15 +1,11 @@
-// The steppers and the B-spline evaluators keep nothing between calls: a
-// derivative object may run a stepper of its own in the middle of a step,
-// and several threads may step and evaluate at once, all with the results
-// of one thread alone, bit for bit.
+// The steppers keep nothing between calls: a derivative object may run a
+// stepper of its own in the middle of a step, with the results of the step
+// alone, bit for bit.
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <memory>
-#include <thread>
 #include <vector>
 
-#include "numerics/nurbs.h"
 #include "numerics/odeint.h"
 #include "support/testutil.h"
 
@@ -62,37 +58,6 @@ Bits bitsOfSteps(FnStepQC fnStep, Coupled* psys, Long n) {
     return bits;
 }
 
-// The point and derivatives of orders 0..3 of a curve of degree p in two
-// coordinates at 41 parameter values, and the basis functions there.
-Bits bitsOfCurve(Long p) {
-    const Long n = p + 6;
-    Vd<double> vdfU(0, n + p + 1);
-    for (Long i = 0; i <= n + p + 1; i++)
-        vdfU[i] = i <= p ? 0.0 : (i > n ? 4.0 : 4.0 * (i - p) / (n - p + 1) + 0.01 * std::sin(i));
-    std::vector<std::unique_ptr<Vd<double>>> apvdf;
-    A<unsigned char*> apVdfP(0, n);
-    for (Long i = 0; i <= n; i++) {
-        apvdf.push_back(std::make_unique<Vd<double>>(1, 2));
-        (*apvdf.back())[1] = std::cos(0.7 * i);
-        (*apvdf.back())[2] = std::sin(1.3 * i);
-        apVdfP[i] = reinterpret_cast<unsigned char*>(apvdf.back().get());
-    }
-    Bits bits;
-    Vd<double> vdfX(1, 2), vdfN(0, p);
-    Mdc<double> mdcf(1, 2, 0, 3);
-    for (int k = 0; k <= 40; k++) {
-        const double u = 0.1 * k;
-        vdfXBSplineAtU(2, u, n, p, &vdfU, &apVdfP, &vdfX);
-        mdcfDerivsBSplineAtU(2, n, p, &vdfU, &apVdfP, u, 3, &mdcf);
-        vdfNBSpline(iSpanInKnotvc(n, p, u, &vdfU), u, p, &vdfU, &vdfN);
-        for (Long iDim = 1; iDim <= 2; iDim++) addBits(&bits, vdfX[iDim]);
-        for (Long iOrder = 0; iOrder <= 3; iOrder++)
-            for (Long iDim = 1; iDim <= 2; iDim++) addBits(&bits, mdcf.at(iDim, iOrder));
-        for (Long j = 0; j <= p; j++) addBits(&bits, vdfN[j]);
-    }
-    return bits;
-}
-
 struct StepperCase {
     const char* szName;
     FnStepQC fnStep;
@@ -126,34 +91,4 @@ TEST(Reentry, ADerivativeThatStepsItselfLeavesTheOuterStepAlone) {
     rk4Step(&arFYPlain, 0.0, &arFY, &arFDyDx, 7, 0.1, &sysPlain);
     rk4Step(&arFYOuter, 0.0, &arFY, &arFDyDx, 7, 0.1, &sysOuter);
     for (Long i = 1; i <= 7; i++) EXPECT_EQ(arFYOuter[i], arFYPlain[i]) << i;
-}
-
-TEST(Reentry, ThreadsSteppingAndEvaluatingAtOnceGetTheResultsOfOneThread) {
-    // Every job: the stepper cases, and curves of the planner's degrees (5
-    // and 6), of degree 0, and beyond the stack's tables (16).
-    std::vector<std::function<Bits()>> afnJob;
-    for (const StepperCase& c : aStepperCase)
-        afnJob.push_back([&c] {
-            Coupled sys;
-            return bitsOfSteps(c.fnStep, &sys, c.n);
-        });
-    for (Long p : {0, 5, 6, 16}) afnJob.push_back([p] { return bitsOfCurve(p); });
-
-    std::vector<Bits> abitsAlone;
-    for (auto& fnJob : afnJob) abitsAlone.push_back(fnJob());
-    // Four threads, each running every job in its own order, many times.
-    constexpr int nThread = 4, nRound = 20;
-    std::vector<int> anMismatch(nThread, 0);
-    std::vector<std::thread> athread;
-    for (int iThread = 0; iThread < nThread; iThread++)
-        athread.emplace_back([&, iThread] {
-            for (int iRound = 0; iRound < nRound; iRound++)
-                for (std::size_t k = 0; k < afnJob.size(); k++) {
-                    const std::size_t iJob = (k + iThread) % afnJob.size();
-                    if (afnJob[iJob]() != abitsAlone[iJob]) anMismatch[iThread] += 1;
-                }
-        });
-    for (std::thread& thread : athread) thread.join();
-    for (int iThread = 0; iThread < nThread; iThread++)
-        EXPECT_EQ(anMismatch[iThread], 0) << "thread " << iThread;
 }
