@@ -113,4 +113,6 @@ void initParams(Scenario* psc) {
     setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[3], 4, x3, x4, zValley, zValley);
     setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[4], 5, x4, x5, zValley, zValley + (s20 + s45));
     setStrip(&sc.arPArPPtVtxPgnGnd, &sc.apPgnBuilt[5], 6, x5, x6, 0.0, 0.0);
+    sc.apvBlockHeld[0] = &sc.arPArPPtVtxPgnGnd[1];
+    for (int iPgn = 0; iPgn < 6; iPgn++) sc.apvBlockHeld[1 + iPgn] = &(*sc.apPgnBuilt[iPgn])[1];
 }

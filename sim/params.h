@@ -182,6 +182,13 @@ private:
     // The polygons built by the first initParams(); a later call rewrites
     // their vertices instead of allocating new ones.
     A1Val<void*>* apPgnBuilt[6] = {nullptr, nullptr, nullptr, nullptr, nullptr, nullptr};
+    // The start of the ground array's block and of each polygon's block of
+    // vertex pointers. An array reaches its block only through a pointer
+    // biased by its first index, which leak checkers do not follow; held
+    // here, the blocks stay reachable while the scenario lives, also when a
+    // fatal error ends the program with the scenario still on the stack
+    // (volatile, so that the otherwise unread stores are kept).
+    void* volatile apvBlockHeld[7] = {};
 };
 
 // Sets every parameter of *psc, in the order listed, and builds the ground.
