@@ -10,7 +10,9 @@
 // non-literal formats are expected throughout this file.
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 // A log line longer than its 1024-byte buffer is cut there, by design.
+#if defined(__GNUC__) && !defined(__clang__)
 #pragma GCC diagnostic ignored "-Wformat-truncation"
+#endif
 
 namespace {
 
