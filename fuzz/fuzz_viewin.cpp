@@ -18,8 +18,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     pane.iPxDX = 1152;
     pane.iPxDY = 831;
     try {
-        readViewInOrDefault("view.in", pane);
-        writeViewOut("view.out");
+        ViewStack view;
+        view.readViewInOrDefault("view.in", pane);
+        view.writeViewOut("view.out");
         if (bFileHasNonFinite("view.out")) std::abort();
     } catch (const ProgramStop&) {
     }

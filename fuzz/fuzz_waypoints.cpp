@@ -22,9 +22,10 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* pData, std::size_t nSi
     std::remove("fltplan.txt");
     std::remove("traj1l.txt");
     try {
-        if (bPlanTraj1FromFile("traj1r.txt")) {
-            writeFltplanTxt();
-            writeTraj1lTxt();
+        PlanState ps;
+        if (ps.bPlanTraj1FromFile(scenario, "traj1r.txt")) {
+            ps.writeFltplanTxt();
+            ps.writeTraj1lTxt(scenario);
             if (bFileHasNonFinite("fltplan.txt") || bFileHasNonFinite("traj1l.txt")) std::abort();
         }
     } catch (const ProgramStop&) {
