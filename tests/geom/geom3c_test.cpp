@@ -89,3 +89,32 @@ TEST(AngleTest, ReductionAtTheEdgesOfTheRange) {
         EXPECT_TRUE(f > -kPi && f <= kPi) << c.f;
     }
 }
+
+// The local frames' rows are the unit tangents of the coordinate lines,
+// taken here by central differences of the position: e_r along d/dr, e_th
+// along d/dth, e_phi along d/dphi (and e_z along d/dz for the cylinder).
+TEST(Geom3cTest, LocalFramesFollowTheCoordinateLines) {
+    const double h = 1e-6;
+    auto expectRow = [](Rcb3c const& rcb, int iRow, Vc3c vcD, const char* sz) {
+        const double fLen = std::sqrt(vcD.fX * vcD.fX + vcD.fY * vcD.fY + vcD.fZ * vcD.fZ);
+        EXPECT_NEAR(rcb.mxF[iRow][0], vcD.fX / fLen, 1e-8) << sz;
+        EXPECT_NEAR(rcb.mxF[iRow][1], vcD.fY / fLen, 1e-8) << sz;
+        EXPECT_NEAR(rcb.mxF[iRow][2], vcD.fZ / fLen, 1e-8) << sz;
+    };
+    auto diff = [h](Vc3c vcPlus, Vc3c vcMinus) {
+        return Vc3c((vcPlus.fX - vcMinus.fX) / (2 * h), (vcPlus.fY - vcMinus.fY) / (2 * h),
+                    (vcPlus.fZ - vcMinus.fZ) / (2 * h));
+    };
+    for (const double fPhi : {0.3, 2.1, -1.2})
+        for (const double fTh : {0.4, 1.9}) {
+            const double r = 2.5;
+            const Rcb3c sph = rcbRotAtSph(r, fPhi, fTh);
+            expectRow(sph, 0, diff(vcFmSph(r + h, fPhi, fTh), vcFmSph(r - h, fPhi, fTh)), "e_r");
+            expectRow(sph, 1, diff(vcFmSph(r, fPhi, fTh + h), vcFmSph(r, fPhi, fTh - h)), "e_th");
+            expectRow(sph, 2, diff(vcFmSph(r, fPhi + h, fTh), vcFmSph(r, fPhi - h, fTh)), "e_phi");
+            const Rcb3c cyl = rcbRotAtCyl(r, fPhi, fTh);
+            expectRow(cyl, 0, diff(vcFmCyl(r + h, fPhi, fTh), vcFmCyl(r - h, fPhi, fTh)), "e_r");
+            expectRow(cyl, 1, diff(vcFmCyl(r, fPhi + h, fTh), vcFmCyl(r, fPhi - h, fTh)), "e_phi");
+            expectRow(cyl, 2, diff(vcFmCyl(r, fPhi, fTh + h), vcFmCyl(r, fPhi, fTh - h)), "e_z");
+        }
+}

@@ -119,6 +119,15 @@ TEST(MdcfDerivsBSplineAtU, FewerOrdersThanTheDegreeLeaveTheRestAlone) {
     mdcfDerivsBSplineAtU(1, 5, 3, &vdfU, &cp.apVdfP, 1.5, 1, &mdcf);
     EXPECT_EQ(mdcf.at(1, 2), 42.0);
     EXPECT_EQ(mdcf.at(1, 3), 43.0);
+    // More orders than the degree: those above it are zero in every
+    // coordinate, whatever the table held.
+    ControlPoints cp2(5, 2);
+    Mdc<double> mdcf2(1, 2, 0, 5);
+    for (Long iDim = 1; iDim <= 2; iDim++)
+        for (Long k = 0; k <= 5; k++) mdcf2.at(iDim, k) = 42.0;
+    mdcfDerivsBSplineAtU(2, 5, 3, &vdfU, &cp2.apVdfP, 1.5, 5, &mdcf2);
+    for (Long iDim = 1; iDim <= 2; iDim++)
+        for (Long k = 4; k <= 5; k++) EXPECT_EQ(mdcf2.at(iDim, k), 0.0) << iDim << " " << k;
 }
 
 // Marsden's identity: u^k = sum_i c_i N(i, p)(u) with c_i the k-th elementary

@@ -175,6 +175,19 @@ TEST(OdeDeath, InputRangesAreAssertedInOrder) {
     }
     EXPECT_DEATH(rk4Step(&arFYNext, 0.0, &arFGood, &arFShort, 2, 0.1, &rate),
                  vttest::szAssertRe("parFDyDx->iFirst() == 1 && parFDyDx->iLast() == iNY", "odeint"));
+    // A derivative object that hands back one element too few: "array
+    // bounds" at the first element it lacks.
+    struct ShortRate : ArF64FnF64ArF64 {
+        void arFAtFArF(A1Val<double>* pd, double, const A1Val<double>& y) override {
+            pd->reconstructIFirstILast(1, y.iLast() - 1);
+            for (Long i = 1; i < y.iLast(); i++) (*pd)[i] = 0.0;
+        }
+    } rateShort;
+    A1Val<double> arFThree = arFOf({1.0, 2.0, 3.0}), arFYNext3(1, 3);
+    for (FnStepQC fnStep : {rk5StepQC, ck5StepQC})
+        EXPECT_DEATH(fnStep(&arFYNext3, &fXNext, &fHUsed, &fHNextEst, 0.0, &arFThree, &arFThree, 3,
+                            0.1, 1e-6, &arFThree, &rateShort),
+                     "array bounds");
 }
 
 TEST(BulirschStoerStep, ProposedStepFollowsTheStageThatConverged) {
