@@ -372,7 +372,7 @@ PitchRates pitchRatesFmDerivs(Mdc<double>& mdcfDerivs, double fAcG) {
 }
 
 // Force and moment at one sample from the mass and inertia there:
-//   F = m (x'', y'', g + z'')       (the thrust vector; drag is not part of it)
+//   F = m (x'', y'', g + z'')       (the thrust vector; drag is left out)
 //   M = (0, I theta'', 0)           (the pitch moment about body y)
 void forceMomentAt(Vd<double>* pvdfF, Vd<double>* pvdfM, double fMs, double fIPitch,
                    Vd<double> const& vdfXDot2, double fPitchDot2, double fAcG) {
