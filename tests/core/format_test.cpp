@@ -80,7 +80,8 @@ TEST(FormatNumbers, SignMantissaExponentAndSIPrefix) {
     const struct { Long iNChSize, iNChPrec; double f; const char* sz; } aFE[] = {
         {12, 4, 1234.6, "    1.235e+3"}, {10, 3, -0.000123, "  -1.23e-4"},
         {8, 4, 9.9996, "1.000e+1"},      {3, 3, 6.02e23, "6.02e+23"},
-        {9, 4, 0.0, " 0.000e+0"},        {9, 1, 5e-12, "    5e-12"}};
+        {9, 4, 0.0, " 0.000e+0"},        {9, 1, 5e-12, "    5e-12"},
+        {8, 2, 1234.6, "  1.2e+3"}};
     for (const auto& c : aFE) {
         auto print = [&](std::FILE* pf) { printFE(pf, c.iNChSize, c.iNChPrec, c.f); };
         EXPECT_EQ(vttest::szPrinted(print), c.sz);

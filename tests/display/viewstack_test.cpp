@@ -185,4 +185,16 @@ TEST(ViewDragTest, TurnsAboutTheLookAtPoint) {
         EXPECT_LT(fDistPtPt(xfm.ptEye, ptC - fD * vcLook), 1e-9 * fD) << c.iPxDX << " " << c.iPxDY;
         EXPECT_LT(fLenVc(Vc3c(xfm.drLook) - vcLook), 1e-12) << c.iPxDX << " " << c.iPxDY;
     }
+    // Zooming stops at twice the near distance, and at half the far one.
+    EXPECT_NEAR(fDistPtPt(xfmCFmWZoomedByDrag(xfm0, -6000, paneOf(800, 600)).ptEye, ptC), 2, 1e-9);
+    EXPECT_NEAR(fDistPtPt(xfmCFmWZoomedByDrag(xfm0, 6000, paneOf(800, 600)).ptEye, ptC), 500, 1e-6);
+    // The window's top and right edges, at the look-at point's distance,
+    // project to the edges of the normalised view (y = 1, x = 1).
+    const Vc3c vcLook(xfm0.drLook), vcUp = Vc3c(0, 0, 1) - fDotVcVc(Vc3c(0, 0, 1), vcLook) * vcLook;
+    const Vc3c vcUpCam = (1.0 / fLenVc(vcUp)) * vcUp, vcRight = vcCrossVcVc(vcLook, vcUpCam);
+    const Pt3c ptTop = ptXgm3c(xfm0.x4hCFmW, ptC + (0.075 * fD) * vcUpCam);
+    const Pt3c ptRight = ptXgm3c(xfm0.x4hCFmW, ptC + (0.1 * fD) * vcRight);
+    EXPECT_NEAR(ptTop.fY, 1.0, 1e-9);
+    EXPECT_NEAR(ptTop.fX, 0.0, 1e-9);
+    EXPECT_NEAR(ptRight.fX, 1.0, 1e-9);
 }

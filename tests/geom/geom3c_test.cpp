@@ -118,3 +118,25 @@ TEST(Geom3cTest, LocalFramesFollowTheCoordinateLines) {
             expectRow(cyl, 2, diff(vcFmCyl(r, fPhi, fTh + h), vcFmCyl(r, fPhi, fTh - h)), "e_z");
         }
 }
+
+TEST(Geom3cTest, CoordinatesRoundTripAndDegreesSplit) {
+    for (const Vc3c vc : {Vc3c(3, 4, 12), Vc3c(-1.5, 2, -0.5), Vc3c(0.2, -0.7, 0.3)}) {
+        double r, fPhi, fTh, z;
+        sphFmVc(&r, &fPhi, &fTh, vc);
+        EXPECT_NEAR(r, std::sqrt(vc.fX * vc.fX + vc.fY * vc.fY + vc.fZ * vc.fZ), 1e-12);
+        const Vc3c vcSph = vcFmSph(r, fPhi, fTh);
+        cylFmVc(&r, &fPhi, &z, vc);
+        EXPECT_NEAR(r, std::hypot(vc.fX, vc.fY), 1e-12);
+        const Vc3c vcCyl = vcFmCyl(r, fPhi, z);
+        for (const Vc3c& vcBack : {vcSph, vcCyl}) {
+            EXPECT_NEAR(vcBack.fX, vc.fX, 1e-12);
+            EXPECT_NEAR(vcBack.fY, vc.fY, 1e-12);
+            EXPECT_NEAR(vcBack.fZ, vc.fZ, 1e-12);
+        }
+    }
+    Long iSign, iDeg, iMin;
+    double fSec;
+    iSignIDegIMinFSecFromFRdn(&iSign, &iDeg, &iMin, &fSec, -(12 + 30 / 60.0 + 36 / 3600.0) * kPi / 180);
+    EXPECT_EQ(iSign * 10000 + iDeg * 100 + iMin, -10000 + 1230);
+    EXPECT_NEAR(fSec, 36.0, 1e-9);
+}

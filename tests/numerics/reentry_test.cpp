@@ -79,16 +79,4 @@ TEST(Reentry, ADerivativeThatStepsItselfLeavesTheOuterStepAlone) {
         sysOuter.fnInner = [&c, &sysInner] { (void)bitsOfSteps(c.fnStep, &sysInner, c.n); };
         EXPECT_EQ(bitsOfSteps(c.fnStep, &sysOuter, c.n), bitsAlone) << c.szName;
     }
-    // rk4Step, with an rk4Step inside each evaluation.
-    Coupled sysPlain, sysInner, sysOuter;
-    A1Val<double> arFY(1, 7), arFDyDx(1, 7), arFYPlain(1, 7), arFYOuter(1, 7);
-    for (Long i = 1; i <= 7; i++) arFY[i] = 0.3 * i;
-    sysPlain.arFAtFArF(&arFDyDx, 0.0, arFY);
-    sysOuter.fnInner = [&] {
-        A1Val<double> arFYInner(1, 7);
-        rk4Step(&arFYInner, 1.0, &arFY, &arFDyDx, 7, 0.2, &sysInner);
-    };
-    rk4Step(&arFYPlain, 0.0, &arFY, &arFDyDx, 7, 0.1, &sysPlain);
-    rk4Step(&arFYOuter, 0.0, &arFY, &arFDyDx, 7, 0.1, &sysOuter);
-    for (Long i = 1; i <= 7; i++) EXPECT_EQ(arFYOuter[i], arFYPlain[i]) << i;
 }
