@@ -75,7 +75,6 @@ struct Scene {
     XfmCFmW3c xfmCFmWHere;
 
     bool bOpen() {
-        initParams(&scenario);
         pane.iPxDX = iPxDXPane;
         pane.iPxDY = iPxDYPane;
         xfmPFmCHere = xfmPFmC3cFm(pane);

@@ -46,7 +46,6 @@ struct BenchSetup {
 BenchSetup const& setup() {
     static BenchSetup* psetup = [] {
         auto* p = new BenchSetup;
-        initParams(&scenario);
         std::string szErr;
         if (!bReadDispersionFile(&p->disp, VT_EXAMPLES "/dispersion.txt", &szErr)) {
             std::fprintf(stderr, "bench_mc: %s\n", szErr.c_str());
