@@ -424,8 +424,11 @@ void analyzePathBSpline(Planet const& planet, Vehicle const& vehicle, Long nX, L
     UPaPVdf paPVdfM(paPVdfNew(iLo, iHi, 3));
 
     // Work space, allocated once: one derivative table per spline, and the
-    // sample's table (rows x, y, z; columns order 0..5).
-    const Long nDeriv = 5;
+    // sample's table (rows x, y, z; columns order 0..4). The pitch's second
+    // rate reads the fourth derivatives and nothing reads a fifth; a row of
+    // the basis table depends only on the rows below it, so orders 0..4 are
+    // the same numbers whether or not a fifth is formed.
+    const Long nDeriv = 4;
     Mdc<double> mdcfDerivsXAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivsZAtT(1, 1, 0, nDeriv);
     Mdc<double> mdcfDerivs(1, 3, 0, nDeriv);

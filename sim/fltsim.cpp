@@ -337,7 +337,7 @@ inline void addThrustAndGravity(double* pfFcXf, double* pfFcZf, double fSinPitch
 //
 // Only finite states are meant: a non-finite pitch or velocity gives NaN
 // derivatives either way, and the stepper stops on the NaN error.
-inline void addDrag(double* pfFcXf, double* pfFcZf, double fSinPitch, double fCosPitch,
+[[gnu::always_inline]] inline void addDrag(double* pfFcXf, double* pfFcZf, double fSinPitch, double fCosPitch,
                     double vx, double vz, double fDnAtm, double fCdAX, double fCdAZ) {
     const double c = fCosPitch;
     const double s = fSinPitch;

@@ -438,10 +438,13 @@ Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, dou
                                      parPPtVtxPgn(parPArPPtVtxPgnGnd,
                                                   parPArPPtVtxPgnGnd->iFirst() + k));
         } else {
-            const double afFoot[3] = {xFoot, yFoot, zFoot};
+            // The coordinates (iAxes + 1) % 3 and (iAxes + 2) % 3 of the
+            // foot, picked without an array (which would go through memory).
+            const double u0 = iAxes == 0 ? yFoot : iAxes == 1 ? zFoot : xFoot;
+            const double v0 = iAxes == 0 ? zFoot : iAxes == 1 ? xFoot : yFoot;
             const double* afU = plns.aafU[k];
             const double* afV = plns.aafV[k];
-            bInside = bInsidePgnOfPlns(plns, k, afFoot[(iAxes + 1) % 3], afFoot[(iAxes + 2) % 3],
+            bInside = bInsidePgnOfPlns(plns, k, u0, v0,
                                        [afU, afV](Long i, double* pu, double* pv) {
                                            *pu = afU[i];
                                            *pv = afV[i];
