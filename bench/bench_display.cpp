@@ -8,7 +8,6 @@
 // disturbed than the wall time on a busy machine.
 #include <benchmark/benchmark.h>
 
-#include <GL/gl.h>
 #include <sys/resource.h>
 
 #include <cmath>
@@ -19,6 +18,7 @@
 #include "display/display.h"
 #include "display/offscreen.h"
 #include "display/viewstack.h"
+#include "display/glapi.h"
 #include "sim/params.h"
 
 namespace {

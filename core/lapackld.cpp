@@ -22,16 +22,16 @@ constexpr int iDlopenDeepBind = RTLD_DEEPBIND;
 constexpr int iDlopenDeepBind = RTLD_DEEPBIND;
 #endif
 
-// The function szFn of the library szLib, loaded now if need be; a fatal
-// error when either cannot be had.
-void* pvFnOfLib(const char* szLib, const char* szFn) {
+}  // namespace
+
+void* pvFnOfSharedLib(const char* szLib, const char* szFn, bool bOwnSymbolsFirst) {
     // Lazy binding: the libraries' own calls are resolved as they are first
     // made, as when they are loaded with the program. Their symbols are
     // looked up among themselves and their own dependencies first (every
     // one they use is defined there), not after every library the program
     // was loaded with: that search cost more than the loading itself. The
     // sanitizer run-times refuse that flag, and keep the usual order.
-    void* pvLib = dlopen(szLib, RTLD_LAZY | RTLD_LOCAL | iDlopenDeepBind);
+    void* pvLib = dlopen(szLib, RTLD_LAZY | RTLD_LOCAL | (bOwnSymbolsFirst ? iDlopenDeepBind : 0));
     void* pvFn = pvLib != nullptr ? dlsym(pvLib, szFn) : nullptr;
     if (pvFn == nullptr) {
         char szMsg[512];
@@ -43,6 +43,10 @@ void* pvFnOfLib(const char* szLib, const char* szFn) {
     }
     return pvFn;
 }
+
+namespace {
+
+void* pvFnOfLib(const char* szLib, const char* szFn) { return pvFnOfSharedLib(szLib, szFn, true); }
 
 struct Lapacke {
     decltype(&LAPACKE_dgetrf) dgetrf;

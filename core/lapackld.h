@@ -22,3 +22,12 @@ lapack_int lapackeDgetrs(int iLayout, char chTrans, lapack_int n, lapack_int nrh
 void cblasDgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, blasint m, blasint n, double fAlpha,
                 const double* pfA, blasint lda, const double* pfX, blasint incX, double fBeta,
                 double* pfY, blasint incY);
+
+// The function szFn of the shared library szLib (a shared-object name),
+// loaded now if need be, with lazy binding; a fatal error naming both when
+// either cannot be had. With bOwnSymbolsFirst the library's symbols are
+// looked up among itself and its own dependencies first (where the
+// run-time allows it), which is what made loading LAPACK cheap; a library
+// that must share its dispatch state with others already loaded (OpenGL)
+// takes the usual order.
+void* pvFnOfSharedLib(const char* szLib, const char* szFn, bool bOwnSymbolsFirst);

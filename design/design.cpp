@@ -13,6 +13,7 @@
 #include <memory>
 
 #include "core/format.h"
+#include "core/lapackld.h"
 #include "plan/thrusters.h"
 #include "plan/wptfpln.h"
 #include "sim/ground.h"
@@ -339,8 +340,43 @@ void constraints(unsigned m, double* pc, unsigned n, const double* pv, double* p
     (void)n;
 }
 
+// NLopt's functions, loaded when the first design starts: a run that does
+// not design never loads the library.
+struct Nlopt {
+    decltype(&nlopt_create) create;
+    decltype(&nlopt_destroy) destroy;
+    decltype(&nlopt_set_lower_bounds) set_lower_bounds;
+    decltype(&nlopt_set_upper_bounds) set_upper_bounds;
+    decltype(&nlopt_set_min_objective) set_min_objective;
+    decltype(&nlopt_add_inequality_mconstraint) add_inequality_mconstraint;
+    decltype(&nlopt_set_ftol_rel) set_ftol_rel;
+    decltype(&nlopt_set_xtol_rel) set_xtol_rel;
+    decltype(&nlopt_set_maxeval) set_maxeval;
+    decltype(&nlopt_optimize) optimize;
+};
+
+template <class Fn>
+Fn fnNlopt(const char* szFn) {
+    return reinterpret_cast<Fn>(pvFnOfSharedLib(VT_NLOPT_SONAME, szFn, true));
+}
+
+Nlopt const& nlopt() {
+    static const Nlopt api = {
+        fnNlopt<decltype(&nlopt_create)>("nlopt_create"),
+        fnNlopt<decltype(&nlopt_destroy)>("nlopt_destroy"),
+        fnNlopt<decltype(&nlopt_set_lower_bounds)>("nlopt_set_lower_bounds"),
+        fnNlopt<decltype(&nlopt_set_upper_bounds)>("nlopt_set_upper_bounds"),
+        fnNlopt<decltype(&nlopt_set_min_objective)>("nlopt_set_min_objective"),
+        fnNlopt<decltype(&nlopt_add_inequality_mconstraint)>("nlopt_add_inequality_mconstraint"),
+        fnNlopt<decltype(&nlopt_set_ftol_rel)>("nlopt_set_ftol_rel"),
+        fnNlopt<decltype(&nlopt_set_xtol_rel)>("nlopt_set_xtol_rel"),
+        fnNlopt<decltype(&nlopt_set_maxeval)>("nlopt_set_maxeval"),
+        fnNlopt<decltype(&nlopt_optimize)>("nlopt_optimize")};
+    return api;
+}
+
 struct NloptDeleter {
-    void operator()(nlopt_opt opt) const { nlopt_destroy(opt); }
+    void operator()(nlopt_opt opt) const { nlopt().destroy(opt); }
 };
 
 // ---- how a hop stands against the limits ---------------------------------------
@@ -609,21 +645,21 @@ DesignResult designHop(Scenario& sc, const HopSpec& hopspec) {
             prob.fFFloor = fFloor * prob.fFShare;
             prob.vecVLast.clear();  // the constraints changed: no cached values
             std::unique_ptr<nlopt_opt_s, NloptDeleter> opt(
-                nlopt_create(NLOPT_LD_SLSQP, static_cast<unsigned>(prob.nVar)));
+                nlopt().create(NLOPT_LD_SLSQP, static_cast<unsigned>(prob.nVar)));
             std::vector<double> vecTol(prob.nCons, 1e-9);
-            nlopt_set_lower_bounds(opt.get(), vecLo.data());
-            nlopt_set_upper_bounds(opt.get(), vecHi.data());
-            nlopt_set_min_objective(opt.get(), fObjective, &prob);
-            nlopt_add_inequality_mconstraint(opt.get(), prob.nCons, constraints, &prob,
+            nlopt().set_lower_bounds(opt.get(), vecLo.data());
+            nlopt().set_upper_bounds(opt.get(), vecHi.data());
+            nlopt().set_min_objective(opt.get(), fObjective, &prob);
+            nlopt().add_inequality_mconstraint(opt.get(), prob.nCons, constraints, &prob,
                                              vecTol.data());
-            nlopt_set_ftol_rel(opt.get(), 1e-10);
-            nlopt_set_xtol_rel(opt.get(), 1e-8);
-            nlopt_set_maxeval(opt.get(), 120);
+            nlopt().set_ftol_rel(opt.get(), 1e-10);
+            nlopt().set_xtol_rel(opt.get(), 1e-8);
+            nlopt().set_maxeval(opt.get(), 120);
             // Whatever the optimiser says of its end (converged, stopped at
             // the count, stuck in rounding), the points it tried are what
             // counts: the best of them is kept as they come.
             double fObjStage = 0.0;
-            (void)nlopt_optimize(opt.get(), vecV.data(), &fObjStage);
+            (void)nlopt().optimize(opt.get(), vecV.data(), &fObjStage);
         }
     }
 

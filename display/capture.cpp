@@ -67,10 +67,9 @@ void bitmapfileDisplaySetINumElm(const char* szFile, Long iPxDX, Long iPxDY,
 }
 
 #ifdef VT_HAVE_GL
-#include <GL/gl.h>
-
 #include "display/camera.h"
 #include "display/glcheck.h"
+#include "display/glapi.h"
 
 void captureOpenGLPPaneToBmp(const char* szFile, Pane* ppane) {
     // The pane's corner is where the drawing put its viewport.

@@ -1,10 +1,6 @@
 // Scene drawing with fixed-function OpenGL.
 #include "display/display.h"
 
-#define GL_GLEXT_PROTOTYPES
-#include <GL/gl.h>
-#include <GL/glext.h>
-
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -13,6 +9,7 @@
 
 #include "core/logerror.h"
 #include "display/glcheck.h"
+#include "display/glapi.h"
 #include "sim/fltsim.h"
 #include "sim/ground.h"
 

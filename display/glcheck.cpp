@@ -1,9 +1,8 @@
 // Reports pending OpenGL errors to the run log.
 #include "display/glcheck.h"
 
-#include <GL/gl.h>
-
 #include "core/logerror.h"
+#include "display/glapi.h"
 
 const char* szGlErrorText(unsigned int uErr) {
     switch (uErr) {

@@ -4,21 +4,12 @@
 
 #ifdef VT_HAVE_GL
 
-// Keep the X11 headers (and their macros) out: there is no display server.
-#define EGL_NO_X11
-#define MESA_EGL_NO_X11_HEADERS
-#include <EGL/egl.h>
-#include <EGL/eglext.h>
-
-#define GL_GLEXT_PROTOTYPES
-#include <GL/gl.h>
-#include <GL/glext.h>
-
 #include <cstring>
 
 #include "core/logerror.h"
 #include "display/capture.h"
 #include "display/glcheck.h"
+#include "display/glapi.h"
 
 namespace {
 

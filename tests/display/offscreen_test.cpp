@@ -1,13 +1,12 @@
 // Offscreen rendering with no display server: the OpenGL error report in
 // the log and the refusal of a bad size.
-#include <GL/gl.h>
-
 #include <string>
 
 #include "core/logerror.h"
 #include "display/capture.h"
 #include "display/glcheck.h"
 #include "display/offscreen.h"
+#include "display/glapi.h"
 #include "support/testutil.h"
 
 using vttest::readFile;
