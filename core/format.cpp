@@ -1,7 +1,9 @@
 // Number, time and text formatting (see format.h).
 #include "core/format.h"
 
+#include <bit>
 #include <cctype>
+#include <cstdint>
 #include <cstdarg>
 #include <charconv>
 #include <cmath>
@@ -84,10 +86,63 @@ unsigned char bInRangeISignFSigIExpChSIPrefixF(Long* piSign, double* pfSig, Long
     return 1;
 }
 
+namespace {
+
+__extension__ typedef unsigned __int128 U128;
+
+// Below this magnitude, with at most 9 decimals, pchPutFixed writes the
+// digits itself: N (below) is then under 2^53, and fits in 64 bits.
+constexpr double fFixedExactMax = 9007199.0;  // about 2^53 / 10^9
+
+// printf's "%.Pf" text of f, |f| < fFixedExactMax and P <= 9, into
+// szDigits; returns its length. f = m 2^-s exactly, with m < 2^53 an
+// integer and s >= 29 (the exponent of f is at most 23; s = 1074 for the
+// subnormals), so f 10^P = m 10^P / 2^s exactly, with m 10^P < 2^83.
+// printf writes that number rounded to an integer N, half-way cases to the
+// even one (the C library converts exactly, in the default rounding mode),
+// as N / 10^P with P decimals. With q = floor(m 10^P / 2^s) and the
+// remainder r, N is q + 1 when r is above 2^(s-1), or equal to it with q
+// odd, and q otherwise. For s above 100, m 10^P < 2^83 < 2^(s-1): N = 0.
+// The sign is that of f, also where N = 0 ("-0.00", as printf writes it).
+int nChFixedExact(char* szDigits, double f, int iPrec) {
+    static constexpr std::uint64_t aiPow10[10] = {1,      10,      100,      1000,      10000,
+                                                  100000, 1000000, 10000000, 100000000, 1000000000};
+    const std::uint64_t iBits = std::bit_cast<std::uint64_t>(f);
+    const int iExpBits = static_cast<int>((iBits >> 52) & 0x7ff);
+    const std::uint64_t iFrac = iBits & ((std::uint64_t{1} << 52) - 1);
+    const std::uint64_t m = iExpBits == 0 ? iFrac : (iFrac | (std::uint64_t{1} << 52));
+    const int s = iExpBits == 0 ? 1074 : 1075 - iExpBits;
+    std::uint64_t n = 0;
+    if (s <= 100) {
+        const U128 x = static_cast<U128>(m) * aiPow10[iPrec];
+        const U128 q = x >> s;
+        const U128 r = x - (q << s);
+        const U128 half = static_cast<U128>(1) << (s - 1);
+        n = static_cast<std::uint64_t>(q) + ((r > half || (r == half && (q & 1) != 0)) ? 1 : 0);
+    }
+    char* pch = szDigits;
+    if ((iBits >> 63) != 0) *pch++ = '-';
+    pch = std::to_chars(pch, pch + 20, n / aiPow10[iPrec]).ptr;
+    if (iPrec > 0) {
+        *pch++ = '.';
+        std::uint64_t iDec = n % aiPow10[iPrec];
+        for (int i = iPrec - 1; i >= 0; i--) {
+            pch[i] = static_cast<char>('0' + iDec % 10);
+            iDec /= 10;
+        }
+        pch += iPrec;
+    }
+    return static_cast<int>(pch - szDigits);
+}
+
+}  // namespace
+
 char* pchPutFixed(char* pch, double f, int iWidth, int iPrec) {
     char szDigits[340];
     int nCh;
-    if (std::isfinite(f) && iPrec >= 0 && iPrec <= 17) {
+    if (std::fabs(f) < fFixedExactMax && iPrec >= 0 && iPrec <= 9) {
+        nCh = nChFixedExact(szDigits, f, iPrec);
+    } else if (std::isfinite(f) && iPrec >= 0 && iPrec <= 17) {
         const std::to_chars_result res = std::to_chars(szDigits, szDigits + sizeof szDigits, f,
                                                        std::chars_format::fixed, iPrec);
         nCh = static_cast<int>(res.ptr - szDigits);

@@ -6,6 +6,7 @@
 #include <ctime>
 #include <cstdio>
 #include <string>
+#include <vector>
 
 #include "support/testutil.h"
 
@@ -150,4 +151,27 @@ TEST(FormatWhitespace, FindAndStrip) {
     EXPECT_EQ(iNextWsAfterSzI("ab cd", 0), 2);
     EXPECT_EQ(iNextWsAfterSzI("ab cd", 2), 5);
     EXPECT_EQ(iNextWsAfterSzI("a\tb c", 1), 3);
+}
+
+// The fixed-point fields of the reports are printf's "%W.Pf" bit for bit:
+// half-way values (exact binary ties such as 0.125, and the doubles either
+// side of a decimal half), negative zero and tiny negatives ("-0.00"), the
+// edges of the exact integer path, huge values and non-numbers.
+TEST(FormatNumbers, FixedFieldsArePrintfsText) {
+    std::vector<double> vecF = {0.0, -0.0, 1e-300, -1e-300, 4.9e-324, 0.5, 1.5, 2.5, 0.125,
+                                0.375, -0.625, 1e-9, 5e-10, 9007198.999999, 9007199.0,
+                                9007199.25, 1e15, 1e300, -1e300, NAN, INFINITY, -INFINITY};
+    for (int iPrec = 0; iPrec <= 9; iPrec++)
+        for (long k = -2005; k <= 2005; k += 7) {
+            const double fHalf = (static_cast<double>(k) + 0.5) / std::pow(10.0, iPrec);
+            vecF.insert(vecF.end(), {fHalf, std::nextafter(fHalf, 0.0), std::nextafter(fHalf, 1e9),
+                                     fHalf * 4093.0, std::ldexp(static_cast<double>(k), -iPrec - 3)});
+        }
+    for (double f : vecF)
+        for (int iPrec : {0, 1, 2, 6, 9, 10}) {
+            char szWant[400], szGot[400];
+            std::snprintf(szWant, sizeof szWant, "%8.*f", iPrec, f);
+            *pchPutFixed(szGot, f, 8, iPrec) = '\0';
+            ASSERT_STREQ(szGot, szWant) << f << " with " << iPrec << " decimals";
+        }
 }
