@@ -30,13 +30,13 @@ TEST(FormatDeathTest, AssertionTexts) {
 using LineReaderTest = InTempDir;
 
 TEST_F(LineReaderTest, CheckedLinesAndTheirFatalErrors) {
-    vttest::writeFile("in.txt", "\n  HEADER \nx\n");
+    vttest::writeFile("in.txt", "\n  HEADER \nx y\n");
     std::FILE* pf = std::fopen("in.txt", "r");
     ASSERT_NE(pf, nullptr);
     checkLineSzNonWsInPFILE(" HEADER", pf);
     EXPECT_EXIT(checkLineSzNonWsInPFILE("y", pf), exit1,
-                "^FATAL ERROR --\n    text file has \"x\" where \"y\" was expected\n$");
-    skipLineInPFILE(pf);
+                "^FATAL ERROR --\n    text file has \"x y\" where \"y\" was expected\n$");
+    skipLineInPFILE(pf);  // the whole line, not its first character
     EXPECT_EXIT(checkLineSzNonWsInPFILE("END", pf), exit1,
                 "text file ends where the line \"END\" was expected");
     std::fclose(pf);

@@ -5,6 +5,7 @@
 #include <cmath>
 #include <numbers>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "display/viewstack.h"
@@ -136,18 +137,20 @@ TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
 }
 
 TEST_F(ViewStackTest, HostileViewInFallsBackToTheDefault) {
-    const char* arSz[] = {
-        "",
-        "1 2 3\n4 5 6\n7 8 9\n",                                  // three lines only
-        "nan 2 3\n0 1 0\n0 0 1\n0.25 1 100\n",                    // not a number
-        "1 2 3\n0 0 -1\n0 0 2\n0.25 1 100\n",                     // look along up
-        "1 2 3\n0 1 0\n0 0 1\n0 1 100\n",                         // zero width
-        "1 2 3\n0 1 0\n0 0 1\n0.25 100 1\n",                      // near beyond far
+    const std::pair<const char*, const char*> arSz[] = {
+        {"", "not four lines"},
+        {"1 2 3\n4 5 6\n7 8 9\n", "not four lines"},
+        {"nan 2 3\n0 1 0\n0 0 1\n0.25 1 100\n", "not finite"},
+        {"1 2 3\n0 0 0\n0 0 1\n0.25 1 100\n", "zero length"},
+        {"1 2 3\n0 1 0\n0 0 0\n0.25 1 100\n", "zero length"},
+        {"1 2 3\n0 0 -1\n0 0 2\n0.25 1 100\n", "the same line"},
+        {"1 2 3\n0 1 0\n0 0 1\n0 1 100\n", "out of range"},
+        {"1 2 3\n0 1 0\n0 0 1\n0.25 100 1\n", "out of range"},
     };
     Pane pane = paneOf(800, 600);
     XfmCFmW3c xfmDefault = xfmCFmW3cDefaultFm(xfmPFmC3cFm(pane));
     int iCase = 0;
-    for (const char* sz : arSz) {
+    for (auto [sz, szProblem] : arSz) {
         writeFile("view.in", sz);
         xfmCFmW = XfmCFmW3c();
         testing::internal::CaptureStderr();
@@ -155,6 +158,7 @@ TEST_F(ViewStackTest, HostileViewInFallsBackToTheDefault) {
         std::string szErr = testing::internal::GetCapturedStderr();
         SCOPED_TRACE("case " + std::to_string(iCase++));
         EXPECT_EQ(szErr.rfind("view.in: ", 0), 0u) << szErr;
+        EXPECT_NE(szErr.find(szProblem), std::string::npos) << szErr;
         EXPECT_NE(szErr.find("; using the default camera\n"), std::string::npos) << szErr;
         expectSameCamera(xfmCFmW, xfmDefault);
     }

@@ -128,6 +128,14 @@ TEST(MdcfDerivsBSplineAtU, FewerOrdersThanTheDegreeLeaveTheRestAlone) {
     mdcfDerivsBSplineAtU(2, 5, 3, &vdfU, &cp2.apVdfP, 1.5, 5, &mdcf2);
     for (Long iDim = 1; iDim <= 2; iDim++)
         for (Long k = 4; k <= 5; k++) EXPECT_EQ(mdcf2.at(iDim, k), 0.0) << iDim << " " << k;
+    // Five coordinates, more than the stack path keeps, go the general way:
+    // each is the one-coordinate curve, bit for bit.
+    ControlPoints cp5(5, 5);
+    Mdc<double> mdcf5(1, 5, 0, 3), mdcf1(1, 1, 0, 3);
+    mdcfDerivsBSplineAtU(5, 5, 3, &vdfU, &cp5.apVdfP, 1.5, 3, &mdcf5);
+    mdcfDerivsBSplineAtU(1, 5, 3, &vdfU, &cp.apVdfP, 1.5, 3, &mdcf1);
+    for (Long iDim = 1; iDim <= 5; iDim++)
+        for (Long k = 0; k <= 3; k++) EXPECT_EQ(mdcf5.at(iDim, k), mdcf1.at(1, k)) << iDim << " " << k;
 }
 
 // Marsden's identity: u^k = sum_i c_i N(i, p)(u) with c_i the k-th elementary
