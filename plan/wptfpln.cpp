@@ -1,11 +1,13 @@
 // Waypoint file, B-spline fit and path analysis (see wptfpln.h).
 #include "plan/wptfpln.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "core/lapackld.h"
 #include "core/logerror.h"
@@ -67,16 +69,45 @@ using UPVdf = std::unique_ptr<Vd<double>>;
 
 // ---- helpers -------------------------------------------------------------------
 
+// The vectors of an array are made in one block, one allocation instead of
+// two per vector (the analysis makes five arrays of a vector per sample for
+// every plan): the Vd objects of elements lo..hi in order, then their
+// elements, nDim doubles each, zeroed as Vd's own constructor zeroes them.
+// Each vector adopts its share of the block. Element lo's vector is the
+// block's start; the vectors are never replaced or moved, only read and
+// written in place.
 A<unsigned char*>* paPVdfNew(Long lo, Long hi, Long nDim) {
     auto* pa = new A<unsigned char*>(lo, hi);
-    for (Long i = lo; i <= hi; i++)
-        (*pa)[i] = reinterpret_cast<unsigned char*>(new Vd<double>(1, nDim));
+    const Long n = pa->n();
+    if (n == 0) return pa;
+    VT_ASSERT(nDim >= 0);
+    const std::size_t nVd = static_cast<std::size_t>(n);
+    const std::size_t nEl = nVd * static_cast<std::size_t>(nDim);
+    static_assert(sizeof(Vd<double>) % alignof(double) == 0);
+    auto* pbBlock =
+        static_cast<unsigned char*>(::operator new(nVd * sizeof(Vd<double>) + nEl * sizeof(double)));
+    auto* pfEl = reinterpret_cast<double*>(pbBlock + nVd * sizeof(Vd<double>));
+    std::fill(pfEl, pfEl + nEl, 0.0);
+    for (Long i = lo; i <= hi; i++) {
+        const std::size_t k = static_cast<std::size_t>(i - lo);
+        auto* pvdf = new (pbBlock + k * sizeof(Vd<double>))
+            Vd<double>(1, nDim, pfEl + k * static_cast<std::size_t>(nDim));
+        (*pa)[i] = reinterpret_cast<unsigned char*>(pvdf);
+    }
     return pa;
 }
 
 void deletePaPVdf(A<unsigned char*>* pa) {
     if (pa == nullptr) return;
-    for (Long i = pa->lo(); i <= pa->hi(); i++) delete pvdfAt(pa, i);
+    if (pa->n() > 0) {
+        unsigned char* pbBlock = (*pa)[pa->lo()];
+        for (Long i = pa->lo(); i <= pa->hi(); i++) {
+            Vd<double>* pvdf = pvdfAt(pa, i);
+            pvdf->pdata = nullptr;  // the block holds the elements
+            pvdf->~Vd();
+        }
+        ::operator delete(pbBlock);
+    }
     delete pa;
 }
 

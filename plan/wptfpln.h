@@ -10,8 +10,10 @@
 //
 // Ownership: every vector or array handed out through a pointer-to-pointer
 // argument is newly allocated and belongs to the caller. Arrays of points
-// (A<unsigned char*>) hold pointers to heap Vd<double> vectors that belong to
-// the array's owner as well; release them with deletePaPVdf().
+// (A<unsigned char*>) hold pointers to Vd<double> vectors that belong to the
+// array's owner as well. paPVdfNew makes them, in one block with their
+// elements; release them with deletePaPVdf() only, and never replace a
+// vector (write its elements in place).
 //
 // Index ranges: the parameter vector is 1..nParam; waypoints are 0..nPt-1;
 // knot vectors 0..m; control points 0..n, each a Vd<double> over 1..1;
