@@ -126,6 +126,7 @@ TEST(MdcfDerivsBSplineAtU, FewerOrdersThanTheDegreeLeaveTheRestAlone) {
     for (Long iDim = 1; iDim <= 2; iDim++)
         for (Long k = 0; k <= 5; k++) mdcf2.at(iDim, k) = 42.0;
     mdcfDerivsBSplineAtU(2, 5, 3, &vdfU, &cp2.apVdfP, 1.5, 5, &mdcf2);
+    for (Long k = 0; k <= 3; k++) EXPECT_EQ(mdcf2.at(2, k), mdcf2.at(1, k)) << k;
     for (Long iDim = 1; iDim <= 2; iDim++)
         for (Long k = 4; k <= 5; k++) EXPECT_EQ(mdcf2.at(iDim, k), 0.0) << iDim << " " << k;
     // Five coordinates, more than the stack path keeps, go the general way:

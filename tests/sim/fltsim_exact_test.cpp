@@ -189,6 +189,18 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
         }
     }
     EXPECT_GT(nContact, 1000);  // the contact ran, on several polygons
+    // No gravity and the engine off: the vertical force is a zero whose sign
+    // only the drag's zero terms decide (velocities whose squares vanish).
+    const double fAcG = planet.fAcG;
+    planet.fAcG = 0.0;
+    flags = Flags{true, true, false, 0.0, 0.0, 0.0};
+    model.bClearedGnd = model.bEngineOff = true, model.bLanded = false;
+    const double afS[7] = {0.0, 50.0, 2.0, 1e-300, 1e-300, 0.0, 98.0};
+    double afD[7], afDRef[7];
+    model.derivAt(afD, 1.0, afS);
+    derivDocumented(afDRef, &flags, arFTi, arFFc, arFMm, 1.0, afS);
+    planet.fAcG = fAcG;
+    for (int i = 0; i < 7; i++) EXPECT_TRUE(bSame(afD[i], afDRef[i])) << i << ": " << afD[i];
 }
 
 // The actuator limits skip the lever-arm divisions for a moment well inside

@@ -47,6 +47,7 @@ TEST(SimReport, StopTouchdownAndPropellant) {
         EXPECT_EQ(rep.fMsPropLeft,
                   static_cast<Stvehicle3dof*>(arPStRun[arPStRun.iLast()])->fMs - vehicle.fMsEmpty);
         EXPECT_GT(rep.nStep, 0);
+        EXPECT_GT(rep.fDTiStepMin, 0.0);  // the first step counts as well
         EXPECT_LE(rep.fDTiStepMin, rep.fDTiStepMax);
         EXPECT_LE(rep.fDTiStepMax, 0.05 * (1.0 + 1e-12));
         EXPECT_TRUE(c.stop != SimStop::TimeLimit || arFTiRun[arFTiRun.iLast()] == 30.0);
