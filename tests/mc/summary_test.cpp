@@ -11,6 +11,12 @@
 #include "mc/picture.h"
 #include "support/testutil.h"
 
+#ifdef VT_TEST_IMAGE
+#include <QColor>
+#include <QImage>
+#include <QPointF>
+#endif
+
 #include "support/scenario.h"
 
 namespace {
@@ -130,11 +136,11 @@ std::uint32_t uBigEndian(const std::string& sz, std::size_t i) {
 
 TEST_F(McSummaryFiles, ThePictureIsA1200By900PngOrSaysWhyNot) {
     initParams(&scenario);
-    std::vector<McRunResult> ares = {resAt(1, 29.5, 0.0), resAt(2, 30.2, 0.0),
+    std::vector<McRunResult> ares = {resAt(1, 29.7, 0.0), resAt(2, 30.2, 0.0),
                                      resAt(3, 250.0, 0.0)};  // the last far away, left out
     ares[0].bUpright = 1;
     std::string szErr;
-    const bool bOk = bWriteMcPicture("rest.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 3, 30.0, 0.0, 0.3, 0.8, &szErr);
+    const bool bOk = bWriteMcPicture("rest.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 3, 30.0, 0.0, 0.0, 0.0, &szErr);
     if (!bMcPictureAvailable()) {  // a build without Qt says so and writes nothing
         EXPECT_EQ(szErr + std::to_string(bOk + vttest::fileExists("rest.png")),
                   "this build has no picture support (Qt 6 Gui); rest.png not written0");
@@ -145,6 +151,28 @@ TEST_F(McSummaryFiles, ThePictureIsA1200By900PngOrSaysWhyNot) {
     ASSERT_GT(szPng.size(), 33u);
     EXPECT_EQ(szPng.substr(0, 16), std::string("\x89PNG\r\n\x1a\n\0\0\0\rIHDR", 16));
     EXPECT_EQ(uBigEndian(szPng, 16) * 10000 + uBigEndian(szPng, 20), 12000900u);  // 1200 by 900
+#ifdef VT_TEST_IMAGE
+    // With no circles the close-up is 1 m across 1180 pixels, centred on the
+    // cross: the green (upright) point 0.3 m left of it, the red one 0.2 m
+    // right, both at its height. Centres of each colour in the lower panel.
+    const QImage img("rest.png");
+    auto ptCentre = [&img](auto bColour) {
+        double fX = 0.0, fY = 0.0, n = 0.0;
+        for (int y = 480; y < 890; y++)
+            for (int x = 10; x < 1190; x++)
+                if (const QColor c = img.pixelColor(x, y); bColour(c.red(), c.green(), c.blue()))
+                    fX += x, fY += y, n += 1.0;
+        return QPointF(fX / n, fY / n);
+    };
+    const QPointF ptCross = ptCentre([](int r, int g, int b) { return b > r + 80 && b > g + 80; });
+    const QPointF ptGreen = ptCentre([](int r, int g, int b) { return g > r + 40 && g > b + 40; });
+    const QPointF ptRed = ptCentre([](int r, int g, int b) { return r > g + 80 && r > b + 80; });
+    const double fPxPerM = 1180.0;
+    EXPECT_NEAR(ptGreen.x() - ptCross.x(), -0.3 * fPxPerM, 2.0);
+    EXPECT_NEAR(ptRed.x() - ptCross.x(), 0.2 * fPxPerM, 2.0);
+    EXPECT_NEAR(ptGreen.y(), ptCross.y(), 2.0);
+    EXPECT_NEAR(ptRed.y(), ptCross.y(), 2.0);
+#endif
     // A second picture in the same process works as well; a bad path is named.
     EXPECT_TRUE(bWriteMcPicture("again.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 1, 30.0, 0.0, 0.0, 0.0, &szErr));
     EXPECT_FALSE(bWriteMcPicture("no/such/dir/p.png", &scenario.arPArPPtVtxPgnGnd, ares.data(), 1, 0.0, 0.0, 0.0, 0.0, &szErr));
