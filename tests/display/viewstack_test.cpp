@@ -65,6 +65,18 @@ protected:
     }
 };
 
+// A pane with no width or no height (a window being made or shrunk away)
+// leaves the camera and its history as they are.
+TEST_F(ViewStackTest, EmptyPaneLeavesTheCameraAlone) {
+    xfmCFmW = xfmNumbered(7.0);
+    view.pushXfmCFmWToStack(xfmCFmW);
+    for (const Pane& pane : {paneOf(0, 600), paneOf(800, 0), paneOf(-1, -1)}) {
+        view.resizeViewForPane(pane);
+        expectSameCamera(xfmCFmW, xfmNumbered(7.0));
+        EXPECT_FALSE(view.bEmptyXfmCFmWOnStack());
+    }
+}
+
 TEST_F(ViewStackTest, HundredPushesKeepNinetyNineAndDropTheOldest) {
     emptyTheStack();
     for (int i = 0; i < 100; ++i) {

@@ -91,3 +91,22 @@ TEST(X4hProductTest, IdentityHoldsOnesOnTheDiagonalOnly) {
             EXPECT_EQ(x4h.mxFInv[r][c], r == c ? 1.0 : 0.0) << r << c;
         }
 }
+
+// Reflection in a plane: p' = p - 2((p - q).n) n, worked out here point by
+// point; the matrix is its own inverse.
+TEST(X4hReflectionTest, PlaneThroughAPointAgainstTheDirectFormula) {
+    const Pt3c ptOn(1.0, -2.0, 0.5);
+    const Dr3c drN(0.3, -0.4, 0.866);
+    const X4h x4h = x4hRflPlnPtDrNrm(ptOn, drN);
+    const double n[3] = {drN.fX, drN.fY, drN.fZ};
+    for (const Pt3c& pt : {Pt3c(0, 0, 0), Pt3c(3, 1, -2), Pt3c(-4, 5, 7)}) {
+        const double d = (pt.fX - ptOn.fX) * n[0] + (pt.fY - ptOn.fY) * n[1] + (pt.fZ - ptOn.fZ) * n[2];
+        const Pt3c ptR = ptXgm3c(x4h, pt);
+        EXPECT_NEAR(ptR.fX, pt.fX - 2 * d * n[0], 1e-12);
+        EXPECT_NEAR(ptR.fY, pt.fY - 2 * d * n[1], 1e-12);
+        EXPECT_NEAR(ptR.fZ, pt.fZ - 2 * d * n[2], 1e-12);
+    }
+    for (int r = 1; r <= 4; ++r)
+        for (int c = 1; c <= 4; ++c) EXPECT_EQ(x4h.mxF[r][c], x4h.mxFInv[r][c]);
+    expectPtEq(ptXgm3c(x4hRflZ(), Pt3c(1, 2, 3)), 1, 2, -3);
+}

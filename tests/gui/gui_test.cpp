@@ -664,7 +664,8 @@ private slots:
             QVERIFY(pseries->count() == pvdfT->n() && pseries->pen().style() == Qt::DashLine);
             QCOMPARE(plots().pwndChart(qty)->chart()->series().size(), 1);
         }
-        QVERIFY(plots().plabelChecks()->text().contains("within limits") &&
+        QVERIFY(plots().plabelChecks()->isVisible() &&
+                plots().plabelChecks()->text().contains("within limits") &&
                 !plots().plistWarnings()->isVisible());
         QVERIFY(!plots().plabelLanding()->isVisible() && !plots().bCursorShown());
 

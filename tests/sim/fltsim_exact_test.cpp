@@ -203,6 +203,18 @@ TEST(SimExact, DerivativeShortcutsGiveEveryBitOfTheDocumentedComputation) {
     for (int i = 0; i < 7; i++) EXPECT_TRUE(bSame(afD[i], afDRef[i])) << i << ": " << afD[i];
 }
 
+// A schedule whose thrust and moment do not start at row 1 as its times do
+// reads them out of range: the checked reads stop the program there.
+TEST(SimExactDeathTest, ScheduleNotFromRowOneIsAnArrayBoundsError) {
+    A1Val<double> arFTi(1, 2), arFFc(2, 3), arFMm(2, 3);
+    arFTi[1] = 0.0, arFTi[2] = 1.0;
+    arFFc[2] = arFFc[3] = arFMm[2] = arFMm[3] = 0.0;
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFFc, arFMm);
+    const double afS[7] = {0, 3, 0, 0, 0, 0, 99};
+    double afD[7];
+    EXPECT_DEATH(model.derivAt(afD, 0.5, afS), "array bounds");
+}
+
 // The actuator limits skip the lever-arm divisions for a moment well inside
 // the limit: at and beside the margin, with zero, tiny, huge and NaN thrust
 // and bounds, the actuals must be those of the documented comparisons.
