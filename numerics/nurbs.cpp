@@ -87,7 +87,7 @@ namespace {
 
 // mdcfDerivsBSpline for a degree of at most pFixedMax and orders up to the
 // degree, with its work arrays on the stack: every index used then lies in
-// the work arrays' ranges (ndu 0..p by 0..p, a 0..1 by 0..p), so the range
+// the work arrays' ranges (ndu 0..p by 0..p, a 0..1 by 0..p for each r), so the range
 // checks of the general code below could never fire, and the arithmetic is
 // the same, operation for operation. Entry (k, j) of the result is written
 // to pfTable[j * nRTable + k], for k = 0..nDeriv and j = 0..p.
@@ -95,7 +95,6 @@ void derivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, const Vd<doub
                         double* pfTable, Long nRTable) {
     double afLeft[pFixedMax + 1], afRight[pFixedMax + 1];
     double aafNdu[pFixedMax + 1][pFixedMax + 1];
-    double aafA[2][pFixedMax + 1];
     auto fDeriv = [pfTable, nRTable](Long k, Long j) -> double& {
         return pfTable[j * nRTable + k];
     };
@@ -123,14 +122,22 @@ void derivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, const Vd<doub
         afFactor[k] = fFactor;
         fFactor *= (p - k);
     }
-    for (Long r = 0; r <= p; r++) {
-        Long s1 = 0;
-        Long s2 = 1;
-        aafA[0][0] = 1.0;
-        for (Long k = 1; k <= nDeriv; k++) {
+    // The orders go outermost and the basis functions r inside, each r with
+    // its own two rows of coefficients: every (k, r) entry is the same
+    // sequence of operations on the same numbers as with r outermost (the
+    // rows of one r are read and written only by that r, and they alternate
+    // the same way for every r), but the p + 1 chains of divisions of one
+    // order no longer wait for one another.
+    double aaafA[pFixedMax + 1][2][pFixedMax + 1];
+    for (Long r = 0; r <= p; r++) aaafA[r][0][0] = 1.0;
+    Long s1 = 0;
+    Long s2 = 1;
+    for (Long k = 1; k <= nDeriv; k++) {
+        const Long pk = p - k;
+        for (Long r = 0; r <= p; r++) {
+            double(*aafA)[pFixedMax + 1] = aaafA[r];
             double fD = 0.0;
             const Long rk = r - k;
-            const Long pk = p - k;
             if (r >= k) {
                 aafA[s2][0] = aafA[s1][0] / aafNdu[pk + 1][rk];
                 fD = aafA[s2][0] * aafNdu[rk][pk];
@@ -148,10 +155,10 @@ void derivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, const Vd<doub
             // The general code stores fD and multiplies it by the factor
             // afterwards: the same product.
             fDeriv(k, r) = fD * afFactor[k];
-            const Long sSwap = s1;
-            s1 = s2;
-            s2 = sSwap;
         }
+        const Long sSwap = s1;
+        s1 = s2;
+        s2 = sSwap;
     }
 }
 
