@@ -163,9 +163,15 @@ TEST(MdcfDerivsBSpline, ReproduceThePowersOfUInsideTheCurve) {
         }
         for (double u : c.us) {
             const Long iSpan = iSpanInKnotvc(n, p, u, &vdfU);
+            Mdc<double> mdcfStack(0, p, 0, p);  // the stack path and the general one agree exactly
             for (Long nDeriv : {p, p + 1}) {
                 Mdc<double> mdcf(0, nDeriv, 0, p);
                 mdcfDerivsBSpline(iSpan, u, p, nDeriv, &vdfU, &mdcf);
+                for (Long r = 0; r <= p; r++)
+                    for (Long j = 0; j <= p; j++) {
+                        if (nDeriv == p) mdcfStack.at(r, j) = mdcf.at(r, j);
+                        EXPECT_EQ(mdcf.at(r, j), mdcfStack.at(r, j)) << r << " " << j;
+                    }
                 for (Long k = 0; k <= p; k++) {
                     const std::vector<double>& ac = aac[size_t(k)];
                     for (Long r = 0; r <= nDeriv; r++) {
