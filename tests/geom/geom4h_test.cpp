@@ -83,14 +83,6 @@ TEST(X4hProductTest, TwoMatrixFormCopiesExactlyTheEntries) {
     releaseMxF64(mxInv, 1, 1);
 }
 
-TEST(X4hProductTest, IdentityHoldsOnesOnTheDiagonalOnly) {
-    const X4h x4h = x4hIdent();
-    for (int r = 1; r <= 4; ++r)
-        for (int c = 1; c <= 4; ++c) {
-            EXPECT_EQ(x4h.mxF[r][c], r == c ? 1.0 : 0.0) << r << c;
-            EXPECT_EQ(x4h.mxFInv[r][c], r == c ? 1.0 : 0.0) << r << c;
-        }
-}
 
 // Reflection in a plane: p' = p - 2((p - q).n) n, worked out here point by
 // point; the matrix is its own inverse.

@@ -68,6 +68,8 @@ TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     F3PwF fn(3, 0.0, 0.0, 1.0, 1.0, 2.0, 0.0);
     EXPECT_DOUBLE_EQ(fn.fRAtFD(0.5), 0.6875);
     EXPECT_EQ(fn.fRAtFD(1.0), 1.0);
+    const double afD[] = {0.0, 1.0, 2.0}, afR[] = {0.0, 1.0, 0.0};  // the same table from arrays
+    EXPECT_EQ(F3PwF(3, afD, afR).fRAtFD(0.5), fn.fRAtFD(0.5));
 }
 
 TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {

@@ -137,6 +137,9 @@ TEST(MdcfDerivsBSplineAtU, FewerOrdersThanTheDegreeLeaveTheRestAlone) {
     mdcfDerivsBSplineAtU(1, 5, 3, &vdfU, &cp.apVdfP, 1.5, 3, &mdcf1);
     for (Long iDim = 1; iDim <= 5; iDim++)
         for (Long k = 0; k <= 3; k++) EXPECT_EQ(mdcf5.at(iDim, k), mdcf1.at(1, k)) << iDim << " " << k;
+    Vd<double> vdfX(1, 1);  // the point is order 0 of the derivatives, bit for bit
+    vdfXBSplineAtU(1, 1.5, 5, 3, &vdfU, &cp.apVdfP, &vdfX);
+    EXPECT_EQ(vdfX[1], mdcf1.at(1, 0));
 }
 
 // Marsden's identity: u^k = sum_i c_i N(i, p)(u) with c_i the k-th elementary

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include "sim/params.h"
@@ -198,6 +199,12 @@ TEST_F(Ground, BoxShortcutsAnswerAsTheWindingRuleAtTheirMargins) {
     for (double x : vecX)
         for (double y : vecY) nBelow += bBothAgree(x, y, -3.0, &arPPgn, plns);
     EXPECT_GT(nBelow, 500);
+    // The triangle by its own geometry: inside by the apex and the base,
+    // outside in the corners of its box beside the slanted edges.
+    double ar[6];
+    for (auto [x, y, bIn] : {std::tuple{19.0, 1.5, true}, {19.0, -1.9, true}, {17.6, 1.9, false},
+                             {20.8, 1.8, false}, {17.6, 0.9, false}})
+        EXPECT_EQ(bQuery(ar, x, y, -3.0, &arPPgn), bIn) << x << " " << y;
 }
 
 }  // namespace
