@@ -46,8 +46,6 @@ void* pvFnOfSharedLib(const char* szLib, const char* szFn, bool bOwnSymbolsFirst
 
 namespace {
 
-void* pvFnOfLib(const char* szLib, const char* szFn) { return pvFnOfSharedLib(szLib, szFn, true); }
-
 struct Lapacke {
     decltype(&LAPACKE_dgetrf) dgetrf;
     decltype(&LAPACKE_dgetrs) dgetrs;
@@ -55,14 +53,14 @@ struct Lapacke {
 
 Lapacke const& lapacke() {
     static const Lapacke lapacke = {
-        reinterpret_cast<decltype(&LAPACKE_dgetrf)>(pvFnOfLib(VT_LAPACKE_SONAME, "LAPACKE_dgetrf")),
-        reinterpret_cast<decltype(&LAPACKE_dgetrs)>(pvFnOfLib(VT_LAPACKE_SONAME, "LAPACKE_dgetrs"))};
+        fnOfSharedLib<decltype(&LAPACKE_dgetrf)>(VT_LAPACKE_SONAME, "LAPACKE_dgetrf", true),
+        fnOfSharedLib<decltype(&LAPACKE_dgetrs)>(VT_LAPACKE_SONAME, "LAPACKE_dgetrs", true)};
     return lapacke;
 }
 
 decltype(&cblas_dgemv) pfnDgemv() {
     static const auto pfn =
-        reinterpret_cast<decltype(&cblas_dgemv)>(pvFnOfLib(VT_CBLAS_SONAME, "cblas_dgemv"));
+        fnOfSharedLib<decltype(&cblas_dgemv)>(VT_CBLAS_SONAME, "cblas_dgemv", true);
     return pfn;
 }
 

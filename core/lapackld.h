@@ -31,3 +31,10 @@ void cblasDgemv(CBLAS_ORDER order, CBLAS_TRANSPOSE trans, blasint m, blasint n, 
 // that must share its dispatch state with others already loaded (OpenGL)
 // takes the usual order.
 void* pvFnOfSharedLib(const char* szLib, const char* szFn, bool bOwnSymbolsFirst);
+
+// The same function as a pointer of its own type Fn (decltype of its
+// declaration).
+template <class Fn>
+Fn fnOfSharedLib(const char* szLib, const char* szFn, bool bOwnSymbolsFirst) {
+    return reinterpret_cast<Fn>(pvFnOfSharedLib(szLib, szFn, bOwnSymbolsFirst));
+}

@@ -355,23 +355,18 @@ struct Nlopt {
     decltype(&nlopt_optimize) optimize;
 };
 
-template <class Fn>
-Fn fnNlopt(const char* szFn) {
-    return reinterpret_cast<Fn>(pvFnOfSharedLib(VT_NLOPT_SONAME, szFn, true));
-}
-
 Nlopt const& nlopt() {
     static const Nlopt api = {
-        fnNlopt<decltype(&nlopt_create)>("nlopt_create"),
-        fnNlopt<decltype(&nlopt_destroy)>("nlopt_destroy"),
-        fnNlopt<decltype(&nlopt_set_lower_bounds)>("nlopt_set_lower_bounds"),
-        fnNlopt<decltype(&nlopt_set_upper_bounds)>("nlopt_set_upper_bounds"),
-        fnNlopt<decltype(&nlopt_set_min_objective)>("nlopt_set_min_objective"),
-        fnNlopt<decltype(&nlopt_add_inequality_mconstraint)>("nlopt_add_inequality_mconstraint"),
-        fnNlopt<decltype(&nlopt_set_ftol_rel)>("nlopt_set_ftol_rel"),
-        fnNlopt<decltype(&nlopt_set_xtol_rel)>("nlopt_set_xtol_rel"),
-        fnNlopt<decltype(&nlopt_set_maxeval)>("nlopt_set_maxeval"),
-        fnNlopt<decltype(&nlopt_optimize)>("nlopt_optimize")};
+        fnOfSharedLib<decltype(&nlopt_create)>(VT_NLOPT_SONAME, "nlopt_create", true),
+        fnOfSharedLib<decltype(&nlopt_destroy)>(VT_NLOPT_SONAME, "nlopt_destroy", true),
+        fnOfSharedLib<decltype(&nlopt_set_lower_bounds)>(VT_NLOPT_SONAME, "nlopt_set_lower_bounds", true),
+        fnOfSharedLib<decltype(&nlopt_set_upper_bounds)>(VT_NLOPT_SONAME, "nlopt_set_upper_bounds", true),
+        fnOfSharedLib<decltype(&nlopt_set_min_objective)>(VT_NLOPT_SONAME, "nlopt_set_min_objective", true),
+        fnOfSharedLib<decltype(&nlopt_add_inequality_mconstraint)>(VT_NLOPT_SONAME, "nlopt_add_inequality_mconstraint", true),
+        fnOfSharedLib<decltype(&nlopt_set_ftol_rel)>(VT_NLOPT_SONAME, "nlopt_set_ftol_rel", true),
+        fnOfSharedLib<decltype(&nlopt_set_xtol_rel)>(VT_NLOPT_SONAME, "nlopt_set_xtol_rel", true),
+        fnOfSharedLib<decltype(&nlopt_set_maxeval)>(VT_NLOPT_SONAME, "nlopt_set_maxeval", true),
+        fnOfSharedLib<decltype(&nlopt_optimize)>(VT_NLOPT_SONAME, "nlopt_optimize", true)};
     return api;
 }
 

@@ -11,7 +11,7 @@ namespace {
 // made (the window's), so its libraries take the usual symbol order.
 template <class Fn>
 void take(Fn* pfn, const char* szLib, const char* szFn) {
-    *pfn = reinterpret_cast<Fn>(pvFnOfSharedLib(szLib, szFn, false));
+    *pfn = fnOfSharedLib<Fn>(szLib, szFn, false);
 }
 
 }  // namespace

@@ -87,9 +87,9 @@ namespace {
 
 // mdcfDerivsBSpline for a degree of at most pFixedMax and orders up to the
 // degree, with its work arrays on the stack: every index used then lies in
-// the work arrays' ranges (ndu 0..p by 0..p, a 0..1 by 0..p for each r), so the range
-// checks of the general code below could never fire, and the arithmetic is
-// the same, operation for operation. Entry (k, j) of the result is written
+// the work arrays' ranges (ndu 0..p by 0..p, a 0..1 by 0..p for each r), so
+// the range checks of the general code below could never fire, and the
+// arithmetic is the same, operation for operation. Entry (k, j) of the result is written
 // to pfTable[j * nRTable + k], for k = 0..nDeriv and j = 0..p.
 void derivsBSplineFixed(Long iSpan, double u, Long p, Long nDeriv, const Vd<double>& vdfU,
                         double* pfTable, Long nRTable) {

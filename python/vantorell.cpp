@@ -816,16 +816,17 @@ PYBIND11_MODULE(vantorell, m) {
           "dispersion file's names (thrust_scale, moment_bias, exhaust_speed,\n"
           "initial_mass, drag_scale, initial_pitch, initial_pitch_rate,\n"
           "initial_vx, command_delay). Releases the interpreter lock while flying.");
-    m.def("dispersion", &dispersion, py::arg("plan"), py::arg("spec"),
-          py::arg("runs") = py::none(), py::arg("seed") = py::none(), py::arg("threads") = 0,
+    m.def("dispersion", &dispersion, py::arg("plan"), py::arg("deviations"),
+          py::arg("runs") = py::none(), py::arg("rng_seed") = py::none(), py::arg("threads") = 0,
           py::arg("guided") = false, py::arg("target") = py::none(),
           py::arg("guidance") = py::none(),
-          "dispersion(plan, spec, runs=None, seed=None, threads=0, guided=False,\n"
-          "           target=None, guidance=None) -> dict\n\n"
+          "dispersion(plan, deviations, runs=None, rng_seed=None, threads=0,\n"
+          "           guided=False, target=None, guidance=None) -> dict\n\n"
           "Flies a landing-dispersion campaign as vantorell-mc does, with the same\n"
-          "numbers. spec: a dispersion file path, or a dict of name -> deviation or\n"
-          "(deviation, lower, upper) (and optionally 'runs', 'rng_seed'). runs and\n"
-          "seed override the dispersion's. threads=0 uses every core. target=(x, z)\n"
+          "numbers. deviations: a dispersion file path, or a dict of name ->\n"
+          "deviation or (deviation, lower, upper) (and optionally 'runs',\n"
+          "'rng_seed'). runs and rng_seed override the dispersion's. threads=0 uses\n"
+          "every core. target=(x, z)\n"
           "measures misses from there instead of the undispersed flight's rest point.\n"
           "guided=True flies every run guided (as vantorell-mc --guided; guidance as\n"
           "for fly), with the sensor noises of the dispersion.\n"
