@@ -1,7 +1,9 @@
 // The batch mode end to end: the program run as a user runs it, on the
 // reference cases and on hand-made fixtures, with its exact outputs, messages
 // and exit statuses.
+#include <algorithm>
 #include <filesystem>
+#include <map>
 #include <string>
 
 #include "support/testutil.h"
@@ -125,13 +127,23 @@ TEST_F(BatchTest, MessagesFatalErrorsAndUsageErrorsAndTheirStatuses) {
 TEST_F(BatchTest, DashCAndCaptureOfTheRequestedSize) {
     std::filesystem::create_directory("work");
     copyTestData("reference/flight/freefall_cut/fltplan.txt", "work/fltplan.txt");
-    const auto r = runCommand(szProgram() + " -C work -k sc --size 64x48", szDir);
+    const auto r = runCommand(szProgram() + " -C work -k sc --size 480x360", szDir);
     ASSERT_EQ(r.iExit, 0) << r.szErr;
     EXPECT_TRUE(fileExists("work/results.txt") && !fileExists("results.txt"));
     const std::string szBmp = readFile("work/pane.bmp");
-    ASSERT_EQ(szBmp.size(), 54u + 48u * 192u);  // rows of 64 * 3 bytes, already 4-aligned
+    ASSERT_EQ(szBmp.size(), 54u + 360u * 1440u);  // rows of 480 * 3 bytes, already 4-aligned
     EXPECT_EQ(szBmp.substr(0, 2), "BM");
-    EXPECT_EQ(szBmp.substr(18, 8), std::string("\x40\0\0\0\x30\0\0\0", 8));  // 64, 48
+    EXPECT_EQ(szBmp.substr(18, 8), std::string("\xe0\x01\0\0\x68\x01\0\0", 8));  // 480, 360
+    // The triad's x axis, 3 pixels wide, holds the scene's full-red pixels
+    // (blue, green, red in the file): most columns it crosses have 3.
+    std::map<int, int> mapNColumns;
+    for (int x = 0; x < 480; x++) {
+        int n = 0;
+        for (int y = 0; y < 360; y++) n += static_cast<unsigned char>(szBmp[54 + y * 1440 + 3 * x + 2]) == 255;
+        if (n > 0) mapNColumns[n] += 1;
+    }
+    EXPECT_EQ(std::max_element(mapNColumns.begin(), mapNColumns.end(),
+                               [](auto a, auto b) { return a.second < b.second; })->first, 3);
 }
 
 // g: the plan flown guided, into the same results.txt; without fltplan.txt it

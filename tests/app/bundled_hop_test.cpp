@@ -43,21 +43,15 @@ public:
     Long nEval = 0;
 };
 
-class BundledHop : public InTempDir {
+class BundledHop : public InScenarioFlying {
 protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
     void TearDown() override {
-        deleteStoredRun(&arFTiRun, &arPStRun);
         ps.deleteTraj1Params();
         ps.deleteTraj1Path();
         ps.deletePathAnalysis();
-        InTempDir::TearDown();
+        InScenarioFlying::TearDown();
     }
-    A1Val<double> arFTi{0}, arFT{0}, arFM{0}, arFTiRun{0};
-    A1Val<void*> arPStRun{0};
+    A1Val<double> arFTi{0}, arFT{0}, arFM{0};
 };
 
 }  // namespace

@@ -1,10 +1,14 @@
 // Camera parameter checks: invalid windows and distances are impossible
-// states; a zero near distance is accepted.
+// states; a zero near distance is accepted. The track's colour by the
+// propellant left.
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <vector>
 
 #include "display/camera.h"
+#include "display/display.h"
+#include "support/scenario.h"
 
 namespace {
 
@@ -29,4 +33,23 @@ TEST(CameraDeathTest, InvalidParametersAreImpossibleStates) {
     EXPECT_DEATH(xfmAtOrigin(-1, NAN, -1, 1, 1, 10, 0), szRe);
     EXPECT_DEATH(xfmCFmW3cFm(Pt3c(), Dr3c(0, 0, -1), Dr3c(0, 0, 2), -1, 1, -1, 1, 1, 10, 0),
                  "Assertion failed: fNorm != 0.0");
+}
+
+// Green while more than a quarter of the propellant is left, yellow down to a
+// twentieth, red at or below it; each threshold and the doubles either side.
+TEST(TrackColour, ByThePropellantLeft) {
+    Vehicle const& v = scenarioTest().vehicle;
+    const double mP = v.fMsGTO - v.fMsEmpty;
+    const struct { double fMs; float afRgb[3]; } acase[] = {
+        {v.fMsGTO, {0, 1, 0}},
+        {std::nextafter(v.fMsEmpty + mP / 4, 1e9), {0, 1, 0}},
+        {v.fMsEmpty + mP / 4, {1, 1, 0}},
+        {std::nextafter(v.fMsEmpty + mP / 20, 1e9), {1, 1, 0}},
+        {v.fMsEmpty + mP / 20, {1, 0, 0}},
+        {v.fMsEmpty, {1, 0, 0}}};
+    for (auto const& c : acase) {
+        ClrF const& clr = clrFPathAtFMs(&v, c.fMs);
+        EXPECT_EQ(std::vector<float>(clr.arF(), clr.arF() + 3),
+                  std::vector<float>(c.afRgb, c.afRgb + 3)) << c.fMs;
+    }
 }

@@ -216,12 +216,8 @@ public:
     Long nNotHeld = 0;
 };
 
-class GuidedFlight : public InTempDir {
+class GuidedFlight : public InScenarioFlying {
 protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
     // Plans szHop (a waypoint file) and reads its schedule.
     void plan(const std::string& szHop) {
         vttest::writeFile("traj1r.txt", vttest::readFile(szHop));
@@ -234,14 +230,12 @@ protected:
         std::fclose(pfile);
     }
     void TearDown() override {
-        deleteStoredRun(&arFTiRun, &arPStRun);
         ps.deleteTraj1Params();
         ps.deleteTraj1Path();
         ps.deletePathAnalysis();
-        InTempDir::TearDown();
+        InScenarioFlying::TearDown();
     }
-    A1Val<double> arFTi{0}, arFT{0}, arFM{0}, arFTiRun{0};
-    A1Val<void*> arPStRun{0};
+    A1Val<double> arFTi{0}, arFT{0}, arFM{0};
 };
 
 const std::string szBundledHop = VT_EXAMPLES "/handmade/traj1r.txt";

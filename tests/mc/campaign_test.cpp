@@ -34,16 +34,8 @@ std::vector<double> vfRest(McRunResult const& res) {
     return {res.fTiRest, res.fXfRest, res.fZfRest, res.fPitchRest, res.fMsPropLeft};
 }
 
-class McCampaign : public InTempDir {
+class McCampaign : public InScenarioFlying {
 protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
-    void TearDown() override {
-        deleteStoredRun(&arFTiRun, &arPStRun);
-        InTempDir::TearDown();
-    }
     void readSchedule(const std::string& szData, const char* szText = nullptr) {
         if (szText != nullptr) vttest::writeFile("fltplan.txt", szText);
         else vttest::copyTestData(szData, "fltplan.txt");
@@ -61,8 +53,6 @@ protected:
     }
     McSchedule sched;
     McWork work;
-    A1Val<double> arFTiRun{0};
-    A1Val<void*> arPStRun{0};
 };
 
 McInputs inputsWith(int iParam, double fDev) {

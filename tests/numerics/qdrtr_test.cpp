@@ -73,26 +73,15 @@ TEST(QTrapTest, DefaultToleranceIsOneInAHundredThousand) {
     EXPECT_EQ(fnFar.nEval, 5);
 }
 
-TEST(QTrapTest, DefaultLimitReachesStageSixteen) {
-    // Exact from stage 15 (spacing 2^-14): agreement at stage 16, the last
-    // stage that still adds points.
-    F1PwF fn = fnHat(1.0 / 16384.0);
-    QTrap q(&fn, 0.0, 1.0);
-    EXPECT_DOUBLE_EQ(q.fValue(), 1.0 / 16384.0);
-}
-
 TEST(QTrapTest, StageLimitCountsFromStageTwo) {
     // Exact from stage 5 on (grid spacing 1/16), so the first agreement is
-    // between stages 5 and 6: a limit of 6 suffices, 5 does not.
-    F1PwF fnHat16 = fnHat(1.0 / 16.0);
-    QTrap q6(&fnHat16, 0.0, 1.0, 1e-6, 6);
-    EXPECT_DOUBLE_EQ(q6.fValue(), 1.0 / 16.0);
-    EXPECT_DEATH(
-        {
-            QTrap q5(&fnHat16, 0.0, 1.0, 1e-6, 5);
-            q5.fValue();
-        },
-        szTooMany);
+    // between stages 5 and 6: a limit of 6 suffices, 5 does not. Exact from
+    // stage 15 (spacing 2^-14), the default limit reaches stage 16, the last
+    // that still adds points.
+    F1PwF fnHat16 = fnHat(1.0 / 16.0), fnHat16384 = fnHat(1.0 / 16384.0);
+    EXPECT_DOUBLE_EQ(QTrap(&fnHat16, 0.0, 1.0, 1e-6, 6).fValue(), 1.0 / 16.0);
+    EXPECT_DEATH(QTrap(&fnHat16, 0.0, 1.0, 1e-6, 5).fValue(), szTooMany);
+    EXPECT_DOUBLE_EQ(QTrap(&fnHat16384, 0.0, 1.0).fValue(), 1.0 / 16384.0);
 }
 
 TEST(QSimpTest, ReversedLimits) {

@@ -17,19 +17,7 @@ Scenario& scenario = scenarioTest();
 
 namespace {
 
-class FlightFile : public InTempDir {
-protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
-    void TearDown() override {
-        deleteStoredRun(&arFTiRun, &arPStRun);
-        InTempDir::TearDown();
-    }
-    A1Val<double> arFTiRun{0};
-    A1Val<void*> arPStRun{0};
-};
+using FlightFile = InScenarioFlying;
 
 TEST_F(FlightFile, BadPlansAreFatalErrorsNamingTheFile) {
     EXPECT_EXIT(
