@@ -3,6 +3,7 @@
 #include "sim/fltsim.h"
 
 #include <bit>
+#include <charconv>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -850,6 +851,41 @@ void szFileForMsg(char* szOut, std::size_t nOut, const char* szFile) {
         if (*pch == '%') *pch = '?';
 }
 
+// sscanf(sz, "%lf %lf %lf", ...) for a row of three plain decimals, the
+// form every written schedule has: each an optional sign, digits, and
+// optionally a point and more digits, separated by the C locale's white
+// space and followed by it or the end. Anything else (an exponent, a hex
+// or non-finite form, a field that runs on into another, fewer than three
+// fields) gives false, and the row is left to sscanf itself.
+//
+// Why the values are sscanf's. On such a row sscanf's %lf takes exactly
+// each field (the character after it can't continue a number) and converts
+// it as strtod does, correctly rounded. from_chars converts the unsigned
+// digits correctly rounded too, and rounding to nearest is symmetric, so
+// negating afterwards gives the signed field's double (-0 included). A
+// conversion that overflows or underflows is left to sscanf.
+bool bScanPlainRow(const char* sz, double* af) {
+    auto bSpace = [](char ch) { return ch == ' ' || (ch >= '\t' && ch <= '\r'); };
+    auto bDigit = [](char ch) { return ch >= '0' && ch <= '9'; };
+    const char* pch = sz;
+    for (int i = 0; i < 3; i++) {
+        while (bSpace(*pch)) pch++;
+        const bool bNeg = *pch == '-';
+        if (*pch == '-' || *pch == '+') pch++;
+        const char* pchDigits = pch;
+        while (bDigit(*pch)) pch++;
+        if (pch == pchDigits) return false;
+        if (*pch == '.')
+            for (pch++; bDigit(*pch);) pch++;
+        if (!(*pch == '\0' || bSpace(*pch))) return false;
+        double f = 0.0;
+        const auto res = std::from_chars(pchDigits, pch, f);
+        if (res.ec != std::errc() || res.ptr != pch) return false;
+        af[i] = bNeg ? -f : f;
+    }
+    return true;
+}
+
 }  // namespace
 
 void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
@@ -907,7 +943,14 @@ void readCmdsFromPFILE(A1Val<double>* parFTiCmd, A1Val<double>* parFFcThrustCmd,
     Long iCmd = 0;
     for (std::int64_t iLine = iLineFirst; iLine <= iLineLast; iLine++) {
         if (!bEof) bEof = !bReadLine();
-        std::sscanf(szLine, "%lf %lf %lf", &fTi, &fFcThrust, &fMmPitch);
+        double af[3];
+        if (bScanPlainRow(szLine, af)) {
+            fTi = af[0];
+            fFcThrust = af[1];
+            fMmPitch = af[2];
+        } else {
+            std::sscanf(szLine, "%lf %lf %lf", &fTi, &fFcThrust, &fMmPitch);
+        }
         if (!std::isfinite(fTi) || !std::isfinite(fFcThrust) || !std::isfinite(fMmPitch))
             fatalErrorSzFmtSzI("%s, line %i: a number is not finite", szName,
                                static_cast<Long>(iLine));

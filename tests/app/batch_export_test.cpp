@@ -7,11 +7,7 @@
 #include "app/plotdata.h"
 #include "support/testutil.h"
 
-using vttest::copyTestData;
-using vttest::fileExists;
-using vttest::readFile;
-using vttest::runCommand;
-using vttest::szProgram;
+using namespace vttest;
 
 namespace {
 

@@ -8,11 +8,7 @@
 
 #include "support/testutil.h"
 
-using vttest::fileExists;
-using vttest::readFile;
-using vttest::runCommand;
-using vttest::szProgram;
-using vttest::writeFile;
+using namespace vttest;
 
 using DesignBatchTest = InTempDir;
 
