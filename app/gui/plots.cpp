@@ -302,10 +302,10 @@ QRectF WndChart::rectPlotArea() const {
 int WndChart::iPxXCursor() const {
     if (_pchart == nullptr) return -1;
     const auto vecSeries = _pchart->series();
-    const QPointF pt = vecSeries.isEmpty()
-                           ? QPointF(rectPlotArea().left(), 0.0)
-                           : _pchart->mapToPosition(QPointF(_fTiCursor, 0.0), vecSeries.first());
-    return static_cast<int>(std::lround(pt.x()));
+    const double fPxX = vecSeries.isEmpty()
+                            ? rectPlotArea().left()
+                            : _pchart->mapToPosition(QPointF(_fTiCursor, 0.0), vecSeries.first()).x();
+    return static_cast<int>(std::lround(fPxX));
 }
 
 void WndChart::resizeEvent(QResizeEvent* pevent) {

@@ -27,10 +27,6 @@ double& fMsProp = ps.fMsProp;
 Planet& planet = scenario.planet;
 Vehicle& vehicle = scenario.vehicle;
 Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
-}  // namespace
-
-
-namespace {
 
 // The model, counting its evaluations.
 class CountingModel : public ArFFnFArFModel {

@@ -16,10 +16,6 @@
 namespace {
 Scenario& scenario = scenarioTest();
 A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
-}  // namespace
-
-
-namespace {
 
 // A hand-made plan of five samples at t = 0..4 at x = 0.5 over the level pad.
 struct SmallPlan {

@@ -85,3 +85,37 @@ TEST(VdMdcTest, BoundsAndRangeAssertions) {
     EXPECT_DEATH(pmdcgnTimesPVd(&m, &x0), szAssertRe("loC == lo && hiC == hi", "mxtypes"));
     EXPECT_DEATH(m.at(5, 1), szAssertRe("iR >= loR && iR <= hiR && iC >= loC && iC <= hiC", "mxtypes"));
 }
+
+// The dumps as text: the bare zeroes, the continued lines, the per-line count
+// of 0 (the number of rows), the empty matrix and the sparse forms. Of two
+// columns equally long the first is the longest.
+TEST(PrintTest, DumpsOfMatricesAndVectors) {
+    using vttest::szPrinted;
+    Mdc<double> m(1, 2, 1, 3), mEmpty(1, 2, 1, 0);
+    const double af[] = {1.5, 0.0, -2.0, -0.0, 3.25, 0.0};
+    for (int k = 0; k < 6; k++) m.at(1 + k / 3, 1 + k % 3) = af[k];
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMdcgn(pf, &m, "%2i", " %7.3f", 2); }),
+              "Mdc<F64>[ 1 .. 2, 1 .. 3]\n 1 :    1.500       0\n    -2.000\n 2 :        0   3.250\n         0\n");
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMdcgn(pf, &m, "%i", " %g", 0); }),
+              "Mdc<F64>[1 ..2,1 ..3]\n1 :  1.5 0\n  -2\n2 :  0 3.25\n  0\n");
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMdcgnStats(pf, &m, "%i"); }),
+              "Mdc<F64>[1 ..2,1 ..3], 3 non-zeroes, 3 exact zeroes\n");
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMdcgn(pf, &mEmpty, "%3i", " %8.3f", 4); }),
+              "Mdc<F64>[  1 ..  2,  1 ..  0]\n  empty\n");
+    Vd<double> v(0, 4);
+    for (Long i = 0; i <= 4; i++) v[i] = i + 1.0;
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPVd(pf, &v, "%2i", " %4.1f", 2); }),
+              "Vd<F64>[ 0 .. 4]\n 0 :   1.0  2.0\n 2 :   3.0  4.0\n 4 :   5.0\n");
+    Long aiStart[] = {0, 2, 2, 4}, aiR[] = {1, 3, 2, 4};  // columns 0 to 2: rows {1, 3}, {}, {2, 4}
+    Mcc<double> mcc(1, 4, 0, 2, 4, new A<Long>(0, 3, aiStart), new A<Long>(0, 3, aiR), new double[4]{1, 2, 3, 4});
+    Mco<double> mco(1, 4, 0, 2, 2, new A<Long>(0, 1, aiR), new A<Long>(0, 1, aiStart + 1), new double[2]{5, 6});
+    Vc<double> vc(1, 4, 2, new A<Long>(0, 1, aiR + 2), new double[2]{-1, 7});
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMccgnStats(pf, &mcc, "%i"); }),
+              "Mcc<F64>[1 ..4,0 ..2], 4 non-zeroes, longest column, [,0], has 2 non-zeroes\n");
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMccgn(pf, &mcc, "%i", " %g", 1); }),
+              "Mcc<F64>[1 ..4,0 ..2], 4 non-zeroes\n  col 0\n  1 :  1\n  3 :  2\n  col 1\n  col 2\n  2 :  3\n  4 :  4\n");
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPMcogn(pf, &mco, "%i", " %g", 0); }),
+              "Mco<F64>[1 ..4,0 ..2], 2 non-zeroes\n  (1,2) :  5  (3,2) :  6\n");
+    EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPVc(pf, &vc, "%i", " %g", 1); }),
+              "Vc<F64>[1 ..4], 2 non-zeroes\n  2 :  -1\n  4 :  7\n");
+}

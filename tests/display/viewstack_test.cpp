@@ -23,7 +23,6 @@ Long& iXfmCFmWStackFirst = view.iXfmCFmWStackFirst;
 Long& iXfmCFmWStackHwm = view.iXfmCFmWStackHwm;
 }  // namespace
 
-
 using vttest::writeFile;
 
 namespace {
@@ -132,7 +131,7 @@ TEST_F(ViewStackTest, EmptyStackReportsAreImpossibleStates) {
     EXPECT_DEATH(view.xfmCFmWRePushToStack(), "nothing available in xfmCFmWRePushToStack\\(\\)");
 }
 
-TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
+TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraAndAGoodOneItsOwnQuietly) {
     Pane pane = paneOf(1152, 700);
     testing::internal::CaptureStderr();
     view.readViewInOrDefault("view.in", pane);
@@ -146,6 +145,11 @@ TEST_F(ViewStackTest, MissingViewInGivesTheDefaultCameraQuietly) {
     // The eye is 180 m back along the look from the aim point (15, 0, 1).
     EXPECT_NEAR(fDistPtPt(xfmCFmW.ptEye, Pt3c(15.0, 0.0, 1.0) - 180.0 * Vc3c(drLook)), 0.0, 1e-12);
     expectSameCamera(view.xfmCFmWTopOfStack(), xfmCFmW);
+    writeFile("view.in", "1 2 3\n0 0 -1\n0 2 0\n0.5 1 100\n");  // looking down, north up
+    testing::internal::CaptureStderr();
+    view.readViewInOrDefault("view.in", pane);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_TRUE(xfmCFmW.drUp.fY == 1.0 && xfmCFmW.drLook.fZ == -1.0 && xfmCFmW.fR - xfmCFmW.fL == 0.5);
 }
 
 TEST_F(ViewStackTest, HostileViewInFallsBackToTheDefault) {

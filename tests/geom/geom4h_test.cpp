@@ -83,7 +83,6 @@ TEST(X4hProductTest, TwoMatrixFormCopiesExactlyTheEntries) {
     releaseMxF64(mxInv, 1, 1);
 }
 
-
 // Reflection in a plane: p' = p - 2((p - q).n) n, worked out here point by
 // point; the matrix is its own inverse.
 TEST(X4hReflectionTest, PlaneThroughAPointAgainstTheDirectFormula) {

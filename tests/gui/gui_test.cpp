@@ -48,7 +48,6 @@ bool& bFlightGuided = wb.bFlightGuided;
 XfmCFmW3c& xfmCFmW = wb.view.xfmCFmW;
 Vd<double>*& pvdfT = wb.plan.pvdfT;
 
-
 QByteArray byFile(const QString& szName) {
     QFile file(szName);
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();

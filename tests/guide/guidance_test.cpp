@@ -26,10 +26,6 @@ PlanState ps;
 Planet& planet = scenario.planet;
 Vehicle& vehicle = scenario.vehicle;
 Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
-}  // namespace
-
-
-namespace {
 
 // A hover point at the origin: thrust = weight, no moment.
 GuidanceRefPoint refHover(Vehicle const& v, double fG) {

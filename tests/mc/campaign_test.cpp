@@ -25,10 +25,6 @@ Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
 double& fPitch0 = scenario.fPitch0;
 double& fVeXf0 = scenario.fVeXf0;
 double& fPitchDot0 = scenario.fPitchDot0;
-}  // namespace
-
-
-namespace {
 
 std::vector<double> vfRest(McRunResult const& res) {
     return {res.fTiRest, res.fXfRest, res.fZfRest, res.fPitchRest, res.fMsPropLeft};

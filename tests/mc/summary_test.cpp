@@ -21,10 +21,6 @@
 
 namespace {
 Scenario& scenario = scenarioTest();
-}  // namespace
-
-
-namespace {
 
 McRunResult resAt(Long iRun, double x, double z) {
     McRunResult res{};

@@ -70,6 +70,7 @@ TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     EXPECT_EQ(fn.fRAtFD(1.0), 1.0);
     const double afD[] = {0.0, 1.0, 2.0}, afR[] = {0.0, 1.0, 0.0};  // the same table from arrays
     EXPECT_EQ(F3PwF(3, afD, afR).fRAtFD(0.5), fn.fRAtFD(0.5));
+    EXPECT_EQ(F3PwF(arFm(1, {0.0, 1.0, 2.0}), arFm(1, {0.0, 1.0, 0.0})).fRAtFD(1.5), fn.fRAtFD(0.5));
 }
 
 TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {

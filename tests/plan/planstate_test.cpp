@@ -34,7 +34,6 @@ double& fMsEmpty = scenario.fMsEmpty;
 double& fFcThrustMax = scenario.fFcThrustMax;
 }  // namespace
 
-
 using namespace vttest;
 
 namespace {

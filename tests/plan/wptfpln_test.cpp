@@ -13,10 +13,6 @@
 
 namespace {
 Scenario& scenario = scenarioTest();
-}  // namespace
-
-
-namespace {
 
 struct Spline {
     Long n, p;

@@ -12,10 +12,6 @@
 
 namespace {
 Scenario& scenario = scenarioTest();
-}  // namespace
-
-
-namespace {
 
 using FlightFile = InScenarioFlying;
 

@@ -9,7 +9,6 @@
 #include <cstring>
 #include <limits>
 #include <numbers>
-#include <string>
 #include <vector>
 
 #include "geom/geom4h.h"
@@ -24,10 +23,6 @@ Scenario& scenario = scenarioTest();
 Planet& planet = scenario.planet;
 Vehicle& vehicle = scenario.vehicle;
 A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
-}  // namespace
-
-
-namespace {
 
 bool bSame(double f1, double f2) { return std::memcmp(&f1, &f2, sizeof f1) == 0; }
 
@@ -260,35 +255,3 @@ TEST(SimExact, LeverArmLimitShortcutGivesTheDividedComparisons) {
 }
 
 }  // namespace
-
-using SimExactFile = InTempDir;
-
-// The schedule reader's rows against sscanf's "%lf %lf %lf" on the same
-// lines, a row that scans short keeping the values before it: plain decimals
-// of every length, both signs, ties between doubles, all six spaces, and the
-// forms the reader leaves to sscanf (exponents, hex, runs, short rows).
-TEST_F(SimExactFile, ScheduleRowsAreWhatSscanfReads) {
-    std::vector<std::string> vszRow = {
-        "1e5 2 3", "0x1p3 2 3", "1-2 3 4", ".5 1 2", "1. 2. 3.", "-0 -0.0 +0", "1e 2 3",
-        "1 2", "", "1,5 2 3", "9007199254740993 9007199254740995 +4503599627370497.5",
-        "0." + std::string(400, '0') + "1 5 6", "1 2 3 4", "7\v8\f9\r", "\t1\t2\t3z"};
-    std::srand(7);
-    for (int i = 0; i < 9000; i++) {  // three fields a row
-        if (i % 3 == 0) vszRow.emplace_back();
-        vszRow.back() += std::string(" \t\v\f\r  ").substr(std::rand() % 6, 1 + std::rand() % 2) +
-                         std::string("-+").substr(0, std::rand() % 3);
-        for (int n = 1 + std::rand() % 20; n > 0; n--) vszRow.back() += char('0' + std::rand() % 10);
-        std::string szTail = std::to_string(std::rand());
-        vszRow.back() += std::string(".").substr(0, std::rand() % 4) + szTail.substr(std::rand() % (szTail.size() + 1));
-    }
-    std::string szFile = "2 " + std::to_string(vszRow.size() + 1) + "\n";
-    for (auto const& sz : vszRow) szFile += sz + "\n";
-    vttest::writeFile("fltplan.txt", szFile);
-    A1Val<double> arFTi(0), arFFc(0), arFMm(0);
-    readScheduleFile("fltplan.txt", &arFTi, &arFFc, &arFMm);
-    double af[3] = {0.0, 0.0, 0.0};
-    for (Long i = 1; i <= static_cast<Long>(vszRow.size()); i++) {
-        std::sscanf((vszRow[i - 1] + "\n").c_str(), "%lf %lf %lf", &af[0], &af[1], &af[2]);
-        EXPECT_TRUE(bSame(arFTi[i], af[0]) && bSame(arFFc[i], af[1]) && bSame(arFMm[i], af[2])) << i << ": " << vszRow[i - 1];
-    }
-}

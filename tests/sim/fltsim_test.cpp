@@ -8,6 +8,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <initializer_list>
 #include <string>
@@ -27,10 +28,6 @@ A1Val<double>& arFTiData = run.arFTiData;
 A1Val<void*>& arPStvehicle = run.arPStvehicle;
 Planet& planet = scenario.planet;
 Vehicle& vehicle = scenario.vehicle;
-}  // namespace
-
-
-namespace {
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
 
@@ -277,6 +274,37 @@ TEST_F(SimInTempDir, ReaderRowsSkipsShortLinesAndEarlyEnds) {
         // A line longer than the buffer: the rest of it is read as the next line.
         {"3 4\nh\n" + szLong + "\n2.0 200.0 6.0\n", {{1, 100, 5}, {1, 100, 5}}}};
     for (const auto& c : acase) EXPECT_EQ(vrowRead(c.szText), c.vrow) << c.szText;
+}
+
+// The rows against sscanf's "%lf %lf %lf" on the same lines, bit for bit (a
+// short row keeps the values before it): plain decimals of every length, both
+// signs, ties between doubles, all six spaces, and the forms left to sscanf
+// itself (exponents, hex, runs, short rows).
+TEST_F(SimInTempDir, ReaderRowsAreWhatSscanfReads) {
+    std::vector<std::string> vszRow = {
+        "1e5 2 3", "0x1p3 2 3", "1-2 3 4", ".5 1 2", "1. 2. 3.", "-0 -0.0 +0", "1e 2 3",
+        "1 2", "", "1,5 2 3", "9007199254740993 9007199254740995 +4503599627370497.5",
+        "0." + std::string(400, '0') + "1 5 6", "1 2 3 4", "7\v8\f9\r", "\t1\t2\t3z"};
+    std::srand(7);
+    for (int i = 0; i < 9000; i++) {  // three fields a row
+        if (i % 3 == 0) vszRow.emplace_back();
+        vszRow.back() += std::string(" \t\v\f\r  ").substr(std::rand() % 6, 1 + std::rand() % 2) +
+                         std::string("-+").substr(0, std::rand() % 3);
+        for (int n = 1 + std::rand() % 20; n > 0; n--) vszRow.back() += char('0' + std::rand() % 10);
+        const std::string szTail = std::to_string(std::rand());
+        vszRow.back() += std::string(".").substr(0, std::rand() % 4) + szTail.substr(std::rand() % (szTail.size() + 1));
+    }
+    std::string szFile = "2 " + std::to_string(vszRow.size() + 1) + "\n";
+    std::vector<std::array<double, 3>> vrow;
+    std::array<double, 3> af{};
+    for (auto const& sz : vszRow) {
+        szFile += sz + "\n";
+        std::sscanf(sz.c_str(), "%lf %lf %lf", &af[0], &af[1], &af[2]);
+        vrow.push_back(af);
+    }
+    const auto vrowGot = vrowRead(szFile);
+    ASSERT_EQ(vrowGot, vrow);
+    EXPECT_EQ(std::memcmp(vrowGot.data(), vrow.data(), vrow.size() * sizeof vrow[0]), 0);  // zeroes' signs
 }
 
 // Reads plan.txt in a child and expects a fatal error with the given text.

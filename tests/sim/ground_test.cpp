@@ -17,10 +17,6 @@
 namespace {
 Scenario& scenario = scenarioTest();
 A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
-}  // namespace
-
-
-namespace {
 
 const double fNaN = std::numeric_limits<double>::quiet_NaN();
 

@@ -15,7 +15,6 @@ Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
 double& fZf0 = scenario.fZf0;
 }  // namespace
 
-
 TEST(SimReport, StopTouchdownAndPropellant) {
     initParams(&scenario);
     const struct { const char* szName; double fZf0, fFcThrust; SimStop stop; bool bTouchdown, bRanDry; }
