@@ -1,6 +1,7 @@
 // Bounded arrays, numeric arrays and vectors: the failure paths (fatal
 // error or assertion), the empty block and re-sizing that keeps the block.
 #include <climits>
+#include <cstdlib>
 #include <string>
 
 #include "core/array.h"
@@ -118,4 +119,15 @@ TEST(PrintTest, DumpsOfMatricesAndVectors) {
               "Mco<F64>[1 ..4,0 ..2], 2 non-zeroes\n  (1,2) :  5  (3,2) :  6\n");
     EXPECT_EQ(szPrinted([&](std::FILE* pf) { printPVc(pf, &vc, "%i", " %g", 1); }),
               "Vc<F64>[1 ..4], 2 non-zeroes\n  2 :  -1\n  4 :  7\n");
+}
+
+// The comparators as qsort takes them: by row then column, by column then row.
+TEST(SortTest, EntriesByRowThenColumnAndByColumnThenRow) {
+    ElRC ael[] = {{2, 1, 0.0}, {1, 2, 0.0}, {1, 1, 0.0}, {2, 0, 0.0}};
+    auto szOrder = [&] { std::string sz; for (ElRC const& el : ael) sz += std::to_string(10 * el.iR + el.iC) + " "; return sz; };
+    std::qsort(ael, 4, sizeof ael[0], iCompareRC);
+    EXPECT_EQ(szOrder(), "11 12 20 21 ");
+    std::qsort(ael, 4, sizeof ael[0], iCompareCR);
+    EXPECT_EQ(szOrder(), "20 11 21 12 ");
+    EXPECT_TRUE(iCompareR(&ael[0], &ael[2]) == 0 && iCompareC(&ael[1], &ael[2]) == 0 && iCompareRC(ael, ael) == 0);
 }

@@ -39,6 +39,11 @@ TEST_F(LineReaderTest, CheckedLinesAndTheirFatalErrors) {
     skipLineInPFILE(pf);  // the whole line, not its first character
     EXPECT_EXIT(checkLineSzNonWsInPFILE("END", pf), exit1,
                 "text file ends where the line \"END\" was expected");
+    char sz[nChLineMax];  // lines counted from 0 at the file's start
+    EXPECT_TRUE(std::string(szILinePFILE(sz, 2, nChLineMax, pf)) == "x y" && !szILinePFILE(sz, 3, nChLineMax, pf));
+    szILinePFILE(sz, 0, nChLineMax, pf);
+    skipINLinePFILE(1, pf);
+    EXPECT_EQ(std::fgetc(pf), 'x');
     std::fclose(pf);
     // A '%' from the file must not reach the fatal message as a format.
     vttest::writeFile("pct.txt", "50% %s%n off\n");
@@ -48,7 +53,6 @@ TEST_F(LineReaderTest, CheckedLinesAndTheirFatalErrors) {
     std::fclose(pf);
     vttest::writeFile("long.txt", std::string(2000, 'z') + "\n");
     pf = std::fopen("long.txt", "r");
-    char sz[nChLineMax];
     EXPECT_EXIT(readLineWithSzNonWsInPFILE(sz, pf), exit1, "text file line longer than 1023 characters");
     std::fclose(pf);
 }

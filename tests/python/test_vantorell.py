@@ -1,8 +1,8 @@
 """The Python module against the programs: the same files, numbers and messages."""
+import concurrent.futures
 import os
 import shutil
 import subprocess
-import threading
 from pathlib import Path
 
 import numpy as np
@@ -73,17 +73,8 @@ def test_flight_of_a_schedule_file_equals_the_program(schedule, tmp_path):
 def test_flights_on_two_threads_equal_flights_one_after_the_other():
     plans = [vantorell.plan(EXAMPLES / "traj1r.txt"), vantorell.plan(DATA / "plan/fast_hop/traj1r.txt")]
     alone = [vantorell.fly(p) for p in plans]
-    together = [[], []]
-
-    def fly_many(i):
-        for _ in range(20):
-            together[i].append(vantorell.fly(plans[i]))
-
-    threads = [threading.Thread(target=fly_many, args=(i,)) for i in range(2)]
-    for th in threads:
-        th.start()
-    for th in threads:
-        th.join()
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        together = list(pool.map(lambda p: [vantorell.fly(p) for _ in range(20)], plans))
     for i in range(2):
         for run in together[i]:
             for name in RUN_ARRAYS:

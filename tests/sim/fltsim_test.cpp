@@ -199,6 +199,7 @@ TEST_F(Sim, FlagsAreSetByTrialEvaluationsTheStepperDiscards) {
     Schedule sch{{0.0, 0.0, 0.0}, {30.0, 0.0, 0.0}};
     ArFFnFArFModel model(&planet, &vehicleNoDrag, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
     A1Val<double> arFSt = arFState(0, 0.998, 0, 0, 0.1, 0, 100);
+    arFDerivAt(&model, 0.0, arFState(0, 1.0, 0, 0, 0, 0, 100));  // higher than 1 m, not at it
     A1Val<double> arFD = arFDerivAt(&model, 0.0, arFSt);
     EXPECT_FALSE(model.bClearedGnd);
     A1Val<double> arFScale = arFState(1e-3, 1e-3, 1e-3, 1e-3, 1e-3, 1e-3, 1e-3);
