@@ -149,7 +149,7 @@ McRunResult mcRunFly(Scenario& sc, McSchedule const& sched, McInputs const& inpu
     SimReport report;
     sim(&pwork->arFTiData, &pwork->arPStvehicle, &model, fs.fTiIC, arFStateIC, fs.fTiMax,
         fs.fDTiData, fs.fDTiStepMin, fs.iNStepMax, fs.fTolIntg, fs.fTolIntg, fs.fTolIntg,
-        fs.fTolIntg, fs.fTolIntg, &report);
+        fs.fTolIntg, fs.fTolIntg, &report, bKeepRecords ? SimRecords::All : SimRecords::LastOnly);
 
     // 5. The outcome, from the last record and the driver's report.
     const Long iLastRecord = pwork->arPStvehicle.iLast();

@@ -93,11 +93,21 @@ void deleteListStvehicle3dof(ListStvehicle3dof* plist) {
     }
 }
 
+namespace {
+
+Stvehicle3dof stFmArFState(A1Val<double>& arFState, double fIPitch, double fFcThrustCmdIn,
+                           double fFcThrustActIn, double fMmPitchCmdIn, double fMmPitchActIn) {
+    return Stvehicle3dof(arFState[1], arFState[2], arFState[4], arFState[5], arFState[3],
+                         arFState[6], arFState[7], fIPitch, fFcThrustCmdIn, fFcThrustActIn,
+                         fMmPitchCmdIn, fMmPitchActIn);
+}
+
+}  // namespace
+
 Stvehicle3dof* pstFmArFState(A1Val<double>& arFState, double fIPitch, double fFcThrustCmdIn,
                              double fFcThrustActIn, double fMmPitchCmdIn, double fMmPitchActIn) {
-    return new Stvehicle3dof(arFState[1], arFState[2], arFState[4], arFState[5], arFState[3],
-                             arFState[6], arFState[7], fIPitch, fFcThrustCmdIn, fFcThrustActIn,
-                             fMmPitchCmdIn, fMmPitchActIn);
+    return new Stvehicle3dof(stFmArFState(arFState, fIPitch, fFcThrustCmdIn, fFcThrustActIn,
+                                          fMmPitchCmdIn, fMmPitchActIn));
 }
 
 X4h xgmFFmB_Fm_PStvehicle3dof(Stvehicle3dof* pstvehicle3dof) {
@@ -545,15 +555,15 @@ namespace {
 // at the current mass. The actuals come from the commands alone, not from
 // the engine cut or the ground torques of the dynamics (once the engine is
 // off the commands are zero, and so are the recorded actuals).
-Stvehicle3dof* pstRecordAt(ArFFnFArFModel* parFFnFArFModel, double fTi, A1Val<double>& arFState,
-                           double fIPitch) {
+Stvehicle3dof stRecordAt(ArFFnFArFModel* parFFnFArFModel, double fTi, A1Val<double>& arFState,
+                         double fIPitch) {
     double fFcThrustCmdNow, fMmPitchCmdNow;
     parFFnFArFModel->cmdAtFTi(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi);
     double fFcThrustActNow, fMmPitchActNow;
     parFFnFArFModel->pvehicle->fFcThrustMmPitchActFmCmd(
         &fFcThrustActNow, &fMmPitchActNow, fFcThrustCmdNow, fMmPitchCmdNow, arFState[7]);
-    return pstFmArFState(arFState, fIPitch, fFcThrustCmdNow, fFcThrustActNow, fMmPitchCmdNow,
-                         fMmPitchActNow);
+    return stFmArFState(arFState, fIPitch, fFcThrustCmdNow, fFcThrustActNow, fMmPitchCmdNow,
+                        fMmPitchActNow);
 }
 
 ListStvehicle3dof* plistNew(double fTi, Stvehicle3dof* pst) {
@@ -605,7 +615,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
          double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
          double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
          double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs,
-         SimReport* preport) {
+         SimReport* preport, SimRecords records) {
     // 1. Working arrays.
     const Long iNState = iNStateVehicle;
     VT_ASSERT(arFStateIC.n() == iNState);
@@ -662,7 +672,7 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     const double fIPitch = parFFnFArFModel->pvehicle->fIPitchAtFMs(arFState[7]);
     ListFreer listfreer{plistNew(fTi, nullptr)};
     ListStvehicle3dof* plistHead = listfreer.plist;
-    plistHead->pst = pstRecordAt(parFFnFArFModel, fTi, arFState, fIPitch);
+    plistHead->pst = new Stvehicle3dof(stRecordAt(parFFnFArFModel, fTi, arFState, fIPitch));
     ListStvehicle3dof* plistLast = plistHead;
     Long iNData = 1;
     double fTiSave = fTi;
@@ -765,10 +775,15 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
         // f. Save at output times and at the end.
         const bool bAtEnd = (fTiMax - fTiIC) * (fTi - fTiMax) >= 0.0;
         if (std::fabs(fTi - fTiSave) >= std::fabs(fDTiData - fDTiStepMin) || bAtEnd) {
-            plistLast->plistTail = plistNew(fTi, nullptr);
-            plistLast = plistLast->plistTail;
-            plistLast->pst = pstRecordAt(parFFnFArFModel, fTi, arFState, fIPitch);
-            iNData += 1;
+            const Stvehicle3dof st = stRecordAt(parFFnFArFModel, fTi, arFState, fIPitch);
+            if (records == SimRecords::LastOnly) {
+                plistHead->fTi = fTi;  // the one node, written over
+                *plistHead->pst = st;
+            } else {
+                plistLast->plistTail = plistNew(fTi, new Stvehicle3dof(st));
+                plistLast = plistLast->plistTail;
+                iNData += 1;
+            }
             fTiSave = fTi;
             bDTiUsedSet = false;
         }

@@ -256,11 +256,15 @@ void stateFmStvehicle3dof(A1Val<double>* parFState, Stvehicle3dof const& st);
 // small" on standard output; the records so far are returned).
 // When preport is given, the outcome is written there (see SimReport); for
 // too many steps it is written before the assertion fails.
+// With SimRecords::LastOnly the same steps are taken and the same records
+// made, but only the last is handed out (1..1): a caller that wants the
+// outcome alone, such as a dispersion campaign, is spared the others.
+enum class SimRecords { All, LastOnly };
 void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel* parFFnFArFModel,
          double fTiIC, A1Val<double>& arFStateIC, double fTiMax, double fDTiData,
          double fDTiStepMin, Long iNStepMax, double fTolIntgX, double fTolIntgXDot,
          double fTolIntgTheta, double fTolIntgThetaDot, double fTolIntgMs,
-         SimReport* preport = nullptr);
+         SimReport* preport = nullptr, SimRecords records = SimRecords::All);
 
 // Reads a command schedule from the open file's current position into the
 // three arrays (re-sized to 1..nCmd); the caller opens and closes the file.

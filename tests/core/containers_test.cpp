@@ -54,6 +54,8 @@ TEST(A2ValTest, ReBiasKeepsTheBlockAndBoundsAreAsserted) {
     EXPECT_EQ(a(1000001, -999999), 21.0);
     EXPECT_DEATH(a.reconstructIRCFirstILast(2, 0, 1, 2), szAssertRe("( iNR >= 0 ) && ( iNC >= 0 )", "array"));
     EXPECT_DEATH((A2Val<double>(0, -2, 0, -2)), szAssertRe("(_iNR >= 0) || (_iNC >= 0)", "array"));
+    a.reconstructIRCFirstILastElInit(1, 2, 0, 1, 7.0);
+    EXPECT_TRUE(a(1, 0) == 7.0 && a(2, 1) == 7.0);
 }
 
 TEST(A2ValTest, OneZeroCountStillObtainsABlockBothZeroNone) {

@@ -86,7 +86,7 @@ TEST(X4hProductTest, TwoMatrixFormCopiesExactlyTheEntries) {
 // Reflection in a plane: p' = p - 2((p - q).n) n, worked out here point by
 // point; the matrix is its own inverse.
 TEST(X4hReflectionTest, PlaneThroughAPointAgainstTheDirectFormula) {
-    const Pt3c ptOn(1.0, -2.0, 0.5);
+    const Pt3c ptOn(1.5, -2.0, 0.5);
     const Dr3c drN(0.3, -0.4, 0.866);
     const X4h x4h = x4hRflPlnPtDrNrm(ptOn, drN);
     const double n[3] = {drN.fX, drN.fY, drN.fZ};

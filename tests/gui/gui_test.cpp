@@ -331,7 +331,8 @@ private slots:
         QVERIFY(rectPlots.left() > rectPane.right() && rectPlots.width() > wndTop.width() / 4);
         QVERIFY(rectPane.width() > rectPlots.width() && wndTop.focusWidget() == &pane());
         // Nothing to plot yet.
-        QVERIFY(plots().plabelEmpty()->isVisible() && !plots().psliderTi()->isEnabled());
+        QVERIFY(plots().plabelEmpty()->isVisible() && !plots().psliderTi()->isEnabled() &&
+                !plots().plistWarnings()->isVisible() && !plots().plabelChecks()->isVisible());
         // An OpenGL context of the pane's format.
         QVERIFY(pane().isValid());
         QCOMPARE(pane().format().profile(), QSurfaceFormat::CompatibilityProfile);
