@@ -40,7 +40,8 @@ TEST(McSummaryStats, NearestRankRadii) {
 
 TEST(McSummaryStats, SummaryOfARandomSetAgainstADirectComputation) {
     // Given in an order where higher run numbers come first, with equal worst
-    // misses (run 2 and run 1 at 3-4-5 from the reference): the lower wins.
+    // misses (runs 37 and 36 at 3-4-5 from the reference, the first two
+    // given): the lower wins, and the runs after them don't.
     std::vector<McRunResult> ares;
     for (Long i = 0; i < 37; i++) {
         McRunResult res = resAt(37 - i, 2.0 + std::sin(1.7 * i), 0.3 * std::cos(2.3 * i));
@@ -48,8 +49,8 @@ TEST(McSummaryStats, SummaryOfARandomSetAgainstADirectComputation) {
         res.iStop = i % 7 == 0 ? mcStopEnd : i % 11 == 0 ? mcStopStep : mcStopRest;
         ares.push_back(res);
     }
-    ares[35].fXfRest = ares[36].fXfRest = 5.0;
-    ares[35].fZfRest = ares[36].fZfRest = 4.0;
+    ares[0].fXfRest = ares[1].fXfRest = 5.0;
+    ares[0].fZfRest = ares[1].fZfRest = 4.0;
     const McSummary summ = mcSummarize(ares.data(), 37, 2.0, 0.0);
     double fSum = 0.0, fSumSq = 0.0;
     std::vector<double> afMiss;
@@ -69,10 +70,10 @@ TEST(McSummaryStats, SummaryOfARandomSetAgainstADirectComputation) {
     EXPECT_EQ(summ.fR95, afMiss[35]);
     EXPECT_EQ(std::vector<Long>({summ.nUpright, summ.nRanDry, summ.anStop[0], summ.anStop[1],
                                  summ.anStop[2], summ.anStop[3], summ.iRunWorst}),
-              std::vector<Long>({nUpright, nDry, anStop[0], anStop[1], anStop[2], anStop[3], 1}));
+              std::vector<Long>({nUpright, nDry, anStop[0], anStop[1], anStop[2], anStop[3], 36}));
     EXPECT_EQ(summ.fMissWorst + summ.fXfRef, 7.0);
     // One run has no spread.
-    const McSummary summ1 = mcSummarize(&ares[35], 1, 2.0, 0.0);
+    const McSummary summ1 = mcSummarize(&ares[0], 1, 2.0, 0.0);
     EXPECT_EQ(summ1.fXfRestSd, 0.0);
     EXPECT_EQ(summ1.fR50 + summ1.fR95, 10.0);
 }

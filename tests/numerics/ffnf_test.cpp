@@ -86,13 +86,13 @@ TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {
 }
 
 TEST(F3PwFTest, OneSlopeOnlyMatchesTheFiniteDifferenceAtThatEnd) {
-    const A1Val<double> arFD = arFm(1, {0.0, 1.0, 2.5, 4.0});
+    const A1Val<double> arFD = arFm(1, {-1.0, 0.0, 1.5, 3.0});
     const A1Val<double> arFR = arFm(1, {1.0, 0.0, 2.0, 1.0});
     F3PwF fn(arFD, arFR, true, -3.0, false, 99.0);
     const double h = 1e-6;
-    EXPECT_NEAR((fn.fRAtFD(h) - fn.fRAtFD(-h)) / (2.0 * h), -3.0, 1e-6);
+    EXPECT_NEAR((fn.fRAtFD(-1.0 + h) - fn.fRAtFD(-1.0 - h)) / (2.0 * h), -3.0, 1e-6);
     // The other end is natural: zero second derivative.
-    const double fPP = (fn.fRAtFD(4.0 + 1e-4) - 2.0 * fn.fRAtFD(4.0) + fn.fRAtFD(4.0 - 1e-4)) / 1e-8;
+    const double fPP = (fn.fRAtFD(3.0 + 1e-4) - 2.0 * fn.fRAtFD(3.0) + fn.fRAtFD(3.0 - 1e-4)) / 1e-8;
     EXPECT_NEAR(fPP, 0.0, 1e-5);
 }
 

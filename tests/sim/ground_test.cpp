@@ -59,6 +59,8 @@ TEST_F(Ground, PlaneFollowsAPolygonChangedInPlace) {
     // vertices at the same address, must still get its own plane.
     Pgn pgn({Pt3c(0, 0, 0), Pt3c(1, 0, 0), Pt3c(1, 1, 0), Pt3c(0, 1, 0)});
     double a, b, c, d;
+    ptAtFootOfPerp(&a, &b, &c, 0, 0, 0, 1, 2, 2, -9);  // from the origin to x + 2y + 2z = 9
+    EXPECT_TRUE(a == 1.0 && b == 2.0 && c == 2.0);
     plnEqnPgn(&a, &b, &c, &d, pgn.par());
     EXPECT_EQ(d, 0.0);
     for (Long i = 1; i <= 4; i++) static_cast<Pt3c*>((*pgn.par())[i])->fZ = 2.0;
