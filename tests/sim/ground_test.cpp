@@ -88,11 +88,11 @@ TEST_F(Ground, ThreeDTestDropsTheDominantNormalAxis) {
     plnEqnPgn(&a, &b, &c, &d, pgnWall.par());
     EXPECT_TRUE(bPt3dInsidePgn(3.0, 0.5, 0.5, a, b, c, d, pgnWall.par()));
     EXPECT_FALSE(bPt3dInsidePgn(3.0, 1.5, 0.5, a, b, c, d, pgnWall.par()));
-    // A 45-degree roof: |a| = |c|, the tie goes to x (tested in y, z).
+    // A 45-degree roof, |a| = |c|: the tie goes to x, so the point is tested in (y, z), inside.
     Pgn pgnRoof({Pt3c(0, 0, 0), Pt3c(1, 0, 1), Pt3c(1, 1, 1), Pt3c(0, 1, 0)});
     plnEqnPgn(&a, &b, &c, &d, pgnRoof.par());
     EXPECT_EQ(std::fabs(a), std::fabs(c));
-    EXPECT_TRUE(bPt3dInsidePgn(0.5, 0.5, 0.5, a, b, c, d, pgnRoof.par()));
+    EXPECT_TRUE(bPt3dInsidePgn(2.0, 0.5, 0.5, a, b, c, d, pgnRoof.par()));
     // The plane y + z = 0: |b| = |c|, the tie goes to y (tested in z, x). The
     // point's (x, y) lies inside the polygon's (x, y) shadow, its (z, x) not.
     Pgn pgnYZ({Pt3c(0, 0, 0), Pt3c(0, 1, -1), Pt3c(1, 1, -1), Pt3c(1, 0, 0)});
