@@ -209,36 +209,94 @@ bool bNeverDecreasing(const double* arFTi, Long nCmd) {
     return true;
 }
 
+// Whether they strictly increase, over two rows at least. The look-up of
+// such a table never fails: its bracket is that of a table whose times never
+// decrease (cmdFromTable), two neighbouring rows, whose times differ, so fH
+// is not zero (the difference of two different finite doubles is not zero,
+// and an infinite or NaN difference is not zero either). A table of one row
+// brackets its time with that row itself, fH = 0.
+bool bStrictlyIncreasing(const double* arFTi, Long nCmd) {
+    if (nCmd < 2) return false;
+    for (Long i = 1; i < nCmd; i++)
+        if (!(arFTi[i] < arFTi[i + 1])) return false;
+    return true;
+}
+
 }  // namespace
 
 void ArFFnFArFModel::forgetKept() {
     pfTiCmdChecked = nullptr;
     nCmdChecked = 0;
     bCmdAscending = false;
+    bCmdStrict = false;
     iCmdHiLast = 2;
     bCmdKept = false;
     bTrigKept = false;
 }
 
 void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
+    cmdInline(pfFcThrustCmd, pfMmPitchCmd, fTi);
+}
+
+[[gnu::always_inline]] inline void ArFFnFArFModel::cmdInline(double* pfFcThrustCmd,
+                                                             double* pfMmPitchCmd, double fTi) {
     if (pcmdsource != nullptr) {
         // Guided: the commands held since the last control event.
         *pfFcThrustCmd = bEngineOff ? 0.0 : fFcThrustHeld;
         *pfMmPitchCmd = bEngineOff ? 0.0 : fMmPitchHeld;
         return;
     }
+    // The table checked last, read directly (its pointer and length
+    // unchanged): the kept commands or its look-up, as cmdAtFTiLookUp would
+    // give them, without checking the table again.
+    if (bCmdTableAsChecked()) {
+        if (bCmdKept && std::bit_cast<unsigned long long>(fTi) == iBitsTiCmdKept &&
+            bEngineOff == bEngineOffCmdKept) {
+            *pfFcThrustCmd = fFcThrustCmdKept;
+            *pfMmPitchCmd = fMmPitchCmdKept;
+            return;
+        }
+        cmdFromCheckedTable(pfFcThrustCmd, pfMmPitchCmd, fTi);
+        return;
+    }
+    cmdAtFTiLookUp(pfFcThrustCmd, pfMmPitchCmd, fTi);
+}
+
+void ArFFnFArFModel::cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitchCmd,
+                                         double fTi) {
+    const double* arFTi = pfTiCmdChecked;
+    const double* arFFc = arFFcThrustCmd._pel0;
+    const double* arFMm = arFMmPitchCmd._pel0;
+    cmdFromTable(
+        pfFcThrustCmd, pfMmPitchCmd, fTi, nCmdChecked, bEngineOff,
+        [arFTi](Long i) { return arFTi[i]; }, [arFFc](Long i) { return arFFc[i]; },
+        [arFMm](Long i) { return arFMm[i]; }, bCmdAscending ? &iCmdHiLast : nullptr);
+    bCmdKept = true;
+    iBitsTiCmdKept = std::bit_cast<unsigned long long>(fTi);
+    bEngineOffCmdKept = bEngineOff;
+    fFcThrustCmdKept = *pfFcThrustCmd;
+    fMmPitchCmdKept = *pfMmPitchCmd;
+}
+
+[[gnu::always_inline]] inline bool ArFFnFArFModel::bCmdTableAsChecked() const {
+    const Long nCmd = arFTiCmd.n();
+    return arFTiCmd._pel0 == pfTiCmdChecked && nCmd == nCmdChecked && nCmd >= 1 &&
+           arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
+           bCovers(arFMmPitchCmd, nCmd);
+}
+
+void ArFFnFArFModel::cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
     const Long nCmd = arFTiCmd.n();
     if (nCmd >= 1 && arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
         bCovers(arFMmPitchCmd, nCmd)) {
         // Every index used lies in 1..nCmd, which all three arrays cover:
         // read them directly (this runs in every derivative evaluation).
         const double* arFTi = arFTiCmd._pel0;
-        const double* arFFc = arFFcThrustCmd._pel0;
-        const double* arFMm = arFMmPitchCmd._pel0;
         if (arFTi != pfTiCmdChecked || nCmd != nCmdChecked) {
             pfTiCmdChecked = arFTi;
             nCmdChecked = nCmd;
             bCmdAscending = bNeverDecreasing(arFTi, nCmd);
+            bCmdStrict = bStrictlyIncreasing(arFTi, nCmd);
             iCmdHiLast = 2;
             bCmdKept = false;
         }
@@ -251,15 +309,7 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
             *pfMmPitchCmd = fMmPitchCmdKept;
             return;
         }
-        cmdFromTable(
-            pfFcThrustCmd, pfMmPitchCmd, fTi, nCmd, bEngineOff,
-            [arFTi](Long i) { return arFTi[i]; }, [arFFc](Long i) { return arFFc[i]; },
-            [arFMm](Long i) { return arFMm[i]; }, bCmdAscending ? &iCmdHiLast : nullptr);
-        bCmdKept = true;
-        iBitsTiCmdKept = iBitsTi;
-        bEngineOffCmdKept = bEngineOff;
-        fFcThrustCmdKept = *pfFcThrustCmd;
-        fMmPitchCmdKept = *pfMmPitchCmd;
+        cmdFromCheckedTable(pfFcThrustCmd, pfMmPitchCmd, fTi);
     } else {
         // Any other shape: the checked reads end the program at the first
         // index outside an array ("array bounds").
@@ -440,15 +490,18 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     // where a marginal hop lands.
     if (!bClearedGnd && z > fZfClearGnd) bClearedGnd = true;
 
-    // 3. Commands and actuator limits.
-    double fFcThrustCmdNow, fMmPitchCmdNow;
-    cmdAtFTi(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi);
-    double fFcThrustActNow, fMmPitchActNow;
-    pvehicle->fFcThrustMmPitchActFmCmd(&fFcThrustActNow, &fMmPitchActNow, fFcThrustCmdNow,
-                                       fMmPitchCmdNow, fMs);
-    if (bEngineOff) {
-        fFcThrustActNow = 0.0;
-        fMmPitchActNow = 0.0;
+    // 3. Commands and actuator limits; none once the engine is off. The
+    // commands are then asked for only where the look-up could fail (its
+    // assertion, the checked reads): with a command source, or a schedule
+    // read directly whose times strictly increase, it cannot, and the
+    // limits are a pure function whose result would be dropped.
+    double fFcThrustActNow = 0.0, fMmPitchActNow = 0.0;
+    if (!bEngineOff || (pcmdsource == nullptr && !(bCmdStrict && bCmdTableAsChecked()))) {
+        double fFcThrustCmdNow, fMmPitchCmdNow;
+        cmdInline(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi);
+        if (!bEngineOff)
+            pvehicle->fFcThrustMmPitchActFmCmd(&fFcThrustActNow, &fMmPitchActNow,
+                                               fFcThrustCmdNow, fMmPitchCmdNow, fMs);
     }
 
     // sin and cos of the pitch, kept from the last evaluation when the

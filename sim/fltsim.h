@@ -173,6 +173,15 @@ private:
     void takePlnsGnd();
     // derivAt's body, inlined into the driver's stepper (fltsim.cpp only).
     inline void derivInline(double* pfDeriv, double fTi, const double* pfState);
+    // cmdAtFTi with the repeated time answered in line (the stepper's stages
+    // share times), the look-up itself out of line (cmdAtFTiLookUp).
+    inline void cmdInline(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
+    void cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
+    // The look-up in the table checked last (pfTiCmdChecked, nCmdChecked),
+    // its commands kept.
+    void cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
+    // Whether the schedule is the table last checked, read directly.
+    inline bool bCmdTableAsChecked() const;
     friend struct ModelDerivInline;
 
     // The schedule table last looked up, whether its times never decrease,
@@ -181,6 +190,8 @@ private:
     const double* pfTiCmdChecked = nullptr;
     Long nCmdChecked = 0;
     bool bCmdAscending = false;
+    // ... whether they strictly increase (a look-up then never fails).
+    bool bCmdStrict = false;
     Long iCmdHiLast = 2;
     bool bCmdKept = false;
     bool bEngineOffCmdKept = false;

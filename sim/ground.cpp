@@ -1,13 +1,8 @@
 // Ground polygons and terrain queries (see ground.h).
 #include "sim/ground.h"
 
-#include <bit>
 #include <cmath>
 #include <numbers>
-
-#ifdef __SSE2__
-#include <emmintrin.h>
-#endif
 
 namespace {
 
@@ -252,10 +247,8 @@ bool bPtAtOrBelowPArPArPPtVtxPgnGnd(double* pxAtGnd, double* pyAtGnd, double* pz
 
 namespace {
 
-// Bounds of the box shortcut: a clear margin from the box's edges, and the
-// magnitude within which every coordinate must lie.
-constexpr double fMarginBox = 1e-6;
-constexpr double fCoordBoxMax = 1e70;
+using ground_detail::fCoordBoxMax;
+using ground_detail::fNormSqFlatMin;
 
 // The box of polygon k's vertices in its test coordinates, and whether the
 // polygon is that box's four corners in order.
@@ -292,42 +285,6 @@ void boxOfPgn(PlnsGnd* pplns, Long k) {
         iCornersSeen |= 1 << ((afU[i] == uMax ? 1 : 0) + (afV[i] == vMax ? 2 : 0));
     }
     pplns->abRect[k] = bRect && iCornersSeen == 15;
-}
-
-// bInsideByWinding's answer for polygon k of plns at (u0, v0), from the box
-// alone where it can be had.
-//
-// Outside: when the point is more than fMarginBox beyond an edge of the box
-// (say uMin - u0 > 1e-6, computed), every vertex is at least about 1e-6 from
-// it along that axis and at most about 4e70 from it (all coordinates within
-// 1e70), so each squared distance lies between 1e-12 and 1e142: the rule's
-// scaling check holds for every vertex, and its box test answers "outside".
-//
-// Inside: when the polygon is the box's four corners in order and the point
-// lies more than fMarginBox inside every edge, the scaling check holds as
-// above and the box test passes. For each edge p = vi - P, q = vj - P share
-// one coordinate (an edge along u: py = qy != 0) while the other has opposite
-// signs (px < 0 < qx or the reverse), so px*qy and qx*py have opposite signs
-// (or, along v, the same argument with the roles exchanged): the computed
-// cross product px*qy - qx*py adds two magnitudes of one sign, which is
-// exactly the computed |px*qy| + |qx*py| with that sign. It is therefore
-// beyond 1e-15 times that scale, with the sign of the exact cross product,
-// which is the same for all four edges of a box gone round one way. The
-// rule's "every edge turning the same way" answers "inside".
-//
-// Otherwise (near an edge, far away, not a number) the rule runs.
-template <class FnUV>
-bool bInsidePgnOfPlns(PlnsGnd const& plns, Long k, double u0, double v0, FnUV fnUV) {
-    if (plns.abBox[k] && std::fabs(u0) <= fCoordBoxMax && std::fabs(v0) <= fCoordBoxMax) {
-        const double* afBox = plns.aafBox[k];
-        if (afBox[0] - u0 > fMarginBox || u0 - afBox[1] > fMarginBox ||
-            afBox[2] - v0 > fMarginBox || v0 - afBox[3] > fMarginBox)
-            return false;
-        if (plns.abRect[k] && u0 - afBox[0] > fMarginBox && afBox[1] - u0 > fMarginBox &&
-            v0 - afBox[2] > fMarginBox && afBox[3] - v0 > fMarginBox)
-            return true;
-    }
-    return bInsideByWinding(u0, v0, 0, plns.anVtx[k] - 1, fnUV);
 }
 
 }  // namespace
@@ -371,6 +328,7 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
         pplns->anVtx[k] = nVtx;
         pplns->abBox[k] = false;
         pplns->abRect[k] = false;
+        pplns->abFlatBox[k] = false;
         if (iAxes < 0) continue;
         for (Long i = 0; i < nVtx; i++) {
             Pt3c const& pt = ptVtx(parPPtVtx, parPPtVtx->iFirst() + i);
@@ -380,84 +338,28 @@ bool bPlnsGndFm(PlnsGnd* pplns, A1Val<void*>* parPArPPtVtxPgnGnd) {
             pplns->aafV[k][i] = afXyz[(iAxes + 2) % 3];
         }
         boxOfPgn(pplns, k);
+        pplns->abFlatBox[k] = a == 0.0 && b == 0.0 && iAxes == 2 && pplns->abBox[k] &&
+                              pplns->afNormSq[k] >= fNormSqFlatMin;
     }
     return true;
 }
 
-Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double x, double y,
-                          double z, PlnsGnd const& plns) {
+bool ground_detail::bInsideByWindingOfPlns(PlnsGnd const& plns, Long k, double u0, double v0) {
+    const double* afU = plns.aafU[k];
+    const double* afV = plns.aafV[k];
+    return bInsideByWinding(u0, v0, 0, plns.anVtx[k] - 1,
+                            [afU, afV](Long i, double* pu, double* pv) {
+                                *pu = afU[i];
+                                *pv = afV[i];
+                            });
+}
+
+bool ground_detail::bPt3dInsidePgnOfPlns(PlnsGnd const& plns, Long k, double x, double y,
+                                         double z) {
     A1Val<void*>* parPArPPtVtxPgnGnd = plns.parPArPPtVtxPgnGnd;
-    VT_ASSERT(parPArPPtVtxPgnGnd->n() == plns.nPgn && plns.nPgn <= PlnsGnd::nPgnMax);
-    // bPtAtOrBelowGnd's loop with the planes and the inside test's vertices
-    // read from plns: the same numbers in the same order, so the same answer.
-    // The plane equation at the point is evaluated for every polygon first,
-    // with no early exit (so the loop runs on vectors; each value is the
-    // same expression as before), and only polygons with the point on or
-    // below their plane are visited, in index order.
-    double afPlnEqnAtPt[PlnsGnd::nPgnMax];
-    unsigned iPgnsBelow = 0;
-    const double* afA = plns.aafPlnByCoef[0];
-    const double* afB = plns.aafPlnByCoef[1];
-    const double* afC = plns.aafPlnByCoef[2];
-    const double* afD = plns.aafPlnByCoef[3];
-#ifdef __SSE2__
-    // Two polygons at a time (the arrays are zero past nPgn): each lane
-    // multiplies and adds as the scalar expression does, in the same order.
-    const __m128d x2 = _mm_set1_pd(x), y2 = _mm_set1_pd(y), z2 = _mm_set1_pd(z);
-    for (Long k = 0; k < plns.nPgn; k += 2) {
-        const __m128d fEq2 = _mm_add_pd(
-            _mm_add_pd(_mm_add_pd(_mm_mul_pd(_mm_loadu_pd(afA + k), x2),
-                                  _mm_mul_pd(_mm_loadu_pd(afB + k), y2)),
-                       _mm_mul_pd(_mm_loadu_pd(afC + k), z2)),
-            _mm_loadu_pd(afD + k));
-        _mm_storeu_pd(afPlnEqnAtPt + k, fEq2);
-        iPgnsBelow |= static_cast<unsigned>(_mm_movemask_pd(_mm_cmple_pd(fEq2, _mm_setzero_pd())))
-                      << k;
-    }
-    iPgnsBelow &= (1u << plns.nPgn) - 1u;
-#else
-    for (Long k = 0; k < plns.nPgn; k++) {
-        afPlnEqnAtPt[k] = afA[k] * x + afB[k] * y + afC[k] * z + afD[k];
-        iPgnsBelow |= static_cast<unsigned>(afPlnEqnAtPt[k] <= 0.0) << k;
-    }
-#endif
-    while (iPgnsBelow != 0) {
-        const Long k = std::countr_zero(iPgnsBelow);
-        iPgnsBelow &= iPgnsBelow - 1;
-        const double* afPln = plns.aafPln[k];
-        const double a = afPln[0], b = afPln[1], c = afPln[2], d = afPln[3];
-        // ptAtFootOfPerp with its two sums taken from above.
-        const double u = -afPlnEqnAtPt[k] / plns.afNormSq[k];
-        const double xFoot = x + u * a;
-        const double yFoot = y + u * b;
-        const double zFoot = z + u * c;
-        const int iAxes = plns.aiAxes[k];
-        bool bInside;
-        if (iAxes < 0) {
-            bInside = bPt3dInsidePgn(xFoot, yFoot, zFoot, a, b, c, d,
-                                     parPPtVtxPgn(parPArPPtVtxPgnGnd,
-                                                  parPArPPtVtxPgnGnd->iFirst() + k));
-        } else {
-            // The coordinates (iAxes + 1) % 3 and (iAxes + 2) % 3 of the
-            // foot, picked without an array (which would go through memory).
-            const double u0 = iAxes == 0 ? yFoot : iAxes == 1 ? zFoot : xFoot;
-            const double v0 = iAxes == 0 ? zFoot : iAxes == 1 ? xFoot : yFoot;
-            const double* afU = plns.aafU[k];
-            const double* afV = plns.aafV[k];
-            bInside = bInsidePgnOfPlns(plns, k, u0, v0,
-                                       [afU, afV](Long i, double* pu, double* pv) {
-                                           *pu = afU[i];
-                                           *pv = afV[i];
-                                       });
-        }
-        if (bInside) {
-            *pxAtGnd = xFoot;
-            *pyAtGnd = yFoot;
-            *pzAtGnd = zFoot;
-            return k;
-        }
-    }
-    return -1;
+    const double* afPln = plns.aafPln[k];
+    return bPt3dInsidePgn(x, y, z, afPln[0], afPln[1], afPln[2], afPln[3],
+                          parPPtVtxPgn(parPArPPtVtxPgnGnd, parPArPPtVtxPgnGnd->iFirst() + k));
 }
 
 bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double* pdxNGnd,

@@ -123,6 +123,18 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     model.cmdAtFTi(&fFc, &fMm, 2.5);  // fine away from the pair
     EXPECT_EQ(fFc, 600.0);
     EXPECT_DEATH(model.cmdAtFTi(&fFc, &fMm, 5.0), "Assertion failed: fH != 0.0");
+    // So too once the engine is off and the commands go unused.
+    model.bEngineOff = true;
+    const double afS[7] = {0, 0.5, 0, 0, 0, 0, 99};
+    double afD[7];
+    model.derivAt(afD, 2.5, afS);
+    EXPECT_DEATH(model.derivAt(afD, 5.0, afS), "Assertion failed: fH != 0.0");
+    // A table of one row brackets its own time with itself.
+    Schedule schOne{{1.0, 600.0, 0.0}};
+    ArFFnFArFModel modelOne(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, schOne.arFTi, schOne.arFFc, schOne.arFMm);
+    modelOne.bEngineOff = true;
+    modelOne.derivAt(afD, 0.5, afS);
+    EXPECT_DEATH(modelOne.derivAt(afD, 1.0, afS), "Assertion failed: fH != 0.0");
 }
 
 // Evaluates the model once.
