@@ -176,7 +176,8 @@ bool bPt3dInsidePgnOfPlns(PlnsGnd const& plns, Long k, double x, double y, doubl
 // rule's "every edge turning the same way" answers "inside".
 //
 // Otherwise (near an edge, far away, not a number) the rule runs.
-inline bool bInsidePgnOfPlns(PlnsGnd const& plns, Long k, double u0, double v0) {
+[[gnu::always_inline]] inline bool bInsidePgnOfPlns(PlnsGnd const& plns, Long k, double u0,
+                                                  double v0) {
     if (plns.abBox[k] && std::fabs(u0) <= fCoordBoxMax && std::fabs(v0) <= fCoordBoxMax) {
         const double* afBox = plns.aafBox[k];
         if (afBox[0] - u0 > fMarginBox || u0 - afBox[1] > fMarginBox ||
