@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 
+#include "display/viewstack.h"
 #include "support/testutil.h"
 
 using namespace vttest;
@@ -132,13 +133,19 @@ TEST_F(BatchTest, DashCAndCaptureOfTheRequestedSize) {
     // The triad's x axis, 3 pixels wide, holds the scene's full-red pixels
     // (blue, green, red in the file): most columns it crosses have 3.
     std::map<int, int> mapNColumns;
+    int iXAxisEnd = -1;
     for (int x = 0; x < 480; x++) {
         int n = 0;
         for (int y = 0; y < 360; y++) n += static_cast<unsigned char>(szBmp[54 + y * 1440 + 3 * x + 2]) == 255;
         if (n > 0) mapNColumns[n] += 1;
+        if (n == 3) iXAxisEnd = x;
     }
     EXPECT_EQ(std::max_element(mapNColumns.begin(), mapNColumns.end(),
                                [](auto a, auto b) { return a.second < b.second; })->first, 3);
+    // It ends where its tip, 16 m along x, falls through the default camera.
+    const XfmCFmW3c cam = xfmCFmW3cDefaultFm(xfmPFmC3cFm(Pane{480, 360, 0, 0}));
+    const Pt4h pt4hTip = ptXgm4h(cam.x4hCFmW, Pt4h(16.0, 0.0, 0.0, 1.0));
+    EXPECT_NEAR(iXAxisEnd, (pt4hTip.fX / pt4hTip.fW + 1.0) * 240.0, 3.0);
 }
 
 // g: the plan flown guided, into the same results.txt; without fltplan.txt it

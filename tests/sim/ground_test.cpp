@@ -98,6 +98,7 @@ TEST_F(Ground, ThreeDTestDropsTheDominantNormalAxis) {
     Pgn pgnYZ({Pt3c(0, 0, 0), Pt3c(0, 1, -1), Pt3c(1, 1, -1), Pt3c(1, 0, 0)});
     plnEqnPgn(&a, &b, &c, &d, pgnYZ.par());
     ASSERT_EQ(std::fabs(b), std::fabs(c));
+    EXPECT_EQ(d, 0.0);  // through the origin, the vertices' mean y 0.5 and z -0.5
     EXPECT_FALSE(bPt3dInsidePgn(0.5, 0.5, 0.5, a, b, c, d, pgnYZ.par()));
     EXPECT_TRUE(bPt3dInsidePgn(0.5, 0.5, -0.5, a, b, c, d, pgnYZ.par()));
     // A NaN normal has no dominant axis.
