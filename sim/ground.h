@@ -120,8 +120,10 @@ bool bPtAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, doub
 
 // The same query answering with the polygon found: its position in the
 // ground (0 for the first), or -1 for none. Its normal is that of
-// bPtAtOrBelowPlnsGnd, Dr3c of the plane's a, b, c.
-// In line below: the flight asks it in every derivative evaluation.
+// bPtAtOrBelowPlnsGnd, Dr3c of the plane's a, b, c. Defined in line at the
+// end of this header: the flight asks it in every derivative evaluation.
+inline Long iPgnAtOrBelowPlnsGnd(double* pxAtGnd, double* pyAtGnd, double* pzAtGnd, double x,
+                                 double y, double z, PlnsGnd const& plns);
 
 // Ground height: the first polygon whose projection onto x-y contains
 // (x, y) gives (x, y, -(a*x + b*y + d)/c). A vertical polygon (c = 0) is not
