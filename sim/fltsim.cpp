@@ -247,8 +247,10 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
         return;
     }
     // The table checked last, read directly (its pointer and length
-    // unchanged): the kept commands or its look-up, as cmdAtFTiLookUp would
-    // give them, without checking the table again.
+    // unchanged): the stepper asks for the same time several times in a row
+    // (its stages share times), and the same time and engine state give the
+    // commands kept from the last look-up; otherwise the look-up, without
+    // checking the table again.
     if (bCmdTableAsChecked()) {
         if (bCmdKept && std::bit_cast<unsigned long long>(fTi) == iBitsTiCmdKept &&
             bEngineOff == bEngineOffCmdKept) {
@@ -290,25 +292,16 @@ void ArFFnFArFModel::cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd,
     if (nCmd >= 1 && arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
         bCovers(arFMmPitchCmd, nCmd)) {
         // Every index used lies in 1..nCmd, which all three arrays cover:
-        // read them directly (this runs in every derivative evaluation).
+        // read them directly. Reached only for a table other than the one
+        // checked last (cmdInline answers that one), so it is checked now and
+        // nothing kept from the other holds.
         const double* arFTi = arFTiCmd._pel0;
-        if (arFTi != pfTiCmdChecked || nCmd != nCmdChecked) {
-            pfTiCmdChecked = arFTi;
-            nCmdChecked = nCmd;
-            bCmdAscending = bNeverDecreasing(arFTi, nCmd);
-            bCmdStrict = bStrictlyIncreasing(arFTi, nCmd);
-            iCmdHiLast = 2;
-            bCmdKept = false;
-        }
-        // The stepper asks for the same time several times in a row (its
-        // stages share times): the same time and engine state give the same
-        // commands, kept from the last look-up.
-        const unsigned long long iBitsTi = std::bit_cast<unsigned long long>(fTi);
-        if (bCmdKept && iBitsTi == iBitsTiCmdKept && bEngineOff == bEngineOffCmdKept) {
-            *pfFcThrustCmd = fFcThrustCmdKept;
-            *pfMmPitchCmd = fMmPitchCmdKept;
-            return;
-        }
+        pfTiCmdChecked = arFTi;
+        nCmdChecked = nCmd;
+        bCmdAscending = bNeverDecreasing(arFTi, nCmd);
+        bCmdStrict = bStrictlyIncreasing(arFTi, nCmd);
+        iCmdHiLast = 2;
+        bCmdKept = false;
         cmdFromCheckedTable(pfFcThrustCmd, pfMmPitchCmd, fTi);
     } else {
         // Any other shape: the checked reads end the program at the first

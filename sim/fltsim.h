@@ -174,7 +174,8 @@ private:
     // derivAt's body, inlined into the driver's stepper (fltsim.cpp only).
     inline void derivInline(double* pfDeriv, double fTi, const double* pfState);
     // cmdAtFTi with the repeated time answered in line (the stepper's stages
-    // share times), the look-up itself out of line (cmdAtFTiLookUp).
+    // share times); cmdAtFTiLookUp checks a table other than the one checked
+    // last, or reads one not read directly.
     inline void cmdInline(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
     void cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
     // The look-up in the table checked last (pfTiCmdChecked, nCmdChecked),
