@@ -248,8 +248,9 @@ TEST_F(Sim, DriverStopsPrintTheirMessages) {
     EXPECT_DEATH((dup2(2, 1), simRun(&run, &model, 0.0, arFSt0, 30.0, 1e-6, 3)),
                  "^Too many stepsAssertion failed: bStopped");
     // Exactly as many steps as allowed is not too many: three of 0.05 s.
-    simRun(&run, &model, 0.0, arFSt0, 0.15, 1e-6, 3);
-    EXPECT_EQ(run.n(), 4);
+    StoredFlight runThree;
+    simRun(&runThree, &model, 0.0, arFSt0, 0.15, 1e-6, 3);
+    EXPECT_EQ(runThree.n(), 4);
     // With a smallest useful step of 0.2 s, the proposed next step (at most
     // four times 0.05 s) is already too small after the first step: the run
     // ends softly, before a full output interval.
