@@ -57,13 +57,24 @@ struct PlanPitchStep : Plan {
         : Plan(std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt") {}
 };
 
+// A scratch directory, removed with everything in it at exit.
+struct ScratchDir {
+    std::string sz;
+    ~ScratchDir() {
+        std::error_code ec;
+        if (!sz.empty()) std::filesystem::remove_all(sz, ec);
+    }
+};
+
 // The bundled hop across the valley, planned from its waypoints in a
 // scratch directory.
 std::string szPlanBundledHop() {
+    static ScratchDir scratch;
     static const std::string szPlan = [] {
         const std::filesystem::path dirOld = std::filesystem::current_path();
         char szDir[] = "/tmp/vt_bench_sim_XXXXXX";
         if (mkdtemp(szDir) == nullptr) return std::string();
+        scratch.sz = szDir;
         std::filesystem::current_path(szDir);
         PlanState ps;
         const bool bPlanned = ps.bPlanTraj1FromFile(scenario, VT_EXAMPLES "/traj1r.txt");

@@ -14,7 +14,9 @@
 // fn(pfDeriv, fX, pfY) writes the iN derivatives at (fX, pfY).
 #pragma once
 
+#include <bit>
 #include <cmath>
+#include <cstdint>
 #include <type_traits>
 
 #include "core/types.h"
@@ -95,10 +97,26 @@ inline void rk4StepN(Len iN, double* pfYNext, double fX, const double* pfY, cons
     // input state when the caller passed one array for both.
     for (Long i = 0; i < iN; i++)
         afYOut[i] = pfY[i] + fH6 * (pfDyDx[i] + afDyT[i] + 2.0 * afDyM[i]);
+    // A component with 0 < |y| < 1e-300 fails the step. The test runs first
+    // on the bits, without a branch per component: with the sign bit
+    // cleared, the bit patterns of doubles order as their magnitudes do
+    // (NaNs above infinity), so 0 < |y| < 1e-300 exactly when bits(|y|) - 1
+    // < bits(1e-300) - 1 in unsigned arithmetic (a zero wraps to the
+    // largest value). The least of these over the components decides; only
+    // then does the loop find the first such component for the message.
+    constexpr std::uint64_t iBitsTiny = std::bit_cast<std::uint64_t>(1e-300) - 1;
+    std::uint64_t iBitsLeast = ~std::uint64_t{0};
     for (Long i = 0; i < iN; i++) {
-        const double fYNext = afYOut[i];
-        if (fYNext != 0.0 && std::fabs(fYNext) < 1e-300)
-            rk4StepFailYTooSmall(fX, fH, pfY, afDyT, afYOut, iN, fYNext);
+        const std::uint64_t iBits =
+            (std::bit_cast<std::uint64_t>(afYOut[i]) & 0x7fffffffffffffffULL) - 1;
+        iBitsLeast = iBits < iBitsLeast ? iBits : iBitsLeast;
+    }
+    if (iBitsLeast < iBitsTiny) {
+        for (Long i = 0; i < iN; i++) {
+            const double fYNext = afYOut[i];
+            if (fYNext != 0.0 && std::fabs(fYNext) < 1e-300)
+                rk4StepFailYTooSmall(fX, fH, pfY, afDyT, afYOut, iN, fYNext);
+        }
     }
     for (Long i = 0; i < iN; i++) pfYNext[i] = afYOut[i];
 }

@@ -42,6 +42,14 @@ X4h const& x4hRotInit() {
 void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchAct,
                                        double fFcThrustCmdIn, double fMmPitchCmdIn,
                                        double fMs) const {
+    actFmCmdInline(pfFcThrustAct, pfMmPitchAct, fFcThrustCmdIn, fMmPitchCmdIn, fMs);
+}
+
+[[gnu::always_inline]] inline void Vehicle::actFmCmdInline(double* pfFcThrustAct,
+                                                           double* pfMmPitchAct,
+                                                           double fFcThrustCmdIn,
+                                                           double fMmPitchCmdIn,
+                                                           double fMs) const {
     double fThrust = 0.0;
     if (fMs > fMsEmpty) {
         fThrust = fFcThrustCmdIn;
@@ -251,7 +259,7 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
     // (its stages share times), and the same time and engine state give the
     // commands kept from the last look-up; otherwise the look-up, without
     // checking the table again.
-    if (bCmdTableAsChecked()) {
+    if (bCmdTableCheckedNow()) {
         if (bCmdKept && std::bit_cast<unsigned long long>(fTi) == iBitsTiCmdKept &&
             bEngineOff == bEngineOffCmdKept) {
             *pfFcThrustCmd = fFcThrustCmdKept;
@@ -285,6 +293,10 @@ void ArFFnFArFModel::cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitc
     return arFTiCmd._pel0 == pfTiCmdChecked && nCmd == nCmdChecked && nCmd >= 1 &&
            arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
            bCovers(arFMmPitchCmd, nCmd);
+}
+
+[[gnu::always_inline]] inline bool ArFFnFArFModel::bCmdTableCheckedNow() const {
+    return bCmdTableFixed ? pfTiCmdChecked != nullptr : bCmdTableAsChecked();
 }
 
 void ArFFnFArFModel::cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
@@ -428,7 +440,7 @@ struct Slope {
     double fSin;
 };
 
-inline void addGroundContact(double* pfFcXf, double* pfFcZf, double* pfMmPitch,
+[[gnu::always_inline]] inline void addGroundContact(double* pfFcXf, double* pfFcZf, double* pfMmPitch,
                              double* pfPitchGndAtLandingSite, Slope const& slope, double fZfGnd, double z, double vx, double vz,
                              double fPitch, double fPitchDot, bool bLanded) {
     const double fPitchGnd = slope.fPitchGnd;
@@ -489,12 +501,12 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     // read directly whose times strictly increase, it cannot, and the
     // limits are a pure function whose result would be dropped.
     double fFcThrustActNow = 0.0, fMmPitchActNow = 0.0;
-    if (!bEngineOff || (pcmdsource == nullptr && !(bCmdStrict && bCmdTableAsChecked()))) {
+    if (!bEngineOff || (pcmdsource == nullptr && !(bCmdStrict && bCmdTableCheckedNow()))) {
         double fFcThrustCmdNow, fMmPitchCmdNow;
         cmdInline(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi);
         if (!bEngineOff)
-            pvehicle->fFcThrustMmPitchActFmCmd(&fFcThrustActNow, &fMmPitchActNow,
-                                               fFcThrustCmdNow, fMmPitchCmdNow, fMs);
+            pvehicle->actFmCmdInline(&fFcThrustActNow, &fMmPitchActNow, fFcThrustCmdNow,
+                                     fMmPitchCmdNow, fMs);
     }
 
     // sin and cos of the pitch, kept from the last evaluation when the
@@ -649,6 +661,19 @@ struct ListFreer {
 
 }  // namespace
 
+// Marks a run of sim() whose schedule stays put (bCmdTableCheckedNow), for
+// as long as the run lasts: an assertion inside it is an exception in the
+// robustness builds, and the model may be asked again after that.
+struct CmdTableFixedInRun {
+    ArFFnFArFModel* pmodel;
+    CmdTableFixedInRun(ArFFnFArFModel* pmodelIn, bool bFixed) : pmodel(pmodelIn) {
+        pmodel->bCmdTableFixed = bFixed;
+    }
+    CmdTableFixedInRun(CmdTableFixedInRun const&) = delete;
+    CmdTableFixedInRun& operator=(CmdTableFixedInRun const&) = delete;
+    ~CmdTableFixedInRun() { pmodel->bCmdTableFixed = false; }
+};
+
 // The model's derivative for the driver's inlined stepper.
 struct ModelDerivInline {
     [[gnu::always_inline]] static void at(ArFFnFArFModel* pmodel, double* pfDeriv, double fTi,
@@ -691,6 +716,8 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     // The model itself, not a class derived from it, is stepped with its
     // derivative inlined into the stepper: the same arithmetic (odeintfx.h).
     const bool bModelExact = typeid(*parFFnFArFModel) == typeid(ArFFnFArFModel);
+    const CmdTableFixedInRun cmdtablefixed(
+        parFFnFArFModel, bModelExact && parFFnFArFModel->pcmdsource == nullptr);
     auto fnDeriv = [parFFnFArFModel](double* pfDeriv, double fTiAt,
                                      const double* pfState) __attribute__((always_inline)) {
         ModelDerivInline::at(parFFnFArFModel, pfDeriv, fTiAt, pfState);

@@ -183,7 +183,16 @@ private:
     void cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
     // Whether the schedule is the table last checked, read directly.
     inline bool bCmdTableAsChecked() const;
+    // The same, in a run of sim() that steps this model itself with no
+    // command source: nothing between two of its evaluations touches the
+    // schedule arrays, so a table checked in the run stays as checked.
+    inline bool bCmdTableCheckedNow() const;
     friend struct ModelDerivInline;
+    friend struct CmdTableFixedInRun;
+
+    // Set by sim() for such a run (and cleared when the run ends, however it
+    // ends); forgetKept() at the run's start drops any earlier check.
+    bool bCmdTableFixed = false;
 
     // The schedule table last looked up, whether its times never decrease,
     // the last bracket (its upper row), and the commands of the last time

@@ -137,6 +137,19 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     EXPECT_DEATH(modelOne.derivAt(afD, 1.0, afS), "Assertion failed: fH != 0.0");
 }
 
+// A schedule replaced after a run is read afresh, not through the run's check.
+TEST_F(Sim, ScheduleReplacedAfterARunIsReadAfresh) {
+    Schedule sch{{0.0, 600.0, 0.0}, {10.0, 600.0, 0.0}};
+    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
+    StoredFlight flight;
+    simRun(&flight, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100.0), 0.2);
+    sch = Schedule{{0.0, 100.0, 0.0}, {0.25, 100.0, 0.0}, {0.75, 200.0, 4.0}, {10.0, 300.0, 0.0}};
+    double fFc, fMm;
+    model.cmdAtFTi(&fFc, &fMm, 0.5);
+    EXPECT_EQ(fFc, 150.0);
+    EXPECT_EQ(fMm, 2.0);
+}
+
 // Evaluates the model once.
 A1Val<double> arFDerivAt(ArFFnFArFModel* pmodel, double fTi, A1Val<double> const& arFSt) {
     A1Val<double> arFDeriv(1, 7);
