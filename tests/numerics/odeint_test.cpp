@@ -87,22 +87,17 @@ TEST_F(OdeFiles, Rk4UnderflowBelow1e300WritesDebugThenAsserts) {
               "   *parFYNext =\n"
               "       1.0000000000e-310\n"
               "       -5.0000000000e-01\n");
-    // An exact zero is not underflow.
-    A1Val<double> arFZ = arFOf({0.0, 1e-300}), arFD0 = arFOf({0.0, 0.0});
-    Rate zero({0.0, 0.0}, 0);
-    rk4Step(&arFYNext, 0.0, &arFZ, &arFD0, 2, 0.5, &zero);
-    EXPECT_EQ(arFYNext[1], 0.0);
-    // At and beside the bounds of 0 < |y| < 1e-300, in the last of three
-    // components (the state does not move): the step fails exactly there.
+    // At and beside the bounds of 0 < |y| < 1e-300 (an exact zero is not
+    // underflow), in the last of three components (the state does not move):
+    // the step fails exactly there.
     const double fTiny = 1e-300, fBelow = std::nextafter(1e-300, 0.0);
-    for (double f : {fTiny, -fTiny, fBelow, -fBelow, 4.9e-324, -4.9e-324, -0.0, 2.2250738585072014e-308,
+    for (double f : {0.0, -0.0, fTiny, -fTiny, fBelow, -fBelow, 4.9e-324, -4.9e-324, 2.2250738585072014e-308,
                      HUGE_VAL, -HUGE_VAL, std::nan(""), 1.0}) {
         A1Val<double> arFY3 = arFOf({1.0, 2.0, f}), arFD3 = arFOf({0.0, 0.0, 0.0}), arFNext3(1, 3);
         Rate still({0.0, 0.0, 0.0}, 0);
-        if (f != 0.0 && std::fabs(f) < 1e-300)
-            EXPECT_DEATH(rk4Step(&arFNext3, 0.0, &arFY3, &arFD3, 3, 0.5, &still), "fYNext") << f;
-        else
-            rk4Step(&arFNext3, 0.0, &arFY3, &arFD3, 3, 0.5, &still);
+        auto step = [&] { rk4Step(&arFNext3, 0.0, &arFY3, &arFD3, 3, 0.5, &still); };
+        if (f != 0.0 && std::fabs(f) < 1e-300) EXPECT_DEATH(step(), "fYNext") << f;
+        else step();
     }
 }
 

@@ -1,10 +1,12 @@
 // Waypoint file, B-spline fit and path analysis, checked against independent
 // computations: a Cox-de Boor evaluation written here, and closed forms.
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <string>
 #include <vector>
 
+#include "plan/thrusters.h"
 #include "plan/wptfpln.h"
 #include "sim/params.h"
 #include "support/testutil.h"
@@ -248,4 +250,16 @@ TEST(AnalysisTest, MassMarchesWithTheForceAtTheStartOfEachInterval) {
     Vd<double> vdfT1 = vdfOf({1.3}, 7);
     Path path1(fit, &vdfT1);
     EXPECT_EQ((*path1.pvdfMs)[7] + path1.fMsProp + path1.fHorzRange, 100.0);
+}
+
+// Thrusters 1 and 2 give |F|/3 - M/1.6, thruster 3 |F|/3 + M/0.8 (they sum
+// to |F|), and exactly three are written.
+TEST(AnalysisTest, ThrustersShareTheForceAndTakeTheMomentOverTheirLevers) {
+    for (auto [fx, fz, fM] : {std::array{0.0, 300.0, 0.0}, {-120.0, 350.0, 40.0}, {80.0, 90.0, -64.0}}) {
+        double afF[4] = {0.0, 0.0, 0.0, -7.0};
+        fFThrustersFm(afF, vdfOf({fx, 0.0, fz}, 1), vdfOf({0.0, fM, 0.0}, 1));
+        const double fAvg = std::hypot(fx, fz) / 3.0;
+        const double afWant[4] = {fAvg - fM / 1.6, fAvg - fM / 1.6, fAvg + fM / 0.8, -7.0};
+        for (int k = 0; k < 4; k++) EXPECT_NEAR(afF[k], afWant[k], 1e-12) << k;
+    }
 }

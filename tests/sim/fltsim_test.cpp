@@ -146,8 +146,7 @@ TEST_F(Sim, ScheduleReplacedAfterARunIsReadAfresh) {
     sch = Schedule{{0.0, 100.0, 0.0}, {0.25, 100.0, 0.0}, {0.75, 200.0, 4.0}, {10.0, 300.0, 0.0}};
     double fFc, fMm;
     model.cmdAtFTi(&fFc, &fMm, 0.5);
-    EXPECT_EQ(fFc, 150.0);
-    EXPECT_EQ(fMm, 2.0);
+    EXPECT_EQ(std::make_pair(fFc, fMm), std::make_pair(150.0, 2.0));
 }
 
 // Evaluates the model once.
