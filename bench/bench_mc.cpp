@@ -8,19 +8,17 @@
 // benchmark says which.
 #include <benchmark/benchmark.h>
 
-#include <unistd.h>
-
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
 
+#include "bundled_hop.h"
 #include "mc/campaign.h"
 #include "mc/dispersion.h"
 #include "mc/picture.h"
 #include "mc/summary.h"
-#include "plan/planstate.h"
 #include "sim/flight.h"
 #include "sim/fltsim.h"
 
@@ -41,8 +39,7 @@ struct BenchSetup {
     std::string szPlanName;
 };
 
-// Plans the bundled hop in a scratch directory and reads its schedule, or
-// falls back to the reference plan.
+// Reads the bundled hop's schedule, or falls back to the reference plan.
 BenchSetup const& setup() {
     static BenchSetup* psetup = [] {
         auto* p = new BenchSetup;
@@ -53,20 +50,10 @@ BenchSetup const& setup() {
         }
         std::string szPlan = VT_TEST_DATA "/reference/flight/pitch_step/fltplan.txt";
         p->szPlanName = "pitch_step plan";
-        const std::string szHop = VT_EXAMPLES "/traj1r.txt";
-        if (std::filesystem::exists(szHop)) {
-            const std::filesystem::path dirOld = std::filesystem::current_path();
-            char szDir[] = "/tmp/vt_bench_mc_XXXXXX";
-            if (mkdtemp(szDir) != nullptr) {
-                std::filesystem::current_path(szDir);
-                PlanState ps;
-                if (ps.bPlanTraj1FromFile(scenario, szHop.c_str())) {
-                    ps.writeFltplanTxt();
-                    szPlan = std::string(szDir) + "/fltplan.txt";
-                    p->szPlanName = "bundled hop";
-                }
-                std::filesystem::current_path(dirOld);
-            }
+        const std::string szHop = szFltplanBundledHop();
+        if (!szHop.empty()) {
+            szPlan = szHop;
+            p->szPlanName = "bundled hop";
         }
         std::FILE* pfile = std::fopen(szPlan.c_str(), "r");
         if (pfile == nullptr) {
@@ -75,10 +62,6 @@ BenchSetup const& setup() {
         }
         readMcSchedule(&p->sched, pfile, szPlan.c_str());
         std::fclose(pfile);
-        // The scratch plan has been read: its directory goes.
-        std::error_code ec;
-        if (p->szPlanName == "bundled hop")
-            std::filesystem::remove_all(std::filesystem::path(szPlan).parent_path(), ec);
         return p;
     }();
     return *psetup;

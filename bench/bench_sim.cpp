@@ -3,14 +3,13 @@
 // reference pitch-step plan and of the bundled hop (evaluations per flight,
 // time per evaluation, time per flight).
 #include <benchmark/benchmark.h>
-#include <stdlib.h>
 
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <string>
 
-#include "plan/planstate.h"
+#include "bundled_hop.h"
+
 #include "sim/flight.h"
 #include "sim/fltsim.h"
 #include "guide/guidance.h"
@@ -56,34 +55,6 @@ struct PlanPitchStep : Plan {
     PlanPitchStep()
         : Plan(std::string(VT_TEST_DATA) + "/reference/flight/pitch_step/fltplan.txt") {}
 };
-
-// A scratch directory, removed with everything in it at exit.
-struct ScratchDir {
-    std::string sz;
-    ~ScratchDir() {
-        std::error_code ec;
-        if (!sz.empty()) std::filesystem::remove_all(sz, ec);
-    }
-};
-
-// The bundled hop across the valley, planned from its waypoints in a
-// scratch directory.
-std::string szPlanBundledHop() {
-    static ScratchDir scratch;
-    static const std::string szPlan = [] {
-        const std::filesystem::path dirOld = std::filesystem::current_path();
-        char szDir[] = "/tmp/vt_bench_sim_XXXXXX";
-        if (mkdtemp(szDir) == nullptr) return std::string();
-        scratch.sz = szDir;
-        std::filesystem::current_path(szDir);
-        PlanState ps;
-        const bool bPlanned = ps.bPlanTraj1FromFile(scenario, VT_EXAMPLES "/traj1r.txt");
-        if (bPlanned) ps.writeFltplanTxt();
-        std::filesystem::current_path(dirOld);
-        return bPlanned ? std::string(szDir) + "/fltplan.txt" : std::string();
-    }();
-    return szPlan;
-}
 
 A1Val<double> arFStateAt(double x, double z, double fPitch, double vx, double vz, double fPitchDot,
                          double fMs) {
@@ -197,7 +168,7 @@ void BM_FlightPitchStep(benchmark::State& state) {
 BENCHMARK(BM_FlightPitchStep)->Unit(benchmark::kMillisecond);
 
 void BM_FlightBundledHop(benchmark::State& state) {
-    const std::string szPlan = szPlanBundledHop();
+    const std::string szPlan = szFltplanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
         return;
@@ -210,7 +181,7 @@ BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
 // The same plan flown guided (50 Hz). The reference is built once, as a
 // campaign builds it once for all its runs (BM_GuidanceReference).
 void BM_FlightBundledHopGuided(benchmark::State& state) {
-    const std::string szPlan = szPlanBundledHop();
+    const std::string szPlan = szFltplanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
         return;
@@ -225,7 +196,7 @@ void BM_FlightBundledHopGuided(benchmark::State& state) {
 BENCHMARK(BM_FlightBundledHopGuided)->Unit(benchmark::kMillisecond);
 
 void BM_GuidanceReference(benchmark::State& state) {
-    const std::string szPlan = szPlanBundledHop();
+    const std::string szPlan = szFltplanBundledHop();
     if (szPlan.empty()) {
         state.SkipWithError("the bundled hop could not be planned");
         return;

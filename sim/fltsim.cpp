@@ -39,28 +39,24 @@ X4h const& x4hRotInit() {
 
 // ---- the vehicle's actuators and inertia --------------------------------------
 
-void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchAct,
-                                       double fFcThrustCmdIn, double fMmPitchCmdIn,
-                                       double fMs) const {
-    actFmCmdInline(pfFcThrustAct, pfMmPitchAct, fFcThrustCmdIn, fMmPitchCmdIn, fMs);
-}
+namespace {
 
-[[gnu::always_inline]] inline void Vehicle::actFmCmdInline(double* pfFcThrustAct,
-                                                           double* pfMmPitchAct,
-                                                           double fFcThrustCmdIn,
-                                                           double fMmPitchCmdIn,
-                                                           double fMs) const {
+// The actuator limits (Vehicle::fFcThrustMmPitchActFmCmd), in line in the
+// flight's derivative.
+[[gnu::always_inline]] inline void actFmCmdInline(Vehicle const& v, double* pfFcThrustAct,
+                                                  double* pfMmPitchAct, double fFcThrustCmdIn,
+                                                  double fMmPitchCmdIn, double fMs) {
     double fThrust = 0.0;
-    if (fMs > fMsEmpty) {
+    if (fMs > v.fMsEmpty) {
         fThrust = fFcThrustCmdIn;
         if (fThrust < 0.0) fThrust = 0.0;
-        if (fThrust > fFcThrustMax) fThrust = fFcThrustMax;
+        if (fThrust > v.fFcThrustMax) fThrust = v.fFcThrustMax;
     }
     double fMoment = 0.0;
-    if (fMs > fMsEmpty) {
+    if (fMs > v.fMsEmpty) {
         fMoment = fMmPitchCmdIn;
-        if (fMoment < -fMmPitchMax) fMoment = -fMmPitchMax;
-        if (fMoment > fMmPitchMax) fMoment = fMmPitchMax;
+        if (fMoment < -v.fMmPitchMax) fMoment = -v.fMmPitchMax;
+        if (fMoment > v.fMmPitchMax) fMoment = v.fMmPitchMax;
         // The lever-arm limit. With zero thrust the ratio is +-inf or NaN:
         // +-inf clips the moment to 0, NaN (0/0) leaves a zero moment at 0.
         //
@@ -71,14 +67,22 @@ void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchA
         // c |T| (1 + 2^-53)^3 (1 - 1e-7) < c |T| (1 - 9e-8): |M / T| <
         // c (1 - 9e-8), whose rounding stays below c, so neither comparison
         // below can hold. Zero, negative or NaN bounds never pass the test.
-        const double fMomentLim = (fMmOvFcMax * std::fabs(fThrust)) * (1.0 - 1e-7);
+        const double fMomentLim = (v.fMmOvFcMax * std::fabs(fThrust)) * (1.0 - 1e-7);
         if (!(std::fabs(fMoment) < fMomentLim && fMomentLim > 1e-290 && fMomentLim < 1e290)) {
-            if (fMoment / fThrust < -fMmOvFcMax) fMoment = -fThrust * fMmOvFcMax;
-            if (fMoment / fThrust > fMmOvFcMax) fMoment = fThrust * fMmOvFcMax;
+            if (fMoment / fThrust < -v.fMmOvFcMax) fMoment = -fThrust * v.fMmOvFcMax;
+            if (fMoment / fThrust > v.fMmOvFcMax) fMoment = fThrust * v.fMmOvFcMax;
         }
     }
     *pfFcThrustAct = fThrust;
     *pfMmPitchAct = fMoment;
+}
+
+}  // namespace
+
+void Vehicle::fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchAct,
+                                       double fFcThrustCmdIn, double fMmPitchCmdIn,
+                                       double fMs) const {
+    actFmCmdInline(*this, pfFcThrustAct, pfMmPitchAct, fFcThrustCmdIn, fMmPitchCmdIn, fMs);
 }
 
 double Vehicle::fIPitchAtFMs(double fMs) const {
@@ -243,11 +247,12 @@ void ArFFnFArFModel::forgetKept() {
 }
 
 void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
-    cmdInline(pfFcThrustCmd, pfMmPitchCmd, fTi);
+    cmdInline(pfFcThrustCmd, pfMmPitchCmd, fTi, false);
 }
 
 [[gnu::always_inline]] inline void ArFFnFArFModel::cmdInline(double* pfFcThrustCmd,
-                                                             double* pfMmPitchCmd, double fTi) {
+                                                             double* pfMmPitchCmd, double fTi,
+                                                             bool bInRun) {
     if (pcmdsource != nullptr) {
         // Guided: the commands held since the last control event.
         *pfFcThrustCmd = bEngineOff ? 0.0 : fFcThrustHeld;
@@ -259,7 +264,7 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
     // (its stages share times), and the same time and engine state give the
     // commands kept from the last look-up; otherwise the look-up, without
     // checking the table again.
-    if (bCmdTableCheckedNow()) {
+    if (bCmdTableAsChecked(bInRun)) {
         if (bCmdKept && std::bit_cast<unsigned long long>(fTi) == iBitsTiCmdKept &&
             bEngineOff == bEngineOffCmdKept) {
             *pfFcThrustCmd = fFcThrustCmdKept;
@@ -288,15 +293,12 @@ void ArFFnFArFModel::cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitc
     fMmPitchCmdKept = *pfMmPitchCmd;
 }
 
-[[gnu::always_inline]] inline bool ArFFnFArFModel::bCmdTableAsChecked() const {
+[[gnu::always_inline]] inline bool ArFFnFArFModel::bCmdTableAsChecked(bool bInRun) const {
+    if (bInRun) return pfTiCmdChecked != nullptr;
     const Long nCmd = arFTiCmd.n();
     return arFTiCmd._pel0 == pfTiCmdChecked && nCmd == nCmdChecked && nCmd >= 1 &&
            arFTiCmd.iFirst() == 1 && bCovers(arFFcThrustCmd, nCmd) &&
            bCovers(arFMmPitchCmd, nCmd);
-}
-
-[[gnu::always_inline]] inline bool ArFFnFArFModel::bCmdTableCheckedNow() const {
-    return bCmdTableFixed ? pfTiCmdChecked != nullptr : bCmdTableAsChecked();
 }
 
 void ArFFnFArFModel::cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
@@ -440,9 +442,12 @@ struct Slope {
     double fSin;
 };
 
-[[gnu::always_inline]] inline void addGroundContact(double* pfFcXf, double* pfFcZf, double* pfMmPitch,
-                             double* pfPitchGndAtLandingSite, Slope const& slope, double fZfGnd, double z, double vx, double vz,
-                             double fPitch, double fPitchDot, bool bLanded) {
+[[gnu::always_inline]] inline void addGroundContact(double* pfFcXf, double* pfFcZf,
+                                                    double* pfMmPitch,
+                                                    double* pfPitchGndAtLandingSite,
+                                                    Slope const& slope, double fZfGnd, double z,
+                                                    double vx, double vz, double fPitch,
+                                                    double fPitchDot, bool bLanded) {
     const double fPitchGnd = slope.fPitchGnd;
     const double fCosPitchGnd = slope.fCos;
     const double fSinPitchGnd = slope.fSin;
@@ -472,11 +477,12 @@ struct Slope {
 }  // namespace
 
 void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState) {
-    derivInline(pfDeriv, fTi, pfState);
+    derivInline(pfDeriv, fTi, pfState, false);
 }
 
 [[gnu::always_inline]] inline void ArFFnFArFModel::derivInline(double* pfDeriv, double fTi,
-                                                               const double* pfState) {
+                                                               const double* pfState,
+                                                               bool bInRun) {
     const double x = pfState[0];
     const double z = pfState[1];
     const double fPitch = pfState[2];
@@ -501,12 +507,12 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     // read directly whose times strictly increase, it cannot, and the
     // limits are a pure function whose result would be dropped.
     double fFcThrustActNow = 0.0, fMmPitchActNow = 0.0;
-    if (!bEngineOff || (pcmdsource == nullptr && !(bCmdStrict && bCmdTableCheckedNow()))) {
+    if (!bEngineOff || (pcmdsource == nullptr && !(bCmdStrict && bCmdTableAsChecked(bInRun)))) {
         double fFcThrustCmdNow, fMmPitchCmdNow;
-        cmdInline(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi);
+        cmdInline(&fFcThrustCmdNow, &fMmPitchCmdNow, fTi, bInRun);
         if (!bEngineOff)
-            pvehicle->actFmCmdInline(&fFcThrustActNow, &fMmPitchActNow, fFcThrustCmdNow,
-                                     fMmPitchCmdNow, fMs);
+            actFmCmdInline(*pvehicle, &fFcThrustActNow, &fMmPitchActNow, fFcThrustCmdNow,
+                           fMmPitchCmdNow, fMs);
     }
 
     // sin and cos of the pitch, kept from the last evaluation when the
@@ -661,24 +667,12 @@ struct ListFreer {
 
 }  // namespace
 
-// Marks a run of sim() whose schedule stays put (bCmdTableCheckedNow), for
-// as long as the run lasts: an assertion inside it is an exception in the
-// robustness builds, and the model may be asked again after that.
-struct CmdTableFixedInRun {
-    ArFFnFArFModel* pmodel;
-    CmdTableFixedInRun(ArFFnFArFModel* pmodelIn, bool bFixed) : pmodel(pmodelIn) {
-        pmodel->bCmdTableFixed = bFixed;
-    }
-    CmdTableFixedInRun(CmdTableFixedInRun const&) = delete;
-    CmdTableFixedInRun& operator=(CmdTableFixedInRun const&) = delete;
-    ~CmdTableFixedInRun() { pmodel->bCmdTableFixed = false; }
-};
-
-// The model's derivative for the driver's inlined stepper.
+// The model's derivative for the driver's inlined stepper, which steps the
+// model itself: within the run (bInRun).
 struct ModelDerivInline {
     [[gnu::always_inline]] static void at(ArFFnFArFModel* pmodel, double* pfDeriv, double fTi,
                                           const double* pfState) {
-        pmodel->derivInline(pfDeriv, fTi, pfState);
+        pmodel->derivInline(pfDeriv, fTi, pfState, true);
     }
 };
 
@@ -716,8 +710,6 @@ void sim(A1Val<double>* parFTiData, A1Val<void*>* parPStvehicle, ArFFnFArFModel*
     // The model itself, not a class derived from it, is stepped with its
     // derivative inlined into the stepper: the same arithmetic (odeintfx.h).
     const bool bModelExact = typeid(*parFFnFArFModel) == typeid(ArFFnFArFModel);
-    const CmdTableFixedInRun cmdtablefixed(
-        parFFnFArFModel, bModelExact && parFFnFArFModel->pcmdsource == nullptr);
     auto fnDeriv = [parFFnFArFModel](double* pfDeriv, double fTiAt,
                                      const double* pfState) __attribute__((always_inline)) {
         ModelDerivInline::at(parFFnFArFModel, pfDeriv, fTiAt, pfState);

@@ -172,27 +172,24 @@ public:
 private:
     void takePlnsGnd();
     // derivAt's body, inlined into the driver's stepper (fltsim.cpp only).
-    inline void derivInline(double* pfDeriv, double fTi, const double* pfState);
+    // bInRun: called by sim() stepping this model itself (see
+    // bCmdTableAsChecked).
+    inline void derivInline(double* pfDeriv, double fTi, const double* pfState, bool bInRun);
     // cmdAtFTi with the repeated time answered in line (the stepper's stages
     // share times); cmdAtFTiLookUp checks a table other than the one checked
     // last, or reads one not read directly.
-    inline void cmdInline(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
+    inline void cmdInline(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi, bool bInRun);
     void cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
     // The look-up in the table checked last (pfTiCmdChecked, nCmdChecked),
     // its commands kept.
     void cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi);
-    // Whether the schedule is the table last checked, read directly.
-    inline bool bCmdTableAsChecked() const;
-    // The same, in a run of sim() that steps this model itself with no
-    // command source: nothing between two of its evaluations touches the
-    // schedule arrays, so a table checked in the run stays as checked.
-    inline bool bCmdTableCheckedNow() const;
+    // Whether the schedule is the table last checked, read directly. In a
+    // run of sim() that steps this model itself (bInRun), nothing between
+    // two of its evaluations touches the schedule arrays, and forgetKept()
+    // at the run's start dropped any earlier check: a table checked in the
+    // run stays as checked.
+    inline bool bCmdTableAsChecked(bool bInRun) const;
     friend struct ModelDerivInline;
-    friend struct CmdTableFixedInRun;
-
-    // Set by sim() for such a run (and cleared when the run ends, however it
-    // ends); forgetKept() at the run's start drops any earlier check.
-    bool bCmdTableFixed = false;
 
     // The schedule table last looked up, whether its times never decrease,
     // the last bracket (its upper row), and the commands of the last time

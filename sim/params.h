@@ -80,9 +80,6 @@ struct Vehicle {
     // zero moment).
     void fFcThrustMmPitchActFmCmd(double* pfFcThrustAct, double* pfMmPitchAct, double fFcThrustCmd,
                                   double fMmPitchCmd, double fMs) const;
-    // Its body, for the flight's derivative (sim/fltsim.cpp only).
-    inline void actFmCmdInline(double* pfFcThrustAct, double* pfMmPitchAct,
-                               double fFcThrustCmd, double fMmPitchCmd, double fMs) const;
 
     // Pitch inertia at a mass, linear between (fMsEmpty, fIPitchEmpty) and
     // (fMsGTO, fIPitchGTO); extrapolates outside that range.
