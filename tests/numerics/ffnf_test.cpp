@@ -4,7 +4,6 @@
 #include "support/testutil.h"
 
 #include <cmath>
-#include <initializer_list>
 #include <string>
 #include <utility>
 
@@ -12,36 +11,27 @@
 
 namespace {
 
-using vttest::szRe;
+using vttest::arFOf;
 
-std::string szAssert(const std::string& szExpr) {
-    return "Assertion failed: " + szRe(szExpr) + ", file .*ffnf";
-}
-
-A1Val<double> arFm(Long iFirst, std::initializer_list<double> lf) {
-    A1Val<double> ar(iFirst, iFirst + static_cast<Long>(lf.size()) - 1);
-    Long i = iFirst;
-    for (double f : lf) ar[i++] = f;
-    return ar;
-}
+std::string szAssert(const std::string& szExpr) { return vttest::szAssertRe(szExpr, "ffnf"); }
 
 }  // namespace
 
 TEST(FPolyFTest, CoefficientsFromAHigherIndexLackTheLowerPowers) {
-    FPolyF fn(arFm(0, {1.0, -2.0, 0.5, 3.0}));
+    FPolyF fn(arFOf({1.0, -2.0, 0.5, 3.0}, 0));
     EXPECT_DOUBLE_EQ(fn.fRAtFD(1.7), 1.0 - 2.0 * 1.7 + 0.5 * 1.7 * 1.7 + 3.0 * 1.7 * 1.7 * 1.7);
-    FPolyF fnFrom2(arFm(2, {1.5, -0.5}));  // 1.5 x^2 - 0.5 x^3
+    FPolyF fnFrom2(arFOf({1.5, -0.5}, 2));  // 1.5 x^2 - 0.5 x^3
     for (auto [x, f] : {std::pair{2.0, 2.0}, {-1.0, 2.0}, {0.0, 0.0}}) EXPECT_EQ(fnFrom2.fRAtFD(x), f) << x;
 }
 
 TEST(FPolyFTest, NeedsCoefficientsFromIndexZeroOrAbove) {
     const std::string szExpr = "_arFCoeff.iFirst() >= 0 && _arFCoeff.n() > 0";
-    EXPECT_DEATH(FPolyF(arFm(-1, {1.0, 2.0})), szAssert(szExpr));
+    EXPECT_DEATH(FPolyF(arFOf({1.0, 2.0}, -1)), szAssert(szExpr));
     EXPECT_DEATH(FPolyF(A1Val<double>(1, 0)), szAssert(szExpr));
 }
 
 TEST(F1PwFTest, InterpolatesLinearlyAndExtrapolatesTheEndSegments) {
-    F1PwF fn(arFm(1, {0.0, 1.0, 3.0}), arFm(1, {1.0, 3.0, 2.0}));
+    F1PwF fn(arFOf({0.0, 1.0, 3.0}, 1), arFOf({1.0, 3.0, 2.0}, 1));
     for (auto [x, f] : {std::pair{0.0, 1.0}, {1.0, 3.0}, {3.0, 2.0}}) EXPECT_EQ(fn.fRAtFD(x), f) << x;
     // No clamping: beyond the last point the last segment's line continues,
     // before the first the first segment's.
@@ -53,11 +43,11 @@ TEST(F1PwFTest, DefinitionErrorsAreAssertions) {
     const double afD[] = {1.0, 2.0};
     EXPECT_DEATH(F1PwF(1, afD, afD), szAssert("iN > 1"));
     const std::string szZero = szAssert("0");
-    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 2.0, 3.0}), arFm(1, {1.0, 2.0})), szZero);
-    EXPECT_DEATH(F1PwF(arFm(0, {1.0, 2.0}), arFm(0, {1.0, 2.0})), szZero);
-    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 2.0}), arFm(2, {1.0, 2.0})), szZero);
-    EXPECT_DEATH(F1PwF(arFm(1, {1.0, 1.0}), arFm(1, {1.0, 2.0})), szZero);
-    EXPECT_DEATH(F1PwF(arFm(1, {1.0, NAN}), arFm(1, {1.0, 2.0})), szZero);
+    EXPECT_DEATH(F1PwF(arFOf({1.0, 2.0, 3.0}, 1), arFOf({1.0, 2.0}, 1)), szZero);
+    EXPECT_DEATH(F1PwF(arFOf({1.0, 2.0}, 0), arFOf({1.0, 2.0}, 0)), szZero);
+    EXPECT_DEATH(F1PwF(arFOf({1.0, 2.0}, 1), arFOf({1.0, 2.0}, 2)), szZero);
+    EXPECT_DEATH(F1PwF(arFOf({1.0, 1.0}, 1), arFOf({1.0, 2.0}, 1)), szZero);
+    EXPECT_DEATH(F1PwF(arFOf({1.0, NAN}, 1), arFOf({1.0, 2.0}, 1)), szZero);
     EXPECT_DEATH(F1PwF(1, 0.0, 0.0, 1.0, 1.0), szZero);
 }
 
@@ -70,13 +60,13 @@ TEST(F3PwFTest, NaturalSplineThroughThreePointsByHand) {
     EXPECT_EQ(fn.fRAtFD(1.0), 1.0);
     const double afD[] = {0.0, 1.0, 2.0}, afR[] = {0.0, 1.0, 0.0};  // the same table from arrays
     EXPECT_EQ(F3PwF(3, afD, afR).fRAtFD(0.5), fn.fRAtFD(0.5));
-    EXPECT_EQ(F3PwF(arFm(1, {0.0, 1.0, 2.0}), arFm(1, {0.0, 1.0, 0.0})).fRAtFD(1.5), fn.fRAtFD(0.5));
+    EXPECT_EQ(F3PwF(arFOf({0.0, 1.0, 2.0}, 1), arFOf({0.0, 1.0, 0.0}, 1)).fRAtFD(1.5), fn.fRAtFD(0.5));
 }
 
 TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {
     auto fCubic = [](double x) { return ((x - 2.0) * x + 0.5) * x + 1.0; };
     auto fSlope = [](double x) { return (3.0 * x - 4.0) * x + 0.5; };
-    const A1Val<double> arFD = arFm(1, {0.0, 0.7, 1.5, 2.2, 3.0});
+    const A1Val<double> arFD = arFOf({0.0, 0.7, 1.5, 2.2, 3.0}, 1);
     A1Val<double> arFR(1, 5);
     for (Long i = 1; i <= 5; i++) arFR[i] = fCubic(arFD[i]);
     F3PwF fn(arFD, arFR, true, fSlope(0.0), true, fSlope(3.0));
@@ -86,8 +76,8 @@ TEST(F3PwFTest, PrescribedEndSlopesReproduceACubic) {
 }
 
 TEST(F3PwFTest, OneSlopeOnlyMatchesTheFiniteDifferenceAtThatEnd) {
-    const A1Val<double> arFD = arFm(1, {-1.0, 0.0, 1.5, 3.0});
-    const A1Val<double> arFR = arFm(1, {1.0, 0.0, 2.0, 1.0});
+    const A1Val<double> arFD = arFOf({-1.0, 0.0, 1.5, 3.0}, 1);
+    const A1Val<double> arFR = arFOf({1.0, 0.0, 2.0, 1.0}, 1);
     F3PwF fn(arFD, arFR, true, -3.0, false, 99.0);
     const double h = 1e-6;
     EXPECT_NEAR((fn.fRAtFD(-1.0 + h) - fn.fRAtFD(-1.0 - h)) / (2.0 * h), -3.0, 1e-6);
@@ -97,10 +87,10 @@ TEST(F3PwFTest, OneSlopeOnlyMatchesTheFiniteDifferenceAtThatEnd) {
 }
 
 TEST(F3PwFTest, DefinitionErrorsAreAssertions) {
-    EXPECT_DEATH(F3PwF(arFm(1, {1.0, 2.0, 3.0}), arFm(1, {1.0, 2.0})),
+    EXPECT_DEATH(F3PwF(arFOf({1.0, 2.0, 3.0}, 1), arFOf({1.0, 2.0}, 1)),
                  szAssert("_arFD.n() == _arFR.n()"));
-    EXPECT_DEATH(F3PwF(arFm(1, {1.0}), arFm(1, {1.0})), szAssert("_arFD.n() > 1"));
-    EXPECT_DEATH(F3PwF(arFm(0, {1.0, 2.0}), arFm(0, {1.0, 2.0})), szAssert("0"));
+    EXPECT_DEATH(F3PwF(arFOf({1.0}, 1), arFOf({1.0}, 1)), szAssert("_arFD.n() > 1"));
+    EXPECT_DEATH(F3PwF(arFOf({1.0, 2.0}, 0), arFOf({1.0, 2.0}, 0)), szAssert("0"));
     EXPECT_DEATH(F3PwF(3, 0.0, 0.0, 1.0, 1.0, 1.0, 0.0),
                  szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
     EXPECT_DEATH(F3PwF(2, 2.0, 0.0, 1.0, 1.0), szAssert("arFD[ iChk ] < arFD[ iChk+1 ]"));
@@ -116,7 +106,7 @@ TEST(F1PwLogLogFTest, FollowsAPowerLawAndExtrapolatesIt) {
     F1PwLogLogF fnKink(3, afD, afR);
     EXPECT_NEAR(fnKink.fRAtFD(4.0), 6.0 / std::sqrt(2.0), 1e-12);
     EXPECT_NEAR(fnKink.fRAtFD(1.5), 4.5, 1e-12);
-    F1PwLogLogF fnA1Val(arFm(1, {1.0, 2.0, 8.0}), arFm(1, {3.0, 6.0, 3.0}));
+    F1PwLogLogF fnA1Val(arFOf({1.0, 2.0, 8.0}, 1), arFOf({3.0, 6.0, 3.0}, 1));
     EXPECT_EQ(fnA1Val.fRAtFD(5.0), fnKink.fRAtFD(5.0));
 }
 

@@ -12,11 +12,7 @@ namespace {
 
 using Knots = std::vector<double>;
 
-Vd<double> vdfOf(const Knots& v, Long lo = 0) {
-    Vd<double> vdf(lo, lo + static_cast<Long>(v.size()) - 1);
-    for (Long i = 0; i < vdf.n(); i++) vdf[lo + i] = v[static_cast<size_t>(i)];
-    return vdf;
-}
+using vttest::vdfOf;
 
 // The span by plain linear search: the last i in p..n with U[i] <= u <
 // U[i+1]; at the closing value U[n+1], the last non-empty span.

@@ -7,6 +7,7 @@
 #include "numerics/odeint.h"
 #include "support/testutil.h"
 
+using vttest::arFOf;
 using vttest::readFile;
 
 namespace {
@@ -38,12 +39,6 @@ public:
     }
     long nCall = 0;
 };
-
-A1Val<double> arFOf(const std::vector<double>& v) {
-    A1Val<double> ar(1, static_cast<Long>(v.size()));
-    for (Long i = 1; i <= ar.iLast(); i++) ar[i] = v[i - 1];
-    return ar;
-}
 
 using FnStepQC = void (*)(A1Val<double>*, double*, double*, double*, double, A1Val<double>*,
                           A1Val<double>*, Long, double, double, A1Val<double>*,

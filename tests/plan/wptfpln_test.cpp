@@ -182,11 +182,7 @@ struct Path {
 // Component k (1 x, 2 y, 3 z) of sample i.
 double f(A<unsigned char*>* pa, Long i, Long k) { return (*pvdfAt(pa, i))[k]; }
 
-Vd<double> vdfOf(const std::vector<double>& vfT, Long lo) {
-    Vd<double> vdfT(lo, lo + static_cast<Long>(vfT.size()) - 1);
-    std::copy(vfT.begin(), vfT.end(), vdfT.pdata);
-    return vdfT;
-}
+using vttest::vdfOf;
 
 }  // namespace
 

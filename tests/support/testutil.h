@@ -5,8 +5,24 @@
 
 #include <cstdio>
 #include <string>
+#include <vector>
+
+#include "core/array.h"
+#include "core/mxtypes.h"
 
 namespace vttest {
+
+// The values as an array, indices from iFirst on.
+inline A1Val<double> arFOf(const std::vector<double>& v, Long iFirst = 1) {
+    A1Val<double> ar(iFirst, iFirst + static_cast<Long>(v.size()) - 1);
+    for (std::size_t i = 0; i < v.size(); i++) ar[iFirst + static_cast<Long>(i)] = v[i];
+    return ar;
+}
+inline Vd<double> vdfOf(const std::vector<double>& v, Long lo = 0) {
+    Vd<double> vdf(lo, lo + static_cast<Long>(v.size()) - 1);
+    for (std::size_t i = 0; i < v.size(); i++) vdf[lo + static_cast<Long>(i)] = v[i];
+    return vdf;
+}
 
 // Reads a whole file; an empty string when it does not exist.
 std::string readFile(const std::string& szPath);
