@@ -245,6 +245,7 @@ TEST_F(Sim, AtRestStopsTheRunEvenInTheAir) {
     EXPECT_DOUBLE_EQ(run.fTi(2), 0.05);
     EXPECT_NEAR(run.st(2).fZf, 5.0, 1e-4);
     EXPECT_FALSE(model.bLanded);
+    EXPECT_DOUBLE_EQ(arFDerivAt(&model, 0.0, arFState(0, 5.0, 0, 0, 0, 0, 100))[7], -370.0 / vehicle.fIsp);
 }
 
 TEST_F(Sim, DriverStopsPrintTheirMessages) {
