@@ -178,6 +178,19 @@ void BM_FlightBundledHop(benchmark::State& state) {
 }
 BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
 
+// The hand-made hop across the valley: longer in the air, fewer of its
+// evaluations on the ground.
+void BM_FlightHandmadeHop(benchmark::State& state) {
+    const std::string szPlan = szFltplanHandmadeHop();
+    if (szPlan.empty()) {
+        state.SkipWithError("the hand-made hop could not be planned");
+        return;
+    }
+    Plan plan(szPlan);
+    flyPlanRepeatedly(state, plan);
+}
+BENCHMARK(BM_FlightHandmadeHop)->Unit(benchmark::kMillisecond);
+
 // The same plan flown guided (50 Hz). The reference is built once, as a
 // campaign builds it once for all its runs (BM_GuidanceReference).
 void BM_FlightBundledHopGuided(benchmark::State& state) {

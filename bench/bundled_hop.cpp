@@ -20,22 +20,31 @@ struct ScratchDir {
     }
 };
 
+// Plans szTraj in a new scratch directory, which *pscratch removes at exit.
+std::string szFltplanOf(ScratchDir* pscratch, const char* szTraj) {
+    char szDir[] = "/tmp/vt_bench_hop_XXXXXX";
+    if (mkdtemp(szDir) == nullptr) return std::string();
+    pscratch->sz = szDir;
+    const std::filesystem::path dirOld = std::filesystem::current_path();
+    std::filesystem::current_path(szDir);
+    const BuiltInScenario scenario;
+    PlanState ps;
+    const bool bPlanned = ps.bPlanTraj1FromFile(scenario, szTraj);
+    if (bPlanned) ps.writeFltplanTxt();
+    std::filesystem::current_path(dirOld);
+    return bPlanned ? std::string(szDir) + "/fltplan.txt" : std::string();
+}
+
 }  // namespace
 
 std::string szFltplanBundledHop() {
     static ScratchDir scratch;
-    static const std::string szPlan = [] {
-        char szDir[] = "/tmp/vt_bench_hop_XXXXXX";
-        if (mkdtemp(szDir) == nullptr) return std::string();
-        scratch.sz = szDir;
-        const std::filesystem::path dirOld = std::filesystem::current_path();
-        std::filesystem::current_path(szDir);
-        const BuiltInScenario scenario;
-        PlanState ps;
-        const bool bPlanned = ps.bPlanTraj1FromFile(scenario, VT_EXAMPLES "/traj1r.txt");
-        if (bPlanned) ps.writeFltplanTxt();
-        std::filesystem::current_path(dirOld);
-        return bPlanned ? std::string(szDir) + "/fltplan.txt" : std::string();
-    }();
+    static const std::string szPlan = szFltplanOf(&scratch, VT_EXAMPLES "/traj1r.txt");
+    return szPlan;
+}
+
+std::string szFltplanHandmadeHop() {
+    static ScratchDir scratch;
+    static const std::string szPlan = szFltplanOf(&scratch, VT_EXAMPLES "/handmade/traj1r.txt");
     return szPlan;
 }

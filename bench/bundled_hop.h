@@ -7,3 +7,7 @@
 // process, in a scratch directory that goes at exit; empty when the hop
 // cannot be planned.
 std::string szFltplanBundledHop();
+
+// The same for the hand-made hop across the valley,
+// examples/handmade/traj1r.txt (the bundled hop before the designed one).
+std::string szFltplanHandmadeHop();
