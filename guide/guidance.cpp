@@ -365,9 +365,27 @@ void mmPitchRangeAtFFc(double* pfLo, double* pfHi, double fFcThrust, Vehicle con
 
 // ---- the law -----------------------------------------------------------------------
 
+double fPitchErrWrapped(double fDPitch) {
+    // remainder(d, y) is d - n y exactly, n the integer nearest d / y (ties
+    // to even). y = 2 * 3.141592653589793 is that double doubled, exactly,
+    // so for |d| <= 3.141592653589793 = y / 2 the real d / y lies in
+    // [-1/2, 1/2], n = 0 (at +-1/2 the tie goes to the even 0), and the
+    // result is d itself, the sign of a zero included. A NaN fails the test
+    // and goes to remainder.
+    constexpr double fPi = 3.141592653589793;
+    return std::fabs(fDPitch) <= fPi ? fDPitch : std::remainder(fDPitch, 2.0 * fPi);
+}
+
 void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains const& gains,
                   GuidanceRefPoint const& ref, GuidanceMeas const& meas, Vehicle const& vehicle,
                   double fAcG) {
+    guidanceCmds(pfFcThrustCmd, pfMmPitchCmd, gains, ref, meas, vehicle, fAcG,
+                 std::sin(meas.fPitch), std::cos(meas.fPitch));
+}
+
+void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains const& gains,
+                  GuidanceRefPoint const& ref, GuidanceMeas const& meas, Vehicle const& vehicle,
+                  double fAcG, double fSinPitch, double fCosPitch) {
     // 1. The acceleration correction from the position and velocity errors,
     // at most g in size (the linear design holds well inside that).
     double fDAcX = -gains.fKPX * (meas.fXf - ref.fXf) - gains.fKDX * (meas.fVeXf - ref.fVeXf);
@@ -383,9 +401,9 @@ void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains con
     const double fFcX = ref.fMs * (ref.fAcXf + fDAcX);
     const double fFcZ = ref.fMs * (ref.fAcZf + fAcG + fDAcZ);
     const double fPitchDes = std::atan2(-fFcX, fFcZ);
-    double fT = -fFcX * std::sin(meas.fPitch) + fFcZ * std::cos(meas.fPitch);
+    double fT = -fFcX * fSinPitch + fFcZ * fCosPitch;
     // 3. The moment: the plan's, plus the pitch loop on the wrapped error.
-    const double fEPitch = std::remainder(fPitchDes - meas.fPitch, 2.0 * 3.141592653589793);
+    const double fEPitch = fPitchErrWrapped(fPitchDes - meas.fPitch);
     double fM = ref.fMmPitch + ref.fIPitch * (gains.fKPitch * fEPitch +
                                               gains.fKPitchDot * (ref.fPitchDot - meas.fPitchDot));
     if (!std::isfinite(fT) || !std::isfinite(fM)) {
@@ -584,8 +602,12 @@ void GuidedCmds::atEvent(double, A1Val<double> const& arFState, ArFFnFArFModel* 
     GuidanceMeas meas{arFState[i0], arFState[i0 + 1], arFState[i0 + 3], arFState[i0 + 4],
                       arFState[i0 + 2], arFState[i0 + 5]};
     if (pnoise != nullptr) pnoise->addNoise(k, &meas);
+    // The pitch's sine and cosine from the model, which keeps them for the
+    // evaluation at this state that starts the next step.
+    double fSinPitch, fCosPitch;
+    pmodel->sinCosPitch(&fSinPitch, &fCosPitch, meas.fPitch);
     double fT, fM;
-    guidanceCmds(&fT, &fM, gains, ref.refAt(k), meas, vehicleLaw, fAcG);
+    guidanceCmds(&fT, &fM, gains, ref.refAt(k), meas, vehicleLaw, fAcG, fSinPitch, fCosPitch);
     // The vehicle as it is, not as the law knows it.
     if (fFcThrustScale != 1.0) fT = fT * fFcThrustScale;
     if (fMmPitchBias != 0.0) fM = fM + fMmPitchBias;

@@ -122,6 +122,14 @@ struct GuidanceMeas {
 void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains const& gains,
                   GuidanceRefPoint const& ref, GuidanceMeas const& meas, Vehicle const& vehicle,
                   double fAcG);
+// The same with sin and cos of meas.fPitch given.
+void guidanceCmds(double* pfFcThrustCmd, double* pfMmPitchCmd, GuidanceGains const& gains,
+                  GuidanceRefPoint const& ref, GuidanceMeas const& meas, Vehicle const& vehicle,
+                  double fAcG, double fSinPitch, double fCosPitch);
+
+// The law's pitch error wrapped into [-pi, pi]: remainder(d, 2 pi), with
+// 2 pi the double 2 * 3.141592653589793.
+double fPitchErrWrapped(double fDPitch);
 
 // The reference of one plan (see the top of this file).
 class GuidanceRef {

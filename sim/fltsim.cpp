@@ -476,6 +476,26 @@ struct Slope {
 
 }  // namespace
 
+// sin and cos of the pitch, kept from the last call when the pitch is the
+// same double (the same argument gives the same result).
+[[gnu::always_inline]] inline void ArFFnFArFModel::sinCosPitchInline(double* pfSin,
+                                                                     double* pfCos,
+                                                                     double fPitch) {
+    const unsigned long long iBitsPitch = std::bit_cast<unsigned long long>(fPitch);
+    if (!bTrigKept || iBitsPitch != iBitsPitchTrig) {
+        fSinPitchKept = std::sin(fPitch);
+        fCosPitchKept = std::cos(fPitch);
+        iBitsPitchTrig = iBitsPitch;
+        bTrigKept = true;
+    }
+    *pfSin = fSinPitchKept;
+    *pfCos = fCosPitchKept;
+}
+
+void ArFFnFArFModel::sinCosPitch(double* pfSin, double* pfCos, double fPitch) {
+    sinCosPitchInline(pfSin, pfCos, fPitch);
+}
+
 void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState) {
     derivInline(pfDeriv, fTi, pfState, false);
 }
@@ -515,17 +535,8 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
                            fMmPitchCmdNow, fMs);
     }
 
-    // sin and cos of the pitch, kept from the last evaluation when the
-    // pitch is the same double (the same argument gives the same result).
-    const unsigned long long iBitsPitch = std::bit_cast<unsigned long long>(fPitch);
-    if (!bTrigKept || iBitsPitch != iBitsPitchTrig) {
-        fSinPitchKept = std::sin(fPitch);
-        fCosPitchKept = std::cos(fPitch);
-        iBitsPitchTrig = iBitsPitch;
-        bTrigKept = true;
-    }
-    const double fSinPitch = fSinPitchKept;
-    const double fCosPitch = fCosPitchKept;
+    double fSinPitch, fCosPitch;
+    sinCosPitchInline(&fSinPitch, &fCosPitch, fPitch);
 
     // 4. Thrust and gravity.
     double fFcXf, fFcZf;

@@ -163,6 +163,12 @@ public:
     double fFcThrustHeld = 0.0;
     double fMmPitchHeld = 0.0;
 
+    // sin and cos of fPitch, kept for the next call or evaluation at the
+    // same double (the same argument gives the same result). A command
+    // source that needs them at the state its run's next evaluation starts
+    // from asks here, and that evaluation finds them kept.
+    void sinCosPitch(double* pfSin, double* pfCos, double fPitch);
+
     // Forgets what the model keeps between evaluations for speed: the
     // schedule's check, last bracket and last commands, the last pitch's
     // sine and cosine.
@@ -189,6 +195,7 @@ private:
     // at the run's start dropped any earlier check: a table checked in the
     // run stays as checked.
     inline bool bCmdTableAsChecked(bool bInRun) const;
+    inline void sinCosPitchInline(double* pfSin, double* pfCos, double fPitch);
     friend struct ModelDerivInline;
 
     // The schedule table last looked up, whether its times never decrease,
@@ -206,7 +213,7 @@ private:
     double fFcThrustCmdKept = 0.0;
     double fMmPitchCmdKept = 0.0;
 
-    // Sine and cosine of the pitch of the last evaluation, whose bits are
+    // Sine and cosine of the pitch last asked for, whose bits are
     // iBitsPitchTrig (while bTrigKept).
     bool bTrigKept = false;
     unsigned long long iBitsPitchTrig = 0;

@@ -9,6 +9,8 @@
 #include <lapacke.h>
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 #include <cmath>
 #include <complex>
 #include <string>
@@ -145,6 +147,19 @@ TEST(Guidance, CommandsStayWithinTheThrustersAndSitOnTheLimitTheyBreak) {
         }
         EXPECT_LE(std::fabs(fM), 0.4 * fT + 1e-9);
     }
+}
+
+// The wrapped pitch error is remainder's, bit for bit, beside +-pi (where
+// remainder stops returning its argument), zeros, multiples of pi, extremes.
+TEST(Guidance, PitchErrorWrapsAsRemainderDoes) {
+    const double fPi = 3.141592653589793, fInf = INFINITY;
+    for (double f : {fPi, -fPi, 2 * fPi, -3 * fPi, 0.0, -0.0, 1e-310, -1e300, fInf, -fInf}) {
+        for (int i = 0; i < 4; i++) f = std::nextafter(f, -fInf);
+        for (int i = 0; i < 9; i++, f = std::nextafter(f, fInf))
+            EXPECT_EQ(std::bit_cast<std::uint64_t>(fPitchErrWrapped(f)),
+                      std::bit_cast<std::uint64_t>(std::remainder(f, 2.0 * fPi))) << f;
+    }
+    EXPECT_TRUE(std::isnan(fPitchErrWrapped(NAN)));
 }
 
 TEST(Guidance, ABadGuidanceLineIsNamedWithItsProblem) {
