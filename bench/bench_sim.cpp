@@ -6,6 +6,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <memory>
 #include <string>
 
 #include "bundled_hop.h"
@@ -167,58 +168,48 @@ void BM_FlightPitchStep(benchmark::State& state) {
 }
 BENCHMARK(BM_FlightPitchStep)->Unit(benchmark::kMillisecond);
 
-void BM_FlightBundledHop(benchmark::State& state) {
-    const std::string szPlan = szFltplanBundledHop();
+// The schedule planned at szPlan (szFltplanBundledHop and the like), or
+// null with the benchmark skipped when the hop could not be planned.
+std::unique_ptr<Plan> pplanOrSkip(benchmark::State& state, const std::string& szPlan) {
     if (szPlan.empty()) {
-        state.SkipWithError("the bundled hop could not be planned");
-        return;
+        state.SkipWithError("the hop could not be planned");
+        return nullptr;
     }
-    Plan plan(szPlan);
-    flyPlanRepeatedly(state, plan);
+    return std::make_unique<Plan>(szPlan);
+}
+
+void BM_FlightBundledHop(benchmark::State& state) {
+    if (auto pplan = pplanOrSkip(state, szFltplanBundledHop())) flyPlanRepeatedly(state, *pplan);
 }
 BENCHMARK(BM_FlightBundledHop)->Unit(benchmark::kMillisecond);
 
 // The hand-made hop across the valley: longer in the air, fewer of its
 // evaluations on the ground.
 void BM_FlightHandmadeHop(benchmark::State& state) {
-    const std::string szPlan = szFltplanHandmadeHop();
-    if (szPlan.empty()) {
-        state.SkipWithError("the hand-made hop could not be planned");
-        return;
-    }
-    Plan plan(szPlan);
-    flyPlanRepeatedly(state, plan);
+    if (auto pplan = pplanOrSkip(state, szFltplanHandmadeHop())) flyPlanRepeatedly(state, *pplan);
 }
 BENCHMARK(BM_FlightHandmadeHop)->Unit(benchmark::kMillisecond);
 
 // The same plan flown guided (50 Hz). The reference is built once, as a
 // campaign builds it once for all its runs (BM_GuidanceReference).
 void BM_FlightBundledHopGuided(benchmark::State& state) {
-    const std::string szPlan = szFltplanBundledHop();
-    if (szPlan.empty()) {
-        state.SkipWithError("the bundled hop could not be planned");
-        return;
-    }
-    Plan plan(szPlan);
+    const auto pplan = pplanOrSkip(state, szFltplanBundledHop());
+    if (!pplan) return;
     const GuidanceSettings gs;
-    const GuidanceRef ref(plan.arFTi, plan.arFFc, plan.arFMm, vehicle, planet, stvehicle3dof0, 0.0,
-                          gs);
+    const GuidanceRef ref(pplan->arFTi, pplan->arFFc, pplan->arFMm, vehicle, planet,
+                          stvehicle3dof0, 0.0, gs);
     GuidedCmds cmds(ref, guidanceGainsFm(gs, vehicle, planet), vehicle, planet.fAcG);
-    flyPlanRepeatedly(state, plan, &cmds);
+    flyPlanRepeatedly(state, *pplan, &cmds);
 }
 BENCHMARK(BM_FlightBundledHopGuided)->Unit(benchmark::kMillisecond);
 
 void BM_GuidanceReference(benchmark::State& state) {
-    const std::string szPlan = szFltplanBundledHop();
-    if (szPlan.empty()) {
-        state.SkipWithError("the bundled hop could not be planned");
-        return;
-    }
-    Plan plan(szPlan);
+    const auto pplan = pplanOrSkip(state, szFltplanBundledHop());
+    if (!pplan) return;
     const GuidanceSettings gs;
     for (auto _ : state) {
-        const GuidanceRef ref(plan.arFTi, plan.arFFc, plan.arFMm, vehicle, planet, stvehicle3dof0,
-                              0.0, gs);
+        const GuidanceRef ref(pplan->arFTi, pplan->arFFc, pplan->arFMm, vehicle, planet,
+                              stvehicle3dof0, 0.0, gs);
         benchmark::DoNotOptimize(ref.fXfLanding());
     }
 }
