@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdio>
 #include <string>
 
 #include "app/plotdata.h"
@@ -20,14 +19,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-PlanState ps;
-A<unsigned char*>*& paPVdfX = ps.paPVdfX;
-double& fMsProp = ps.fMsProp;
-Planet& planet = scenario.planet;
-Vehicle& vehicle = scenario.vehicle;
-Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
-
 // The model, counting its evaluations.
 class CountingModel : public ArFFnFArFModel {
 public:
@@ -39,41 +30,28 @@ public:
     Long nEval = 0;
 };
 
-class BundledHop : public InScenarioFlying {
-protected:
-    void TearDown() override {
-        ps.deleteTraj1Params();
-        ps.deleteTraj1Path();
-        ps.deletePathAnalysis();
-        InScenarioFlying::TearDown();
-    }
-    A1Val<double> arFTi{0}, arFT{0}, arFM{0};
-};
+class BundledHop : public InScenarioPlanned {};
 
 }  // namespace
 
 TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
     const std::string szHop = std::string(VT_EXAMPLES) + "/traj1r.txt";
     const double fXEnd = 13.0, fZEnd = -5.9117618741296187;  // its last waypoint
-    vttest::writeFile("traj1r.txt", vttest::readFile(szHop));
-    std::FILE* pfileNull = std::fopen("/dev/null", "w");
-    ASSERT_TRUE(ps.bRunPlanCommand(scenario, pfileNull));
-    std::fclose(pfileNull);
+    plan(szHop);
 
     // Every plan check passes; a tenth of the 5 kg of propellant is left.
     EXPECT_TRUE(vecPlanViolationFm(ps.pvdfT, ps.paPVdfX, ps.pvdfMs, ps.paPVdfF, ps.paPVdfM,
                                    scenario.fFcThrustMax, scenario.fMsEmpty,
                                    &scenario.arPArPPtVtxPgnGnd)
                     .empty());
-    EXPECT_LE(fMsProp, 0.9 * 5.0);
+    EXPECT_LE(ps.fMsProp, 0.9 * 5.0);
     EXPECT_NEAR(vehicle.fMsGTO - vehicle.fMsEmpty, 5.0, 1e-12);
-    EXPECT_NEAR((*pvdfAt(paPVdfX, paPVdfX->hi()))[1], fXEnd, 1e-9);
-    EXPECT_NEAR((*pvdfAt(paPVdfX, paPVdfX->hi()))[3], fZEnd, 1e-9);
+    EXPECT_NEAR((*pvdfAt(ps.paPVdfX, ps.paPVdfX->hi()))[1], fXEnd, 1e-9);
+    EXPECT_NEAR((*pvdfAt(ps.paPVdfX, ps.paPVdfX->hi()))[3], fZEnd, 1e-9);
 
     // Guided, undispersed: at rest, upright, within 5 cm of the end point
     // (the distance the plots panel reports, the ground spring's sag under
     // the vehicle's weight included), with more than a tenth left.
-    ps.writeFltplanTxt();
     std::string szErr;
     SimReport report;
     ASSERT_TRUE(bFlyGuidedScheduleFile(scenario, "fltplan.txt", "guidance.txt", &arFTiRun, &arPStRun,
@@ -88,9 +66,6 @@ TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
     EXPECT_LT(std::fabs(st.fPitch), 0.01);
 
     // The guided flight costs at most 1.5 open-loop flights in evaluations.
-    std::FILE* pfile = std::fopen("fltplan.txt", "r");
-    readCmdsFromPFILE(&arFTi, &arFT, &arFM, pfile, "fltplan.txt");
-    std::fclose(pfile);
     const GuidanceSettings gs;
     const GuidanceRef ref(arFTi, arFT, arFM, vehicle, planet, stvehicle3dof0, 0.0, gs);
     GuidedCmds cmds(ref, guidanceGainsFm(gs, vehicle, planet), vehicle, planet.fAcG);

@@ -14,7 +14,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
 A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
 
 // A hand-made plan of five samples at t = 0..4 at x = 0.5 over the level pad.
@@ -44,13 +43,7 @@ struct SmallPlan {
     }
 };
 
-class PlotDataTest : public InTempDir {
-protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
-};
+using PlotDataTest = InScenarioFlying;
 
 }  // namespace
 

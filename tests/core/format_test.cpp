@@ -86,7 +86,7 @@ TEST(FormatNumbers, SignMantissaExponentAndSIPrefix) {
         {12, 4, 1234.6, "    1.235e+3"}, {10, 3, -0.000123, "  -1.23e-4"},
         {8, 4, 9.9996, "1.000e+1"},      {3, 3, 6.02e23, "6.02e+23"},
         {9, 4, 0.0, " 0.000e+0"},        {9, 1, 5e-12, "    5e-12"},
-        {8, 2, 1234.6, "  1.2e+3"}};
+        {8, 2, 1234.6, "  1.2e+3"},      {11, 2, -2.5e-123, "  -2.5e-123"}};
     for (const auto& c : aFE) {
         auto print = [&](std::FILE* pf) { printFE(pf, c.iNChSize, c.iNChPrec, c.f); };
         EXPECT_EQ(vttest::szPrinted(print), c.sz);

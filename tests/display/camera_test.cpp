@@ -1,6 +1,6 @@
-// Camera parameter checks: invalid windows and distances are impossible
-// states; a zero near distance is accepted. The track's colour by the
-// propellant left.
+// Camera parameter checks: the view volume against the normalised cube;
+// invalid windows and distances are impossible states; a zero near distance
+// is accepted. The track's colour by the propellant left.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -23,6 +23,23 @@ XfmCFmW3c xfmAtOrigin(double fL, double fR, double fB, double fT, double fN, dou
 TEST(CameraTest, NearZeroIsAcceptedPerspectiveThenHasNoInverse) {
     EXPECT_TRUE(xfmAtOrigin(-1, 1, -1, 1, 0, 10, 1).x4hCFmW.bInv);
     EXPECT_FALSE(xfmAtOrigin(-1, 1, -1, 1, 0, 10, 0).x4hCFmW.bInv);
+}
+
+// The view volume's corners go to the normalised cube's, near ones to depth
+// -1 and far ones to +1, for a window off centre and a near plane away from
+// 1 (camera and world coordinates coincide at the origin looking down -z).
+TEST(CameraTest, ViewVolumeCornersGoToTheCubeCorners) {
+    const double fL = -0.3, fR = 0.5, fB = -0.2, fT = 0.4, fN = 2.5, fF = 40.0;
+    for (unsigned char bOrtho : {0, 1})
+        for (int k = 0; k < 8; ++k) {
+            const double fD = (k & 4) ? fF : fN, fScale = bOrtho ? 1.0 : fD / fN;
+            const double fX = ((k & 1) ? fR : fL) * fScale, fY = ((k & 2) ? fT : fB) * fScale;
+            const Pt3c pt =
+                ptXgm3c(xfmAtOrigin(fL, fR, fB, fT, fN, fF, bOrtho).x4hCFmW, Pt3c(fX, fY, -fD));
+            EXPECT_NEAR(pt.fX, (k & 1) ? 1.0 : -1.0, 1e-12) << +bOrtho << k;
+            EXPECT_NEAR(pt.fY, (k & 2) ? 1.0 : -1.0, 1e-12) << +bOrtho << k;
+            EXPECT_NEAR(pt.fZ, (k & 4) ? 1.0 : -1.0, 1e-12) << +bOrtho << k;
+        }
 }
 
 TEST(CameraDeathTest, InvalidParametersAreImpossibleStates) {

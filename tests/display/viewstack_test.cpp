@@ -14,7 +14,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
 ViewStack view;
 XfmCFmW3c& xfmCFmW = view.xfmCFmW;
 XfmPFmC3c& xfmPFmC = view.xfmPFmC;

@@ -24,13 +24,6 @@ TEST(Geom3cDeathTest, ZeroLengthAndParallelDirectionsFailTheNormAssertion) {
                  "Assertion failed: fDeg < 2147483647.0");
 }
 
-TEST(AngleTest, ReductionRangesAreHalfOpen) {
-    EXPECT_EQ(fRdnMPPiFmFRdn(-kPi), kPi);
-    EXPECT_NEAR(fRdnMPPiFmFRdn(3 * kPi / 2), -kPi / 2, 1e-15);
-    EXPECT_EQ(fRdn02PiFmFRdn(0.0), 0.0);
-    EXPECT_NEAR(fRdn02PiFmFRdn(-0.5), 2 * kPi - 0.5, 1e-15);
-}
-
 // Dot products with every component non-zero, against sums worked out by hand.
 TEST(Geom3cTest, DotProductsUseAllThreeComponents) {
     EXPECT_DOUBLE_EQ(fDotVcVc(Vc3c(1, 2, 3), Vc3c(4, -5, 6)), 12.0);
@@ -76,7 +69,8 @@ TEST(Geom3cTest, FrameTurnsAgreeWithRodriguesOnGeneralPoints) {
     expectNearPt(ptRcb(rcb3cRotFRdnZXZ(0.3, 1.2, -0.4), pt), ptWant);
 }
 
-// (-pi, pi]: both ends of each turn map to pi, the sign decides near 2 pi.
+// (-pi, pi]: both ends of each turn map to pi, the sign decides near 2 pi;
+// [0, 2 pi): 0 stays, a negative angle goes up a turn.
 TEST(AngleTest, ReductionAtTheEdgesOfTheRange) {
     const struct { double f, fWant; } a[] = {
         {0.0, 0.0},           {-0.0, 0.0},           {kPi, kPi},
@@ -88,6 +82,8 @@ TEST(AngleTest, ReductionAtTheEdgesOfTheRange) {
         EXPECT_NEAR(f, c.fWant, 1e-15) << c.f;
         EXPECT_TRUE(f > -kPi && f <= kPi) << c.f;
     }
+    EXPECT_EQ(fRdn02PiFmFRdn(0.0), 0.0);
+    EXPECT_NEAR(fRdn02PiFmFRdn(-0.5), 2 * kPi - 0.5, 1e-15);
 }
 
 // The local frames' rows are the unit tangents of the coordinate lines,
@@ -119,20 +115,36 @@ TEST(Geom3cTest, LocalFramesFollowTheCoordinateLines) {
         }
 }
 
+// Every conversion against the closed forms: cylindrical (hypot(x, y),
+// atan2(y, x), z) and spherical (|v|, atan2(y, x), atan2(hypot(x, y), z)).
 TEST(Geom3cTest, CoordinatesRoundTripAndDegreesSplit) {
     for (const Vc3c vc : {Vc3c(3, 4, 12), Vc3c(-1.5, 2, -0.5), Vc3c(0.2, -0.7, 0.3)}) {
-        double r, fPhi, fTh, z;
-        sphFmVc(&r, &fPhi, &fTh, vc);
-        EXPECT_NEAR(r, std::sqrt(vc.fX * vc.fX + vc.fY * vc.fY + vc.fZ * vc.fZ), 1e-12);
-        const Vc3c vcSph = vcFmSph(r, fPhi, fTh);
-        cylFmVc(&r, &fPhi, &z, vc);
-        EXPECT_NEAR(r, std::hypot(vc.fX, vc.fY), 1e-12);
-        const Vc3c vcCyl = vcFmCyl(r, fPhi, z);
-        for (const Vc3c& vcBack : {vcSph, vcCyl}) {
-            EXPECT_NEAR(vcBack.fX, vc.fX, 1e-12);
-            EXPECT_NEAR(vcBack.fY, vc.fY, 1e-12);
-            EXPECT_NEAR(vcBack.fZ, vc.fZ, 1e-12);
-        }
+        const double x = vc.fX, y = vc.fY, z = vc.fZ, fRho = std::hypot(x, y);
+        const double fPhi = std::atan2(y, x), fR = std::sqrt(x * x + y * y + z * z);
+        const double fTh = std::atan2(fRho, z), e = 1e-12;
+        auto expect3 = [&](double a, double b, double c, double ea, double eb, double ec) {
+            EXPECT_NEAR(a, ea, e);
+            EXPECT_NEAR(b, eb, e);
+            EXPECT_NEAR(c, ec, e);
+        };
+        double a, b, c;
+        for (const Vc3c& v : {vcFmSph(fR, fPhi, fTh), vcFmCyl(fRho, fPhi, z)})
+            expect3(v.fX, v.fY, v.fZ, x, y, z);
+        for (const Pt3c& pt : {ptRctFmCyl(fRho, fPhi, z), ptRctFmSph(fR, fPhi, fTh)})
+            expect3(pt.fX, pt.fY, pt.fZ, x, y, z);
+        rctFmCyl(&a, &b, &c, fRho, fPhi, z), expect3(a, b, c, x, y, z);
+        rctFmSph(&a, &b, &c, fR, fPhi, fTh), expect3(a, b, c, x, y, z);
+        cylFmRct(&a, &b, &c, x, y, z), expect3(a, b, c, fRho, fPhi, z);
+        cylFmPtRct(&a, &b, &c, Pt3c(x, y, z)), expect3(a, b, c, fRho, fPhi, z);
+        cylFmVc(&a, &b, &c, vc), expect3(a, b, c, fRho, fPhi, z);
+        cylFmSph(&a, &b, &c, fR, fPhi, fTh), expect3(a, b, c, fRho, fPhi, z);
+        sphFmRct(&a, &b, &c, x, y, z), expect3(a, b, c, fR, fPhi, fTh);
+        sphFmPtRct(&a, &b, &c, Pt3c(x, y, z)), expect3(a, b, c, fR, fPhi, fTh);
+        sphFmVc(&a, &b, &c, vc), expect3(a, b, c, fR, fPhi, fTh);
+        sphFmCyl(&a, &b, &c, fRho, fPhi, z), expect3(a, b, c, fR, fPhi, fTh);
+        const Dr3c dr = drFmSph(fPhi, fTh);
+        expect3(dr.fX, dr.fY, dr.fZ, x / fR, y / fR, z / fR);
+        sphFmDr(&a, &b, Dr3c(vc)), expect3(a, b, 0, fPhi, fTh, 0);
     }
     Long iSign, iDeg, iMin;
     double fSec;

@@ -28,6 +28,23 @@ TEST(Hom4hTest, PointsDivideByTheirWeight) {
     expectPtEq(ptXgm3c(xP, Pt3c(1, 1, -2)), 0.5, 0.5, -1.0);
 }
 
+// A X = B for two right-hand sides at once: the solutions replace B.
+TEST(GaussJordanTest, SolvesRightHandSides) {
+    double** mxA = mxF64New(1, 2, 1, 2);
+    double** mxB = mxF64New(1, 2, 1, 2);
+    // A = (0 2; 3 -1), zero in the corner: rows swap; X = (1 -2; 3 5); B = A X by hand.
+    mxA[1][1] = 0, mxA[1][2] = 2, mxA[2][1] = 3, mxA[2][2] = -1;
+    mxB[1][1] = 6, mxB[1][2] = 10, mxB[2][1] = 0, mxB[2][2] = -11;
+    Long iStatus = -1;
+    gaussJordan(mxA, 2, mxB, 2, &iStatus);
+    EXPECT_EQ(iStatus, 0);
+    const double arX[2][2] = {{1, -2}, {3, 5}};
+    for (int r = 1; r <= 2; ++r)
+        for (int c = 1; c <= 2; ++c) EXPECT_NEAR(mxB[r][c], arX[r - 1][c - 1], 1e-14) << r << c;
+    releaseMxF64(mxA, 1, 1);
+    releaseMxF64(mxB, 1, 1);
+}
+
 TEST(X4hMatrixDeathTest, BadRangesHugeSizesAndMissingInverses) {
     EXPECT_DEATH(mxF64New(1, 0, 1, 4), "Assertion failed: loR <= hiR && loC <= hiC");
     EXPECT_EXIT(mxF64New(1, 2000000000, 1, 2000000000), ::testing::ExitedWithCode(1),

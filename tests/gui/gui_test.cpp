@@ -525,7 +525,9 @@ private slots:
         QTest::mousePress(&pane(), Qt::LeftButton, {}, pt0);
         QTest::mouseMove(&pane(), pt0 + QPoint(30, 10));
         QVERIFY(!pane().timerReplay().isActive());
+        const XfmCFmW3c xfmMoved = xfmCFmW;  // the camera follows the move itself
         QTest::mouseRelease(&pane(), Qt::LeftButton, {}, pt0 + QPoint(30, 10));
+        QVERIFY(bSameCamera(xfmCFmW, xfmMoved));
         QVERIFY(pane().timerReplay().isActive() && pane().timerReplay().interval() == 25);
         // Without a replay the release starts nothing.
         type("r");
@@ -644,11 +646,22 @@ private slots:
         const QImage img = pwnd->grab().toImage();
         QVERIFY(img.pixelColor(2, 2) == QColor(192, 192, 192) &&
                 img.pixelColor(img.width() - 2, img.height() - 2) == QColor(192, 192, 192));
-        QRect rectDark;
-        for (int iY = 0; iY < img.height(); iY++)
-            for (int iX = 0; iX < img.width(); iX++)
-                if (img.pixelColor(iX, iY).lightness() < 100) rectDark |= QRect(iX, iY, 1, 1);
-        QVERIFY(QRect(100, 10, 10, 10).contains(rectDark.topLeft()));
+        // The ink where the same text drawn from the cell at (100, 10) puts it.
+        QImage imgAt(img.size(), QImage::Format_RGB32);
+        imgAt.fill(QColor(192, 192, 192));
+        QPainter painter(&imgAt);
+        painter.setFont(pwnd->font());
+        painter.drawText(QRect(100, 10, img.width(), img.height()), Qt::AlignLeft | Qt::AlignTop,
+                         QString::fromStdString(szDAndCText(wb)));
+        painter.end();
+        auto rectDark = [](QImage const& im) {
+            QRect rect;
+            for (int iY = 0; iY < im.height(); iY++)
+                for (int iX = 0; iX < im.width(); iX++)
+                    if (im.pixelColor(iX, iY).lightness() < 100) rect |= QRect(iX, iY, 1, 1);
+            return rect;
+        };
+        QVERIFY(!rectDark(img).isEmpty() && rectDark(img) == rectDark(imgAt));
     }
 
     // ---- the plots -------------------------------------------------------------------

@@ -16,19 +16,12 @@
 #include <string>
 #include <vector>
 
-#include "plan/planstate.h"
 #include "plan/wptfpln.h"
 #include "support/testutil.h"
 
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-PlanState ps;
-Planet& planet = scenario.planet;
-Vehicle& vehicle = scenario.vehicle;
-Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
-
 // A hover point at the origin: thrust = weight, no moment.
 GuidanceRefPoint refHover(Vehicle const& v, double fG) {
     GuidanceRefPoint ref{};
@@ -227,27 +220,7 @@ public:
     Long nNotHeld = 0;
 };
 
-class GuidedFlight : public InScenarioFlying {
-protected:
-    // Plans szHop (a waypoint file) and reads its schedule.
-    void plan(const std::string& szHop) {
-        vttest::writeFile("traj1r.txt", vttest::readFile(szHop));
-        std::FILE* pfileNull = std::fopen("/dev/null", "w");
-        ASSERT_TRUE(ps.bRunPlanCommand(scenario, pfileNull));
-        std::fclose(pfileNull);
-        ps.writeFltplanTxt();
-        std::FILE* pfile = std::fopen("fltplan.txt", "r");
-        readCmdsFromPFILE(&arFTi, &arFT, &arFM, pfile, "fltplan.txt");
-        std::fclose(pfile);
-    }
-    void TearDown() override {
-        ps.deleteTraj1Params();
-        ps.deleteTraj1Path();
-        ps.deletePathAnalysis();
-        InScenarioFlying::TearDown();
-    }
-    A1Val<double> arFTi{0}, arFT{0}, arFM{0};
-};
+class GuidedFlight : public InScenarioPlanned {};
 
 const std::string szBundledHop = VT_EXAMPLES "/handmade/traj1r.txt";
 

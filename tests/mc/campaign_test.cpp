@@ -18,10 +18,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-Planet& planet = scenario.planet;
-Vehicle& vehicle = scenario.vehicle;
-Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
 double& fPitch0 = scenario.fPitch0;
 double& fVeXf0 = scenario.fVeXf0;
 double& fPitchDot0 = scenario.fPitchDot0;

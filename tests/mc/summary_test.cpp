@@ -20,8 +20,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-
 McRunResult resAt(Long iRun, double x, double z) {
     McRunResult res{};
     res.iRun = iRun, res.iStop = mcStopRest, res.fXfRest = x, res.fZfRest = z;

@@ -17,7 +17,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
 PlanState ps;
 Vd<double>*& pvdfParamTraj1 = ps.pvdfParamTraj1;
 Long& nTraj1X = ps.nTraj1X;
@@ -45,17 +44,13 @@ bool bRunPlan(std::string* pszOut) {
     return bOk;
 }
 
-class PlanStateTest : public InTempDir {
+class PlanStateTest : public InScenarioFlying {
 protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
     void TearDown() override {
         ps.deleteTraj1Params();
         ps.deleteTraj1Path();
         ps.deletePathAnalysis();
-        InTempDir::TearDown();
+        InScenarioFlying::TearDown();
     }
 };
 

@@ -14,8 +14,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-
 struct Spline {
     Long n, p;
     std::vector<double> u, cp;  // knots 0..n+p+1, control points 0..n

@@ -11,8 +11,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-
 using FlightFile = InScenarioFlying;
 
 TEST_F(FlightFile, BadPlansAreFatalErrorsNamingTheFile) {

@@ -19,9 +19,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-Planet& planet = scenario.planet;
-Vehicle& vehicle = scenario.vehicle;
 A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
 
 bool bSame(double f1, double f2) { return std::memcmp(&f1, &f2, sizeof f1) == 0; }

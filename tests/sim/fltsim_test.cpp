@@ -22,12 +22,9 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
 StoredRun run;
 A1Val<double>& arFTiData = run.arFTiData;
 A1Val<void*>& arPStvehicle = run.arPStvehicle;
-Planet& planet = scenario.planet;
-Vehicle& vehicle = scenario.vehicle;
 
 const double fRdn20 = 20.0 * M_PI / 180.0;
 
@@ -88,13 +85,7 @@ protected:
     Vehicle vehicleNoDrag;
 };
 
-class SimInTempDir : public InTempDir {
-protected:
-    void SetUp() override {
-        InTempDir::SetUp();
-        initParams(&scenario);
-    }
-};
+using SimInTempDir = InScenarioFlying;
 
 TEST_F(Sim, ActuatorLimitsThrustMomentCapLeverArmAndEmptyMass) {
     Vehicle vehicleLowCap = vehicle;

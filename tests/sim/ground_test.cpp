@@ -15,7 +15,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
 A1Val<void*>& arPArPPtVtxPgnGnd = scenario.arPArPPtVtxPgnGnd;
 
 const double fNaN = std::numeric_limits<double>::quiet_NaN();

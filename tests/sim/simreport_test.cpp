@@ -8,10 +8,6 @@
 #include "support/scenario.h"
 
 namespace {
-Scenario& scenario = scenarioTest();
-Planet& planet = scenario.planet;
-Vehicle& vehicle = scenario.vehicle;
-Stvehicle3dof& stvehicle3dof0 = scenario.stvehicle3dof0;
 double& fZf0 = scenario.fZf0;
 }  // namespace
 
