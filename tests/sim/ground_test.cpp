@@ -87,6 +87,11 @@ TEST_F(Ground, ThreeDTestDropsTheDominantNormalAxis) {
     plnEqnPgn(&a, &b, &c, &d, pgnWall.par());
     EXPECT_TRUE(bPt3dInsidePgn(3.0, 0.5, 0.5, a, b, c, d, pgnWall.par()));
     EXPECT_FALSE(bPt3dInsidePgn(3.0, 1.5, 0.5, a, b, c, d, pgnWall.par()));
+    // An L, concave, so the angle sum decides; in line with two of its
+    // vertices (no difference along x to them), inside.
+    Pgn pgnL({Pt3c(0, 0, 0), Pt3c(2, 0, 0), Pt3c(2, 1, 0), Pt3c(1, 1, 0), Pt3c(1, 2, 0),
+              Pt3c(0, 2, 0)});
+    EXPECT_TRUE(bPt3dInsidePgn(1.0, 0.5, 0.0, 0.0, 0.0, 1.0, 0.0, pgnL.par()));
     // A 45-degree roof, |a| = |c|: the tie goes to x, so the point is tested in (y, z), inside.
     Pgn pgnRoof({Pt3c(0, 0, 0), Pt3c(1, 0, 1), Pt3c(1, 1, 1), Pt3c(0, 1, 0)});
     plnEqnPgn(&a, &b, &c, &d, pgnRoof.par());

@@ -52,12 +52,6 @@ protected:
         readCmdsFromPFILE(&arFTi, &arFT, &arFM, pfile, "fltplan.txt");
         std::fclose(pfile);
     }
-    void TearDown() override {
-        ps.deleteTraj1Params();
-        ps.deleteTraj1Path();
-        ps.deletePathAnalysis();
-        InScenarioFlying::TearDown();
-    }
-    PlanState ps;
+    PlanState ps;  // its destructor releases the plan
     A1Val<double> arFTi{0}, arFT{0}, arFM{0};
 };
