@@ -244,6 +244,8 @@ void ArFFnFArFModel::forgetKept() {
     iCmdHiLast = 2;
     bCmdKept = false;
     bTrigKept = false;
+    bInertiaKept = false;
+    bFlowKept = false;
 }
 
 void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
@@ -511,8 +513,24 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     const double fPitchDot = pfState[5];
     const double fMs = pfState[6];
 
-    // 1. Inertia at the current mass.
-    const double fIPitch = pvehicle->fIPitchAtFMs(fMs);
+    // 1. Inertia at the current mass. Within a run it is kept by the mass's
+    // bits: the vehicle does not change during a run, and the inertia is a
+    // function of the mass and the vehicle alone, so the same bits give the
+    // same inertia. While the engine is off the mass stays the same double
+    // from one evaluation to the next (its flow is zero, and y + h * 0 is
+    // y), and the division is taken once.
+    double fIPitch;
+    if (bInRun) {
+        const unsigned long long iBitsMs = std::bit_cast<unsigned long long>(fMs);
+        if (!bInertiaKept || iBitsMs != iBitsMsInertia) {
+            fIPitchKept = pvehicle->fIPitchAtFMs(fMs);
+            iBitsMsInertia = iBitsMs;
+            bInertiaKept = true;
+        }
+        fIPitch = fIPitchKept;
+    } else {
+        fIPitch = pvehicle->fIPitchAtFMs(fMs);
+    }
 
     // 2. Arm the ground contact once the vehicle is clear of the pad.
     // Deliberately set inside every evaluation, including the stepper's
@@ -598,7 +616,22 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     pfDeriv[3] = fFcXf / fMs;
     pfDeriv[4] = fFcZf / fMs;
     pfDeriv[5] = fMmPitchActNow / fIPitch;
-    pfDeriv[6] = -fFcThrustActNow / pvehicle->fIsp;
+    // The mass flow -T / Isp, kept within a run by the thrust's bits as the
+    // inertia is by the mass's: the stages of a step that share a time share
+    // their commands and so their thrust (four of the eleven evaluations of
+    // a step follow one at the same time), and once the engine is off the
+    // thrust is always +0.0.
+    if (bInRun) {
+        const unsigned long long iBitsThrust = std::bit_cast<unsigned long long>(fFcThrustActNow);
+        if (!bFlowKept || iBitsThrust != iBitsThrustFlow) {
+            fMsDotKept = -fFcThrustActNow / pvehicle->fIsp;
+            iBitsThrustFlow = iBitsThrust;
+            bFlowKept = true;
+        }
+        pfDeriv[6] = fMsDotKept;
+    } else {
+        pfDeriv[6] = -fFcThrustActNow / pvehicle->fIsp;
+    }
 }
 
 // ---- the driver ---------------------------------------------------------------------

@@ -93,7 +93,8 @@ public:
 // The ground is the polygon array handed in (a scenario's arPArPPtVtxPgnGnd). The model computes its
 // polygons' planes once per run, at the first contact query after sim()
 // starts (or after construction), and uses them until the next run: the
-// ground must not change during a run.
+// ground must not change during a run, nor must the vehicle (its inertia
+// and mass flow are kept within a run).
 class ArFFnFArFModel : public ArF64FnF64ArF64 {
 public:
     ArFFnFArFModel(Planet* pplanetIn, Vehicle* pvehicleIn, A1Val<void*>* parPArPPtVtxPgnGndIn,
@@ -171,7 +172,7 @@ public:
 
     // Forgets what the model keeps between evaluations for speed: the
     // schedule's check, last bracket and last commands, the last pitch's
-    // sine and cosine.
+    // sine and cosine, the inertia and mass flow kept within a run.
     // sim() calls it at the start of every run.
     void forgetKept();
 
@@ -219,6 +220,16 @@ private:
     unsigned long long iBitsPitchTrig = 0;
     double fSinPitchKept = 0.0;
     double fCosPitchKept = 0.0;
+
+    // Within a run: the inertia at the mass whose bits are iBitsMsInertia
+    // (while bInertiaKept), and the mass flow at the actual thrust whose
+    // bits are iBitsThrustFlow (while bFlowKept).
+    bool bInertiaKept = false;
+    unsigned long long iBitsMsInertia = 0;
+    double fIPitchKept = 0.0;
+    bool bFlowKept = false;
+    unsigned long long iBitsThrustFlow = 0;
+    double fMsDotKept = 0.0;
 
     // The slope of each ground polygon with a normal (plnsGnd.abNrm): the
     // angle atan2(-nx, nz), its cosine and its sine, taken with the planes.

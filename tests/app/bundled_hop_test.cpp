@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <string>
 
 #include "app/plotdata.h"
@@ -76,6 +77,16 @@ TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
         deleteStoredRun(&arFTiRun, &arPStRun);
         flyModel(&arFTiRun, &arPStRun, &model, stvehicle3dof0, FlightSettings(), &report);
         anEval[iGuided] = model.nEval;
+        // The model itself, stepped with its derivative in line and what it
+        // keeps between evaluations, gives every bit of every record.
+        ArFFnFArFModel modelInline(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFT, arFM);
+        modelInline.pcmdsource = model.pcmdsource;
+        A1Val<double> arFTiInline(0);
+        A1Val<void*> arPStInline(0);
+        flyModel(&arFTiInline, &arPStInline, &modelInline, stvehicle3dof0, FlightSettings(), &report);
+        for (Long i = 1; i <= std::max(arPStRun.n(), arPStInline.n()); i++)
+            ASSERT_TRUE(i <= arPStInline.n() && i <= arPStRun.n() && !std::memcmp(arPStInline[i], arPStRun[i], sizeof(Stvehicle3dof))) << i;
+        deleteStoredRun(&arFTiInline, &arPStInline);
     }
     EXPECT_LE(static_cast<double>(anEval[1]), 1.5 * static_cast<double>(anEval[0]))
         << anEval[1] << " against " << anEval[0];

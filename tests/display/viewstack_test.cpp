@@ -18,7 +18,6 @@ ViewStack view;
 XfmCFmW3c& xfmCFmW = view.xfmCFmW;
 XfmPFmC3c& xfmPFmC = view.xfmPFmC;
 Long& iXfmCFmWStackTop = view.iXfmCFmWStackTop;
-Long& iXfmCFmWStackFirst = view.iXfmCFmWStackFirst;
 Long& iXfmCFmWStackHwm = view.iXfmCFmWStackHwm;
 }  // namespace
 
@@ -126,7 +125,7 @@ TEST_F(ViewStackTest, EmptyStackReportsAreImpossibleStates) {
     EXPECT_DEATH(view.xfmCFmWPopFromStack(), "stack empty in xfmCFmWPopFromStack\\(\\)");
     EXPECT_DEATH(view.xfmCFmWTopOfStack(), "stack empty in xfmCFmWTopOfStack\\(\\)");
     // Empty with nothing popped since the last push.
-    iXfmCFmWStackTop = iXfmCFmWStackFirst = iXfmCFmWStackHwm = 40;
+    iXfmCFmWStackTop = view.iXfmCFmWStackFirst = iXfmCFmWStackHwm = 40;
     EXPECT_DEATH(view.xfmCFmWRePushToStack(), "nothing available in xfmCFmWRePushToStack\\(\\)");
 }
 

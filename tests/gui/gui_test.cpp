@@ -38,7 +38,6 @@ namespace {
 Workbench wb;
 A1Val<double>& arFTiData = wb.run.arFTiData;
 A1Val<void*>& arPStvehicle = wb.run.arPStvehicle;
-bool& bPath = wb.bPath;
 bool& bDisplayState = wb.bDisplayState;
 bool& bDisplayPath = wb.bDisplayPath;
 bool& bDisplayRunPath = wb.bDisplayRunPath;
@@ -893,7 +892,7 @@ private:
     }
     void resetProgramState() {
         releaseCommandState(wb);
-        bPath = bDisplayPath = bDisplayRunPath = bFlightGuided = false;
+        wb.bPath = bDisplayPath = bDisplayRunPath = bFlightGuided = false;
         bDisplayState = true;
         fSTiSim = 0.0;
         stvehicle3dof = wb.scenario.stvehicle3dof0;

@@ -18,19 +18,10 @@
 
 namespace {
 PlanState ps;
-Vd<double>*& pvdfParamTraj1 = ps.pvdfParamTraj1;
-Long& nTraj1X = ps.nTraj1X;
-A<unsigned char*>*& paPVdfXCpTraj1X = ps.paPVdfXCpTraj1X;
-Long& nTraj1Z = ps.nTraj1Z;
 Vd<double>*& pvdfT = ps.pvdfT;
-A<unsigned char*>*& paPVdfX = ps.paPVdfX;
-A<unsigned char*>*& paPVdfF = ps.paPVdfF;
 double& fMsProp = ps.fMsProp;
 double& fFThrusterMin = ps.fFThrusterMin;
 double& fFThrusterMax = ps.fFThrusterMax;
-double& fMsGTO = scenario.fMsGTO;
-double& fMsEmpty = scenario.fMsEmpty;
-double& fFcThrustMax = scenario.fFcThrustMax;
 }  // namespace
 
 using namespace vttest;
@@ -62,7 +53,7 @@ TEST_F(PlanStateTest, SampleTimesRunFromFirstToLastWaypointTimeExactly) {
     writeFile("traj1r.txt", "1.1 0 0 3.3 0.1 0.5 5.5 0.2 0.5 7.7 0.3 0\n");
     ASSERT_TRUE(ps.bPlanTraj1FromFile(scenario, "traj1r.txt"));
     const Long nSample = 5 * (9 + 5);
-    ASSERT_EQ(std::vector<Long>({nTraj1X + nTraj1Z, pvdfT->lo, paPVdfF->lo(), pvdfT->hi, paPVdfF->hi()}),
+    ASSERT_EQ(std::vector<Long>({ps.nTraj1X + ps.nTraj1Z, pvdfT->lo, ps.paPVdfF->lo(), pvdfT->hi, ps.paPVdfF->hi()}),
               std::vector<Long>({14, 0, 0, nSample, nSample}));
     EXPECT_EQ((*pvdfT)[nSample], 7.7);
     for (Long i = 0; i < nSample; i++)
@@ -83,8 +74,8 @@ TEST_F(PlanStateTest, FailedFitOrAnalysisLeavesNoPlanSoListingAndFlightPlanDoNot
         ASSERT_FALSE(bRunPlan(&szOut));
         EXPECT_EQ(szOut, "");
         EXPECT_FALSE(ps.bPlanExists());
-        EXPECT_NE(pvdfParamTraj1, nullptr);  // the numbers were read
-        EXPECT_TRUE(paPVdfXCpTraj1X == nullptr && pvdfT == nullptr);
+        EXPECT_NE(ps.pvdfParamTraj1, nullptr);  // the numbers were read
+        EXPECT_TRUE(ps.paPVdfXCpTraj1X == nullptr && pvdfT == nullptr);
         ps.writeFltplanTxt();
         ps.writeTraj1lTxt(scenario);
         EXPECT_EQ(readFile("fltplan.txt"), "old plan\n");
@@ -166,9 +157,9 @@ TEST_F(PlanStateTest, DesignedHopIsWhatThePlanChainMakesOfTheWrittenFile) {
     EXPECT_EQ(std::vector<double>({fMsProp, fFThrusterMin, fFThrusterMax}),
               std::vector<double>({r.fMsProp, r.fFThrusterMin, r.fFThrusterMax}));
     EXPECT_GE(fFThrusterMin, 0.0);
-    EXPECT_LE(fFThrusterMax, (1.0 - hopspec.fThrusterMargin) * fFcThrustMax / 3.0 + 1e-6);
-    EXPECT_LE(fMsProp, (1.0 - hopspec.fPropReserve) * (fMsGTO - fMsEmpty));
-    EXPECT_EQ(std::vector<double>({(*pvdfT)[pvdfT->hi], (*pvdfAt(paPVdfX, paPVdfX->hi()))[1]}),
+    EXPECT_LE(fFThrusterMax, (1.0 - hopspec.fThrusterMargin) * scenario.fFcThrustMax / 3.0 + 1e-6);
+    EXPECT_LE(fMsProp, (1.0 - hopspec.fPropReserve) * (scenario.fMsGTO - scenario.fMsEmpty));
+    EXPECT_EQ(std::vector<double>({(*pvdfT)[pvdfT->hi], (*pvdfAt(ps.paPVdfX, ps.paPVdfX->hi()))[1]}),
               std::vector<double>({r.fTiFlight, 28.5}));
     const double fMsPropDesigned = fMsProp;
     ASSERT_TRUE(ps.bPlanTraj1FromFile(scenario, VT_EXAMPLES "/handmade/traj1r.txt"));

@@ -128,16 +128,31 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     EXPECT_DEATH(modelOne.derivAt(afD, 1.0, afS), "Assertion failed: fH != 0.0");
 }
 
-// A schedule replaced after a run is read afresh, not through the run's check.
-TEST_F(Sim, ScheduleReplacedAfterARunIsReadAfresh) {
-    Schedule sch{{0.0, 600.0, 0.0}, {10.0, 600.0, 0.0}};
-    ArFFnFArFModel model(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm);
-    StoredFlight flight;
-    simRun(&flight, &model, 0.0, arFState(0, 0, 0, 0, 0, 0, 100.0), 0.2);
-    sch = Schedule{{0.0, 100.0, 0.0}, {0.25, 100.0, 0.0}, {0.75, 200.0, 4.0}, {10.0, 300.0, 0.0}};
-    double fFc, fMm;
-    model.cmdAtFTi(&fFc, &fMm, 0.5);
-    EXPECT_EQ(std::make_pair(fFc, fMm), std::make_pair(150.0, 2.0));
+// What a run keeps for speed is dropped after it. A vehicle changed after a
+// run flies the next as a fresh model does: nothing kept for the old one is
+// read (the mass flow at 600 N or, with no thrust, the inertia at the
+// unchanged mass that the ground's torque acts on). A schedule replaced after
+// a run is read afresh, not through the run's check.
+TEST_F(Sim, WhatARunKeepsIsDroppedAfterIt) {
+    for (const double fFc : {600.0, 0.0}) {
+        Schedule sch{{0.0, fFc, 10.0}, {10.0, fFc, 10.0}};
+        Vehicle v = vehicle;
+        StoredFlight flights[3];
+        ArFFnFArFModel models[2] = {{&planet, &v, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm},
+                                    {&planet, &v, &scenario.arPArPPtVtxPgnGnd, 0.05, sch.arFTi, sch.arFFc, sch.arFMm}};
+        for (int i = 0; i < 3; i++) {
+            if (i == 1) v.fIsp *= 2.0, v.fIPitchGTO *= 3.0, v.fIPitchEmpty *= 3.0;
+            simRun(&flights[i], &models[i / 2], 0.0, arFState(0, 2.0 - fFc / 300.0, 0.3, 0, 0, 0, 100.0), 1.5);
+        }
+        ASSERT_EQ(flights[1].n(), flights[2].n());
+        for (Long i = 1; i <= flights[1].n(); i++)
+            EXPECT_EQ(std::memcmp(&flights[1].st(i), &flights[2].st(i), sizeof(Stvehicle3dof)), 0) << fFc << " " << i;
+        sch = Schedule{{0.0, 100.0, 0.0}, {0.25, 100.0, 0.0}, {0.75, 200.0, 4.0}, {10.0, 300.0, 0.0}};
+        double fFcNow, fMm;
+        models[0].bEngineOff = false;  // landed in the drop
+        models[0].cmdAtFTi(&fFcNow, &fMm, 0.5);
+        EXPECT_EQ(std::make_pair(fFcNow, fMm), std::make_pair(150.0, 2.0));
+    }
 }
 
 // Evaluates the model once.
