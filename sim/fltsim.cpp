@@ -618,9 +618,9 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     pfDeriv[5] = fMmPitchActNow / fIPitch;
     // The mass flow -T / Isp, kept within a run by the thrust's bits as the
     // inertia is by the mass's: the stages of a step that share a time share
-    // their commands and so their thrust (four of the eleven evaluations of
-    // a step follow one at the same time), and once the engine is off the
-    // thrust is always +0.0.
+    // their commands and so their thrust (at least four of the eleven
+    // evaluations of a step follow one at the same time), and once the
+    // engine is off the thrust is always +0.0.
     if (bInRun) {
         const unsigned long long iBitsThrust = std::bit_cast<unsigned long long>(fFcThrustActNow);
         if (!bFlowKept || iBitsThrust != iBitsThrustFlow) {
