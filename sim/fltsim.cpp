@@ -242,8 +242,7 @@ void ArFFnFArFModel::forgetKept() {
     bCmdAscending = false;
     bCmdStrict = false;
     iCmdHiLast = 2;
-    nCmdKept = 0;
-    iCmdKeptNext = 0;
+    bCmdKept = false;
     bTrigKept = false;
     bInertiaKept = false;
     bFlowKept = false;
@@ -263,24 +262,16 @@ void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, doubl
         return;
     }
     // The table checked last, read directly (its pointer and length
-    // unchanged): the same time and engine state give the commands kept
-    // from an earlier look-up; otherwise the look-up, without checking the
-    // table again. The stepper asks for few times, several times each: the
-    // eleven evaluations of a step by step doubling from x with step h come
-    // at x, x + h/4 (twice), x + h/2 (twice), x + 3h/4 (twice), (x + h/2) +
-    // h/2, then x + h/2 (twice) again and x + h, with which the next step
-    // starts. Keeping the last three times looked up, the second visit to
-    // x + h/2 finds it kept (three look-ups back), and so does x + h where
-    // it is the same double as (x + h/2) + h/2: four look-ups a step where
-    // one kept time needed six.
+    // unchanged): the stepper asks for the same time several times in a row
+    // (its stages share times), and the same time and engine state give the
+    // commands kept from the last look-up; otherwise the look-up, without
+    // checking the table again.
     if (bCmdTableAsChecked(bInRun)) {
-        const unsigned long long iBitsTi = std::bit_cast<unsigned long long>(fTi);
-        for (int i = 0; i < nCmdKept; i++) {
-            if (acmdkept[i].iBitsTi == iBitsTi && acmdkept[i].bEngineOff == bEngineOff) {
-                *pfFcThrustCmd = acmdkept[i].fFcThrust;
-                *pfMmPitchCmd = acmdkept[i].fMmPitch;
-                return;
-            }
+        if (bCmdKept && std::bit_cast<unsigned long long>(fTi) == iBitsTiCmdKept &&
+            bEngineOff == bEngineOffCmdKept) {
+            *pfFcThrustCmd = fFcThrustCmdKept;
+            *pfMmPitchCmd = fMmPitchCmdKept;
+            return;
         }
         cmdFromCheckedTable(pfFcThrustCmd, pfMmPitchCmd, fTi);
         return;
@@ -297,10 +288,11 @@ void ArFFnFArFModel::cmdFromCheckedTable(double* pfFcThrustCmd, double* pfMmPitc
         pfFcThrustCmd, pfMmPitchCmd, fTi, nCmdChecked, bEngineOff,
         [arFTi](Long i) { return arFTi[i]; }, [arFFc](Long i) { return arFFc[i]; },
         [arFMm](Long i) { return arFMm[i]; }, bCmdAscending ? &iCmdHiLast : nullptr);
-    acmdkept[iCmdKeptNext] =
-        CmdKept{std::bit_cast<unsigned long long>(fTi), bEngineOff, *pfFcThrustCmd, *pfMmPitchCmd};
-    iCmdKeptNext = (iCmdKeptNext + 1) % nCmdKeptMax;
-    if (nCmdKept < nCmdKeptMax) nCmdKept += 1;
+    bCmdKept = true;
+    iBitsTiCmdKept = std::bit_cast<unsigned long long>(fTi);
+    bEngineOffCmdKept = bEngineOff;
+    fFcThrustCmdKept = *pfFcThrustCmd;
+    fMmPitchCmdKept = *pfMmPitchCmd;
 }
 
 [[gnu::always_inline]] inline bool ArFFnFArFModel::bCmdTableAsChecked(bool bInRun) const {
@@ -325,8 +317,7 @@ void ArFFnFArFModel::cmdAtFTiLookUp(double* pfFcThrustCmd, double* pfMmPitchCmd,
         bCmdAscending = bNeverDecreasing(arFTi, nCmd);
         bCmdStrict = bStrictlyIncreasing(arFTi, nCmd);
         iCmdHiLast = 2;
-        nCmdKept = 0;
-        iCmdKeptNext = 0;
+        bCmdKept = false;
         cmdFromCheckedTable(pfFcThrustCmd, pfMmPitchCmd, fTi);
     } else {
         // Any other shape: the checked reads end the program at the first

@@ -200,25 +200,19 @@ private:
     friend struct ModelDerivInline;
 
     // The schedule table last looked up, whether its times never decrease,
-    // the last bracket (its upper row), and the commands of the last
-    // nCmdKeptMax times looked up in it (the first nCmdKept of acmdkept,
-    // each with the bits of its time and the engine state then; the next
-    // look-up replaces iCmdKeptNext, the oldest).
+    // the last bracket (its upper row), and the commands of the last time
+    // looked up (bits iBitsTiCmdKept, with the engine state then).
     const double* pfTiCmdChecked = nullptr;
     Long nCmdChecked = 0;
     bool bCmdAscending = false;
     // ... whether they strictly increase (a look-up then never fails).
     bool bCmdStrict = false;
     Long iCmdHiLast = 2;
-    struct CmdKept {
-        unsigned long long iBitsTi;
-        bool bEngineOff;
-        double fFcThrust, fMmPitch;
-    };
-    static constexpr int nCmdKeptMax = 3;
-    CmdKept acmdkept[nCmdKeptMax] = {};
-    int nCmdKept = 0;
-    int iCmdKeptNext = 0;
+    bool bCmdKept = false;
+    bool bEngineOffCmdKept = false;
+    unsigned long long iBitsTiCmdKept = 0;
+    double fFcThrustCmdKept = 0.0;
+    double fMmPitchCmdKept = 0.0;
 
     // Sine and cosine of the pitch last asked for, whose bits are
     // iBitsPitchTrig (while bTrigKept).
