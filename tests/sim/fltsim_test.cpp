@@ -185,6 +185,7 @@ TEST_F(SimContact, LevelGroundForcesAndTorquesAsTheContactLawSays) {
     const struct { double fPitch, vx, vz, fRate, fFx, fFz, fMm; } acase[] = {
         {0.0, 0.0, -0.2, 0.0, 0.0, 100.0 + 100.0, 0.0},
         {0.0, 0.01, 0.0, 0.0, -5.0, 100.0, 0.0},  // too slow to slide: the damper only
+        {0.0, 0.025, 0.0, 0.0, -60.0 - 12.5, 100.0, 0.0},  // sliding from 0.025 m/s on
         {0.0, 0.1, 0.0, 0.0, -60.0 - 50.0, 100.0, 0.0},
         {0.0, -0.1, 0.0, 0.0, 60.0 + 50.0, 100.0, 0.0},
         {10 * d, 0.5, 0.0, 0.5, -60.0 - 250.0, 100.0, -400.0 * 10 * d - 100.0 * 0.5},
