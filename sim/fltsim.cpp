@@ -244,8 +244,8 @@ void ArFFnFArFModel::forgetKept() {
     iCmdHiLast = 2;
     bCmdKept = false;
     bTrigKept = false;
-    bInertiaKept = false;
-    bFlowKept = false;
+    inertiaKept.forget();
+    flowKept.forget();
 }
 
 void ArFFnFArFModel::cmdAtFTi(double* pfFcThrustCmd, double* pfMmPitchCmd, double fTi) {
@@ -519,18 +519,8 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     // same inertia. While the engine is off the mass stays the same double
     // from one evaluation to the next (its flow is zero, and y + h * 0 is
     // y), and the division is taken once.
-    double fIPitch;
-    if (bInRun) {
-        const unsigned long long iBitsMs = std::bit_cast<unsigned long long>(fMs);
-        if (!bInertiaKept || iBitsMs != iBitsMsInertia) {
-            fIPitchKept = pvehicle->fIPitchAtFMs(fMs);
-            iBitsMsInertia = iBitsMs;
-            bInertiaKept = true;
-        }
-        fIPitch = fIPitchKept;
-    } else {
-        fIPitch = pvehicle->fIPitchAtFMs(fMs);
-    }
+    auto fIPitchAt = [this](double fMsAt) { return pvehicle->fIPitchAtFMs(fMsAt); };
+    const double fIPitch = bInRun ? inertiaKept.at(fMs, fIPitchAt) : fIPitchAt(fMs);
 
     // 2. Arm the ground contact once the vehicle is clear of the pad.
     // Deliberately set inside every evaluation, including the stepper's
@@ -621,17 +611,8 @@ void ArFFnFArFModel::derivAt(double* pfDeriv, double fTi, const double* pfState)
     // their commands and so their thrust (at least four of the eleven
     // evaluations of a step follow one at the same time), and once the
     // engine is off the thrust is always +0.0.
-    if (bInRun) {
-        const unsigned long long iBitsThrust = std::bit_cast<unsigned long long>(fFcThrustActNow);
-        if (!bFlowKept || iBitsThrust != iBitsThrustFlow) {
-            fMsDotKept = -fFcThrustActNow / pvehicle->fIsp;
-            iBitsThrustFlow = iBitsThrust;
-            bFlowKept = true;
-        }
-        pfDeriv[6] = fMsDotKept;
-    } else {
-        pfDeriv[6] = -fFcThrustActNow / pvehicle->fIsp;
-    }
+    auto fMsDotAt = [this](double fFcThrust) { return -fFcThrust / pvehicle->fIsp; };
+    pfDeriv[6] = bInRun ? flowKept.at(fFcThrustActNow, fMsDotAt) : fMsDotAt(fFcThrustActNow);
 }
 
 // ---- the driver ---------------------------------------------------------------------

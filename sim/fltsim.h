@@ -19,6 +19,7 @@
 // the caller (free them with delete, or deleteStoredRun() in sim/flight.h).
 #pragma once
 
+#include <bit>
 #include <cstdio>
 
 #include "core/array.h"
@@ -221,15 +222,26 @@ private:
     double fSinPitchKept = 0.0;
     double fCosPitchKept = 0.0;
 
-    // Within a run: the inertia at the mass whose bits are iBitsMsInertia
-    // (while bInertiaKept), and the mass flow at the actual thrust whose
-    // bits are iBitsThrustFlow (while bFlowKept).
-    bool bInertiaKept = false;
-    unsigned long long iBitsMsInertia = 0;
-    double fIPitchKept = 0.0;
-    bool bFlowKept = false;
-    unsigned long long iBitsThrustFlow = 0;
-    double fMsDotKept = 0.0;
+    // A value of one double, kept for the bits of the double it was taken
+    // at: at(f, fn) is fn(f), computed only when f is not the last argument.
+    struct KeptByBits {
+        bool bKept = false;
+        unsigned long long iBits = 0;
+        double fValue = 0.0;
+        template <class Fn>
+        [[gnu::always_inline]] double at(double f, Fn fn) {
+            const unsigned long long iBitsF = std::bit_cast<unsigned long long>(f);
+            if (!bKept || iBitsF != iBits) {
+                fValue = fn(f);
+                iBits = iBitsF;
+                bKept = true;
+            }
+            return fValue;
+        }
+        void forget() { bKept = false; }
+    };
+    // Within a run: the inertia at a mass, the mass flow at an actual thrust.
+    KeptByBits inertiaKept, flowKept;
 
     // The slope of each ground polygon with a normal (plnsGnd.abNrm): the
     // angle atan2(-nx, nz), its cosine and its sine, taken with the planes.

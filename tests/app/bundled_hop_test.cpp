@@ -77,8 +77,7 @@ TEST_F(BundledHop, PlansWithinTheLimitsAndLandsGuidedOnItsEndPoint) {
         deleteStoredRun(&arFTiRun, &arPStRun);
         flyModel(&arFTiRun, &arPStRun, &model, stvehicle3dof0, FlightSettings(), &report);
         anEval[iGuided] = model.nEval;
-        // The model itself, stepped with its derivative in line and what it
-        // keeps between evaluations, gives every bit of every record.
+        // The model itself, its derivative in line with what it keeps, gives every bit of every record.
         ArFFnFArFModel modelInline(&planet, &vehicle, &scenario.arPArPPtVtxPgnGnd, 0.05, arFTi, arFT, arFM);
         modelInline.pcmdsource = model.pcmdsource;
         A1Val<double> arFTiInline(0);

@@ -128,11 +128,10 @@ TEST_F(Sim, EqualNeighbouringTimesAtTheIntervalAreAnAssertion) {
     EXPECT_DEATH(modelOne.derivAt(afD, 1.0, afS), "Assertion failed: fH != 0.0");
 }
 
-// What a run keeps for speed is dropped after it. A vehicle changed after a
-// run flies the next as a fresh model does: nothing kept for the old one is
-// read (the mass flow at 600 N or, with no thrust, the inertia at the
-// unchanged mass that the ground's torque acts on). A schedule replaced after
-// a run is read afresh, not through the run's check.
+// What a run keeps for speed is dropped after it. A vehicle changed after a run flies the next as a
+// fresh model does: nothing kept for the old one is read (the mass flow at 600 N or, with no thrust,
+// the inertia at the unchanged mass that the ground's torque acts on). A schedule replaced after a
+// run is read afresh, not through the run's check.
 TEST_F(Sim, WhatARunKeepsIsDroppedAfterIt) {
     for (const double fFc : {600.0, 0.0}) {
         Schedule sch{{0.0, fFc, 10.0}, {10.0, fFc, 10.0}};
