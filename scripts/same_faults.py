@@ -1,0 +1,121 @@
+#!/usr/bin/env python3
+"""The same seeded faults, on an older tree and on today's: does today's suite catch them?
+
+The mutation tool draws its sites from the tree it runs on, so once the program
+changes, the same seed draws other faults and the scores of two trees are not
+comparable. This script draws the faults the tool draws on an older revision,
+finds each mutated line in today's code by its text (the same file; the line
+nearest the old number when several match), applies the same operator change at
+the same place in it, and runs today's suite against it, built and run the way
+the tool does.
+
+    python3 scripts/same_faults.py TOOL REV [--seed 1] [-n 40] [--work DIR]
+                                            [--ctest-args "-j2 --timeout 120"]
+
+A line may have moved or been indented anew.
+TOOL is the mutation tool's path (its site and mutation functions are used as
+they are); REV the older revision. Prints one line per fault ("gone" when its
+line is no longer in today's code) and, last, the score on the faults found.
+"""
+import argparse, importlib.util, os, random, shutil, subprocess, sys, time
+
+
+def load(path):
+    spec = importlib.util.spec_from_file_location("mutants_tool", path)
+    mod = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(mod)
+    return mod
+
+
+def export(repo, rev, dest):
+    shutil.rmtree(dest, ignore_errors=True)
+    os.makedirs(dest)
+    subprocess.run(f"git -C '{repo}' archive {rev} | tar -x -C '{dest}'", shell=True, check=True)
+
+
+def main():
+    ap = argparse.ArgumentParser(description=__doc__.splitlines()[0])
+    ap.add_argument("tool")
+    ap.add_argument("rev")
+    ap.add_argument("-n", type=int, default=40)
+    ap.add_argument("--seed", type=int, default=1)
+    ap.add_argument("--work", default="/tmp/same_faults")
+    ap.add_argument("--ctest-args", default="-j2 --timeout 120 -E valgrind")
+    ap.add_argument("--list", action="store_true", help="match the faults and stop")
+    a = ap.parse_args()
+    tool = load(a.tool)
+    paths = ["core", "geom", "numerics", "sim", "plan", "display", "app", "mc"]
+
+    repo = subprocess.run(["git", "rev-parse", "--show-toplevel"], capture_output=True, text=True).stdout.strip()
+    old, src, build = (os.path.join(a.work, d) for d in ("old", "src", "build"))
+    export(repo, a.rev, old)
+    export(repo, "HEAD", src)
+    drawn = sorted(random.Random(a.seed).sample(tool.sites(old, paths), a.n))
+
+    faults = []  # (old site, today's line number or None)
+    for rel, no, s, e, k in drawn:
+        text = open(os.path.join(old, rel)).read().splitlines()[no - 1]
+        path = os.path.join(src, rel)
+        lines = open(path).read().splitlines() if os.path.exists(path) else []
+        # The same text, indented alike or not: the operator keeps its place
+        # relative to the line's first character.
+        hits = [i + 1 for i, line in enumerate(lines) if line.strip() == text.strip()]
+        now = min(hits, key=lambda i: abs(i - no)) if hits else None
+        if now is not None:
+            shift = (len(lines[now - 1]) - len(lines[now - 1].lstrip())) - (len(text) - len(text.lstrip()))
+            s, e = s + shift, e + shift
+        faults.append(((rel, no, s, e, k), now))
+    if a.list:
+        for (rel, no, s, e, k), now in faults:
+            print(f"{rel}:{no} -> {now}: [{tool.OPS[k][2]}]")
+        return
+
+    env = dict(os.environ, OPENBLAS_NUM_THREADS="1")
+    t0 = time.time()
+    for cmd in (["cmake", "-S", src, "-B", build, "-DCMAKE_BUILD_TYPE=RelWithDebInfo",
+                 "-DCMAKE_INTERPROCEDURAL_OPTIMIZATION=OFF", "-DVT_BUILD_BENCH=OFF"],
+                ["cmake", "--build", build, "-j2"],
+                ["ctest", "--test-dir", build] + a.ctest_args.split()):
+        p = subprocess.run(cmd, cwd=src, env=env, capture_output=True, text=True)
+        if p.returncode != 0:
+            sys.exit(f"same_faults: {' '.join(cmd[:2])} failed on today's tree\n" + p.stdout[-2000:])
+    base = time.time() - t0
+
+    killed = survived = stillborn = gone = 0
+    for i, ((rel, no, s, e, k), now) in enumerate(faults, 1):
+        if now is None:
+            gone += 1
+            print(f"[{i}/{len(faults)}] gone      {rel}:{no}", flush=True)
+            continue
+        path = os.path.join(src, rel)
+        orig = open(path).read()
+        lines = orig.splitlines(keepends=True)
+        lines[now - 1], was, new = tool.mutate(lines[now - 1], s, e, k)
+        open(path, "w").write("".join(lines))
+        try:
+            b = subprocess.run(["cmake", "--build", build, "-j2"], cwd=src, env=env, capture_output=True)
+            if b.returncode != 0:
+                verdict = "stillborn"; stillborn += 1
+            else:
+                try:
+                    t = subprocess.run(["ctest", "--test-dir", build] + a.ctest_args.split(), cwd=src, env=env,
+                                       capture_output=True, timeout=max(120, 4 * base))
+                    code = t.returncode
+                except subprocess.TimeoutExpired:
+                    code = "timeout"
+                if code == 0:
+                    verdict = "SURVIVED"; survived += 1
+                else:
+                    verdict = "killed"; killed += 1
+        finally:
+            open(path, "w").write(orig)
+            os.utime(path, None)
+        print(f"[{i}/{len(faults)}] {verdict:9} {rel}:{no} (today {now}): '{was}' -> '{new}'   "
+              f"{lines[now - 1].strip()[:90]}", flush=True)
+    n = killed + survived
+    print(f"same faults: {gone} gone, {stillborn} did not compile; {time.time() - t0:.0f} s in all")
+    print(f"score on today's code: {killed} killed of {n} ({100.0 * killed / max(n, 1):.1f} %)")
+
+
+if __name__ == "__main__":
+    main()
