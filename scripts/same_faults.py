@@ -17,7 +17,7 @@ TOOL is the mutation tool's path (its site and mutation functions are used as
 they are); REV the older revision. Prints one line per fault ("gone" when its
 line is no longer in today's code) and, last, the score on the faults found.
 """
-import argparse, importlib.util, os, random, shutil, subprocess, sys, time
+import argparse, difflib, importlib.util, os, re, random, shutil, subprocess, sys, time
 
 
 def load(path):
@@ -64,10 +64,23 @@ def main():
         if now is not None:
             shift = (len(lines[now - 1]) - len(lines[now - 1].lstrip())) - (len(text) - len(text.lstrip()))
             s, e = s + shift, e + shift
+        else:
+            # A line rewritten around the fault (a name qualified, a member
+            # renamed): the most similar line, if it is similar enough and has
+            # as many places for this operator, and the same place among them.
+            pat = tool.OPS[k][0]
+            places = lambda line: [(m.start(), m.end()) for m in re.finditer(pat, tool.strip_code(line, False)[0])]
+            was = places(text)
+            score = lambda i: difflib.SequenceMatcher(None, text.strip(), lines[i - 1].strip()).ratio()
+            best = max(range(1, len(lines) + 1), key=lambda i: (score(i), -abs(i - no)), default=None)
+            if best is not None and score(best) >= 0.75 and len(places(lines[best - 1])) == len(was):
+                now = best
+                s, e = places(lines[now - 1])[was.index((s, e))]
         faults.append(((rel, no, s, e, k), now))
     if a.list:
         for (rel, no, s, e, k), now in faults:
-            print(f"{rel}:{no} -> {now}: [{tool.OPS[k][2]}]")
+            line = open(os.path.join(src, rel)).read().splitlines()[now - 1] if now else ""
+            print(f"{rel}:{no} -> {now}: [{tool.OPS[k][2]} '{line[s:e]}'] {line.strip()[:90]}")
         return
 
     env = dict(os.environ, OPENBLAS_NUM_THREADS="1")
