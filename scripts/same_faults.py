@@ -4,18 +4,20 @@
 The mutation tool draws its sites from the tree it runs on, so once the program
 changes, the same seed draws other faults and the scores of two trees are not
 comparable. This script draws the faults the tool draws on an older revision,
-finds each mutated line in today's code by its text (the same file; the line
-nearest the old number when several match), applies the same operator change at
-the same place in it, and runs today's suite against it, built and run the way
-the tool does.
+finds each mutated line in today's code, applies the same operator change at the
+same place in it, and runs today's suite against it, built and run the way the
+tool does. A line is found in the same file by its text, indentation aside (the
+one nearest the old number when several match); failing that, by its likeness
+(at least 0.75 by difflib, with as many places for the operator, the fault at
+the same place among them), so that a name qualified or renamed on the line does
+not lose the fault.
 
     python3 scripts/same_faults.py TOOL REV [--seed 1] [-n 40] [--work DIR]
-                                            [--ctest-args "-j2 --timeout 120"]
+                                            [--ctest-args "-j2 --timeout 120 -E valgrind"]
 
-A line may have moved or been indented anew.
 TOOL is the mutation tool's path (its site and mutation functions are used as
-they are); REV the older revision. Prints one line per fault ("gone" when its
-line is no longer in today's code) and, last, the score on the faults found.
+they are); REV the older revision. Prints one line per fault ("gone" when no
+line is found) and, last, the score on the faults found.
 """
 import argparse, difflib, importlib.util, os, re, random, shutil, subprocess, sys, time
 
