@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
-"""The same seeded faults, on an older tree and on today's: does today's suite catch them?
+"""The same planted faults, on an older tree and on today's: does today's suite catch them?
 
 The mutation tool draws its sites from the tree it runs on, so once the program
-changes, the same seed draws other faults and the scores of two trees are not
-comparable. This script draws the faults the tool draws on an older revision,
+changes, the same draw number picks other faults and the scores of two trees
+are not comparable. This script draws the faults the tool draws on an older revision,
 finds each mutated line in today's code, applies the same operator change at the
 same place in it, and runs today's suite against it, built and run the way the
 tool does. A line is found in the same file by its text, indentation aside (the
@@ -12,21 +12,20 @@ one nearest the old number when several match); failing that, by its likeness
 the same place among them), so that a name qualified or renamed on the line does
 not lose the fault.
 
-    python3 scripts/same_faults.py TOOL REV [--seed 1] [-n 40] [--work DIR]
+    python3 scripts/same_faults.py TOOL REV [--draw 1] [-n 40] [--work DIR]
                                             [--ctest-args "-j2 --timeout 120 -E valgrind"]
 
 TOOL is the mutation tool's path (its site and mutation functions are used as
-they are); REV the older revision. Prints one line per fault ("gone" when no
+they are); REV the older revision; --draw the number the tool's random draw
+starts from, as given to the tool. Prints one line per fault ("gone" when no
 line is found) and, last, the score on the faults found.
 """
-import argparse, difflib, importlib.util, os, re, random, shutil, subprocess, sys, time
+import argparse, difflib, os, re, random, runpy, shutil, subprocess, sys, time, types
 
 
 def load(path):
-    spec = importlib.util.spec_from_file_location("mutants_tool", path)
-    mod = importlib.util.module_from_spec(spec)
-    spec.loader.exec_module(mod)
-    return mod
+    """The tool's functions and tables, by name (its main() is not run)."""
+    return types.SimpleNamespace(**runpy.run_path(path, run_name="mutants_tool"))
 
 
 def export(repo, rev, dest):
@@ -40,7 +39,7 @@ def main():
     ap.add_argument("tool")
     ap.add_argument("rev")
     ap.add_argument("-n", type=int, default=40)
-    ap.add_argument("--seed", type=int, default=1)
+    ap.add_argument("--draw", type=int, default=1)
     ap.add_argument("--work", default="/tmp/same_faults")
     ap.add_argument("--ctest-args", default="-j2 --timeout 120 -E valgrind")
     ap.add_argument("--list", action="store_true", help="match the faults and stop")
@@ -52,7 +51,7 @@ def main():
     old, src, build = (os.path.join(a.work, d) for d in ("old", "src", "build"))
     export(repo, a.rev, old)
     export(repo, "HEAD", src)
-    drawn = sorted(random.Random(a.seed).sample(tool.sites(old, paths), a.n))
+    drawn = sorted(random.Random(a.draw).sample(tool.sites(old, paths), a.n))
 
     faults = []  # (old site, today's line number or None)
     for rel, no, s, e, k in drawn:
